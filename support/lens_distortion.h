@@ -1,0 +1,72 @@
+#pragma once
+
+/// The eight-coefficient rational lens model, as most vision libraries have it, in normalised image
+/// coordinates: a ratio of polynomials for the radial part (after Claus and Fitzgibbon, A rational
+/// function lens distortion model for general cameras, CVPR 2005) and Brown's tangential terms
+/// (Decentering distortion of lenses, Photogrammetric Engineering 32, 1966).
+/// Units, frames, pixel origin: docs/conventions.md.
+
+#include <cstddef>
+
+namespace norv::calibration {
+
+/// A point in normalised image coordinates (x/z, y/z).
+template <class T>
+struct NormalizedPoint {
+  T x;
+  T y;
+};
+
+/// Coefficients without unit, in the library's storage order: k radial, p tangential.
+template <class T>
+struct LensDistortion {
+  T k1{};
+  T k2{};
+  T p1{};
+  T p2{};
+  T k3{};
+  T k4{};
+  T k5{};
+  T k6{};
+
+  /// 1 + k1 s + k2 s^2 + k3 s^3, with s the squared radius.
+  template <class Squared>
+  Squared numerator(const Squared& s) const {
+    return T(1) + s * (k1 + s * (k2 + s * k3));
+  }
+
+  /// 1 + k4 s + k5 s^2 + k6 s^3.
+  template <class Squared>
+  Squared denominator(const Squared& s) const {
+    return T(1) + s * (k4 + s * (k5 + s * k6));
+  }
+
+  /// Where the lens puts the ray through the undistorted point `p`: with s = x^2 + y^2 and g the
+  /// numerator over the denominator,
+  ///
+  ///     x_d = x g + 2 p1 x y + p2 (s + 2 x^2)
+  ///     y_d = y g + p1 (s + 2 y^2) + 2 p2 x y
+  ///
+  /// Nothing is checked: a vanishing denominator gives infinite or NaN coordinates. With dual
+  /// coordinates the result carries the Jacobian.
+  template <class Coordinate>
+  NormalizedPoint<Coordinate> distort(const NormalizedPoint<Coordinate>& p) const {
+    const Coordinate xx = p.x * p.x;
+    const Coordinate yy = p.y * p.y;
+    const Coordinate xy = p.x * p.y;
+    const Coordinate s = xx + yy;
+    const Coordinate g = numerator(s) / denominator(s);
+    return {p.x * g + T(2) * p1 * xy + p2 * (s + T(2) * xx),
+            p.y * g + p1 * (s + T(2) * yy) + T(2) * p2 * xy};
+  }
+};
+
+/// The lens stored as k1, k2, p1, p2, k3, k4, k5, k6. Coefficients beyond the first `count` are
+/// zero, so that shorter vectors of the same order (4 or 5 coefficients) serve too.
+template <class T>
+LensDistortion<T> lensFromCoefficients(const float* coefficients, std::size_t count) {
+  const auto at = [=](std::size_t i) { return i < count ? static_cast<T>(coefficients[i]) : T(0); };
+  return {at(0), at(1), at(2), at(3), at(4), at(5), at(6), at(7)};
+}
+
+}  // namespace norv::calibration
