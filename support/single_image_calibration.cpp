@@ -1,0 +1,80 @@
+#include "support/single_image_calibration.h"
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <optional>
+
+#include "support/single_image_fit/candidate_choice.h"
+#include "support/single_image_fit/fit_stages.h"
+#include "support/single_image_fit/fitted_camera.h"
+#include "support/single_image_fit/planar_view.h"
+
+namespace norv::calibration {
+namespace {
+
+namespace fit = single_image_fit;
+
+using Projection = OpenCVProjection<autodiff::AutoDiff1<double, 20>>;
+
+constexpr double kNoFit = std::numeric_limits<double>::infinity();
+
+/// The fitted camera in pixels and metres.
+Projection toProjection(const fit::FittedCamera& camera, const fit::PlanarView& view,
+                        double scale) {
+  Projection projection;
+  const auto& values = camera.intrinsics;
+  projection.fx = values[fit::kFx] * view.pixel_unit;
+  projection.fy = values[fit::kFy] * view.pixel_unit;
+  projection.cx = values[fit::kCx] * view.pixel_unit + view.image_centre.x();
+  projection.cy = values[fit::kCy] * view.pixel_unit + view.image_centre.y();
+  projection.k1 = values[fit::kK1];
+  projection.k2 = values[fit::kK1 + 1];
+  projection.k3 = values[fit::kK1 + 2];
+  projection.k4 = values[fit::kK1 + 3];
+  projection.k5 = values[fit::kK1 + 4];
+  projection.k6 = values[fit::kK1 + 5];
+  projection.p1 = values[fit::kP1];
+  projection.p2 = values[fit::kP2];
+  // From the plane's own origin instead of the points' centre.
+  const Eigen::Vector3d translation = scale * (camera.translation * view.plane_unit -
+                                               camera.rotation.leftCols<2>() * view.plane_centre);
+  for (int row = 0; row < 3; ++row) {
+    for (int column = 0; column < 3; ++column) {
+      projection.rotation[static_cast<std::size_t>(3 * row + column)] =
+          camera.rotation(row, column);
+    }
+    projection.translation[static_cast<std::size_t>(row)] = translation[row];
+  }
+  return projection;
+}
+
+/// Whether the pose, which `scale` and far reference points can bring beyond the range of double,
+/// is finite.
+bool isFinite(const Projection& projection) {
+  for (const auto& element : projection.translation) {
+    if (!std::isfinite(element.value)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+double calibrateFromSingleImage(const std::vector<Vector2_f>& observed,
+                                const std::vector<Vector2_f>& reference,
+                                const Eigen::Vector2i& image_size, double scale,
+                                const Eigen::Vector2i& /*size_pair*/, Projection* projection) {
+  const std::optional<fit::PlanarView> view = fit::makePlanarView(observed, reference, image_size);
+  if (!view) return kNoFit;
+  const std::vector<fit::Candidate> candidates = fit::fitCandidates(*view);
+  if (candidates.empty()) return kNoFit;
+  const fit::Candidate& best = fit::chooseCandidate(*view, candidates);
+  const double metres_per_unit = std::isfinite(scale) && scale > 0 ? scale : 1.0;
+  const Projection fitted = toProjection(best.camera, *view, metres_per_unit);
+  if (!isFinite(fitted)) return kNoFit;
+  *projection = fitted;
+  return std::sqrt(best.squared_error / static_cast<double>(view->points.size()));
+}
+
+}  // namespace norv::calibration
