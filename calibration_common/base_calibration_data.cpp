@@ -1,0 +1,110 @@
+#include "calibration_common/base_calibration_data.h"
+
+#include "calibration_common/camera_parameters.h"
+#include "support/checks.h"
+#include "support/file.h"
+#include "support/logging.h"
+#include "support/message_parsing.h"
+
+namespace norv::calibration {
+namespace {
+
+constexpr const char* kChannel = "base_calibration_data";
+
+}  // namespace
+
+BaseCalibrationData::BaseCalibrationData()
+    : cal_(std::make_unique<BaseCalibrationProto>()),
+      world_rotation_(Matrix3x3_f::Zero()),
+      world_translation_(Vector3_f::Zero()) {
+  loadDefault();
+  setDefault();
+}
+
+BaseCalibrationData::BaseCalibrationData(const BaseCalibrationData& other)
+    : cal_(std::make_unique<BaseCalibrationProto>(*other.cal_)),
+      world_rotation_(Matrix3x3_f::Zero()),
+      world_translation_(Vector3_f::Zero()) {
+  NORV_CHECK(readProto());
+}
+
+BaseCalibrationData::~BaseCalibrationData() = default;
+
+/// Reads the compiled-in file.
+void BaseCalibrationData::loadDefault() {
+  default_cal_ = std::make_unique<BaseCalibrationProto>();
+  std::string data;
+  // The text of the check is part of the log's format, the blank before its first argument
+  // included.
+  NORV_CHECK(File::readFileToString(
+      EmbeddedFile::kEmbeddedPrefix + "calibration/default_base_cal.txt", &data));
+  NORV_CHECK_AS("google::protobuf::TextFormat::ParseFromString(data, default_cal_.get())",
+                internal::parseText(data, default_cal_.get()));
+}
+
+bool BaseCalibrationData::readProto() {
+  const CameraExtrinsics& stored = cal_->global_transform_adjustment().global_transform();
+  if (stored.a_size() < 12) {
+    NORV_LOG(kLogError, kChannel) << "global_transform does not have enough parameters.";
+    return false;
+  }
+  Matrix4x4_f global_transform = Matrix4x4_f::Zero();
+  CameraParameters::convert(stored, &global_transform);
+  CameraParameters::convert(global_transform, &world_rotation_, &world_translation_);
+  return true;
+}
+
+bool BaseCalibrationData::setDefault() {
+  if (default_cal_ == nullptr) loadDefault();
+  cal_->CopyFrom(*default_cal_);
+  NORV_CHECK(readProto());
+  return false;
+}
+
+bool BaseCalibrationData::loadFromString(const std::string& data) {
+  if (!internal::parseBinaryOrText(data, cal_.get())) return setDefault();
+  return readProto() || setDefault();
+}
+
+void BaseCalibrationData::updatePBMatrix() {
+  Matrix4x4_f global_transform;
+  CameraParameters::convert(world_rotation_, world_translation_, &global_transform);
+  CameraParameters::convert(
+      global_transform, cal_->mutable_global_transform_adjustment()->mutable_global_transform());
+}
+
+void BaseCalibrationData::setGlobalTransform(const Matrix3x3_f& R, const Vector3_f& t,
+                                             const CalibrationMetadataProto& metadata) {
+  world_rotation_ = R;
+  world_translation_ = t;
+  updatePBMatrix();
+  cal_->mutable_global_transform_adjustment()->mutable_metadata()->CopyFrom(metadata);
+}
+
+bool BaseCalibrationData::isGlobalTransformCalibrationValid(const std::string& key) const {
+  return cal_->global_transform_adjustment().metadata().validity_key() == key;
+}
+
+float BaseCalibrationData::getGyroscopeGain() const { return cal_->gyroscope().gain(); }
+
+void BaseCalibrationData::setGyroscopeGain(const GyroscopeCalibrationProto& gyro) {
+  cal_->mutable_gyroscope()->CopyFrom(gyro);
+  NORV_LOG(kLogInfo, kChannel) << "Setting gyroscope gain to "
+                               << static_cast<double>(getGyroscopeGain());
+}
+
+bool BaseCalibrationData::isGyroscopeGainCalibrationValid(const std::string& key) const {
+  return cal_->gyroscope().has_metadata() &&
+         cal_->gyroscope().metadata().gain_validity_key() == key;
+}
+
+float BaseCalibrationData::getBaseWidth() const { return cal_->base_width(); }
+void BaseCalibrationData::setBaseWidth(float width) { cal_->set_base_width(width); }
+
+float BaseCalibrationData::getWheelBase() const { return cal_->wheel_base(); }
+void BaseCalibrationData::setWheelBase(float wheel_base) { cal_->set_wheel_base(wheel_base); }
+
+float BaseCalibrationData::getBaseLength() const { return cal_->base_length(); }
+void BaseCalibrationData::setBaseLength(float length) { cal_->set_base_length(length); }
+
+}  // namespace norv::calibration

@@ -1,0 +1,94 @@
+#pragma once
+
+/// The calibration of the robot's mobile base. Units and frames: docs/conventions.md.
+
+#include <memory>
+#include <string>
+
+#include "proto/norv_base_calibration.pb.h"
+#include "support/export.h"
+#include "support/matrix_types.h"
+
+namespace norv::calibration {
+
+/// Body dimensions, a global transform and the gyroscope's gain, each calibration with the metadata
+/// that says what it is valid for.
+///
+/// The global transform is rigid: rotation W and translation b (metres), by which camera poses that
+/// were measured in the frame of the calibration are moved onto the base
+/// (`adjustUsingBaseCalibration`).
+///
+/// Always usable: the constructor loads the compiled-in default, and a load that fails falls back
+/// to it and returns false. An object is used from one thread at a time.
+class NORV_EXPORT BaseCalibrationData {
+ public:
+  /// Holds the compiled-in default calibration; that it is missing or unusable is a fatal check.
+  BaseCalibrationData();
+
+  /// A copy of the working calibration. It carries no default of its own and reads the compiled-in
+  /// one when it needs it.
+  BaseCalibrationData(const BaseCalibrationData& other);
+  BaseCalibrationData& operator=(const BaseCalibrationData&) = delete;
+  ~BaseCalibrationData();
+
+  /// Takes the global transform from the working calibration. False, with an error line and the
+  /// transform as it was, when that has fewer than 12 values.
+  bool readProto();
+
+  /// Puts the compiled-in default in force. Always false, so that a failed load can return it.
+  bool setDefault();
+
+  /// Loads a `BaseCalibrationProto` from bytes: the binary format is tried first, then the text
+  /// format. False, with the default in force, when the data is neither or lacks a global
+  /// transform.
+  bool loadFromString(const std::string& data);
+
+  /// Rotation W of the global transform.
+  Matrix3x3_f getWorldRotation() const { return world_rotation_; }
+
+  /// Translation b of the global transform, metres.
+  Vector3_f getWorldTranslation() const { return world_translation_; }
+
+  /// Writes the global transform into the working calibration, in millimetres.
+  void updatePBMatrix();
+
+  /// Stores a global transform, as it is and not made rigid, with the metadata of its calibration.
+  /// The translation is in metres.
+  void setGlobalTransform(const Matrix3x3_f& R, const Vector3_f& t,
+                          const CalibrationMetadataProto& metadata);
+
+  /// Whether the global transform's `validity_key` is exactly `key`. Without metadata the stored
+  /// key is empty, and then an empty `key` is valid.
+  bool isGlobalTransformCalibrationValid(const std::string& key) const;
+
+  /// Factor by which the gyroscope's rate is multiplied, no unit.
+  float getGyroscopeGain() const;
+
+  /// Replaces the gyroscope's calibration, gain and metadata.
+  void setGyroscopeGain(const GyroscopeCalibrationProto& gyro);
+
+  /// Whether the gyroscope's metadata is there and its `gain_validity_key` is exactly `key`.
+  /// (Unlike the global transform's check, never without metadata.)
+  bool isGyroscopeGainCalibrationValid(const std::string& key) const;
+
+  /// Body dimensions, metres. Not checked.
+  float getBaseWidth() const;
+  void setBaseWidth(float width);
+  float getWheelBase() const;
+  void setWheelBase(float wheel_base);
+  float getBaseLength() const;
+  void setBaseLength(float length);
+
+  /// The working calibration: what was loaded and set.
+  const BaseCalibrationProto& getCalibration() const { return *cal_; }
+
+ private:
+  void loadDefault();
+
+  std::unique_ptr<BaseCalibrationProto> default_cal_;  ///< null in a copy until it is needed
+  std::unique_ptr<BaseCalibrationProto> cal_;
+  Matrix3x3_f world_rotation_;
+  Vector3_f world_translation_;
+};
+
+}  // namespace norv::calibration

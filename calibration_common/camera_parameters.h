@@ -1,0 +1,218 @@
+#pragma once
+
+/// The calibration of a robot's fixed cameras: each camera's intrinsics at every image size and its
+/// pose on the robot. Units, frames, pixel origin and distortion formula: docs/conventions.md.
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "proto/norv_camera_calibration.pb.h"
+#include "proto/norv_camera_extrinsics.pb.h"
+#include "proto/norv_robot_calibration.pb.h"
+#include "support/camera_transform.h"
+#include "support/export.h"
+#include "support/matrix_types.h"
+
+namespace norv::calibration {
+
+class BaseCalibrationData;
+class ImageSensorTransform;
+
+/// The calibration of one camera.
+///
+/// Filled once by `readProto` and then only read; the const operations may be called concurrently
+/// from then on. Cannot be copied: its message copy has a single owner.
+class NORV_EXPORT CameraParameters {
+ public:
+  /// Pinhole intrinsics and lens distortion for one image size.
+  struct Intrinsics {
+    std::int32_t width = 0;  ///< image size that the entry applies to, pixels
+    std::int32_t height = 0;
+    std::vector<float> distortion;  ///< k1, k2, p1, p2, k3, k4, k5, k6
+    float fx = 0;                   ///< focal lengths, pixels
+    float fy = 0;
+    float skew = 0;  ///< skew term, pixels
+    float cx = 0;    ///< principal point, pixels
+    float cy = 0;
+  };
+
+  /// An empty camera: no table, no distortion, no model, zero pose and a full frame of size zero.
+  CameraParameters();
+  CameraParameters(const CameraParameters&) = delete;
+  CameraParameters& operator=(const CameraParameters&) = delete;
+  ~CameraParameters();
+
+  /// Loads the camera from its stored calibration and builds the table of intrinsics per image
+  /// size.
+  ///
+  /// False, with an error line, when the message holds fewer than 6 radial, 2 tangential or 12 pose
+  /// values: then the message copy, the full frame's size and its five numbers of the camera matrix
+  /// are already those of the message, and all else is as before. False too when
+  /// `precomputeIntrinsics` fails, after everything but the table was loaded. Such a camera is to
+  /// be discarded.
+  ///
+  /// Meant for a camera that is loaded once: distortion is appended to what is there.
+  bool readProto(const CameraCalibration& calibration);
+
+  /// Camera matrix of the full sensor frame: rows (fx, skew, cx), (0, fy, cy), (0, 0, 1).
+  Matrix3x3_f getFullFrameIntrinsics() const;
+
+  /// Lens distortion of the full frame: k1, k2, p1, p2, k3, k4, k5, k6.
+  const std::vector<float>& getFullFrameDistortion() const;
+
+  /// Lens distortion of images of `width` x `height` pixels: that of the first table entry of
+  /// exactly this size, or the full frame's. The reference lives until the next load or
+  /// destruction.
+  const std::vector<float>& getDistortion(int width, int height) const;
+
+  /// Camera matrix of images of `width` x `height` pixels: that of the first table entry of exactly
+  /// this size, or the full frame's scaled to it, x and y on their own, with a line at info level.
+  ///
+  /// A camera whose full frame has a zero size gives infinite or NaN elements on a miss.
+  Matrix3x3_f getIntrinsics(int width, int height) const;
+
+  /// Camera matrix of the image made by cutting the rectangle of `source_width` x `source_height`
+  /// pixels with top-left corner (`x0`, `y0`) out of the image that `in` describes, and scaling it
+  /// to `target_width` x `target_height`.
+  ///
+  /// With s = target / source in each axis: f' = s f and c' = s c - s x0, in single precision; the
+  /// origin of pixel coordinates is the image's corner, so no half-pixel terms occur. A zero source
+  /// size gives infinite or NaN elements.
+  Matrix3x3_f recomputeKMatrix(const Intrinsics& in, int x0, int y0, int source_width,
+                               int source_height, int target_width, int target_height) const;
+
+  /// The whole record of that image: camera matrix as above, size, and the distortion of `in`,
+  /// which acts on normalised coordinates and does not change. `out` may be `&in`.
+  void affineIntrinsics(const Intrinsics& in, int x0, int y0, int source_width, int source_height,
+                        int target_width, int target_height, Intrinsics* out) const;
+
+  /// Fills the table of intrinsics per image size for the camera model. False, with the table as it
+  /// was, for a model that is not known when the message lacks the full frame's size, and for the
+  /// head camera when its intrinsics cannot be fitted again.
+  bool precomputeIntrinsics();
+
+  /// The tables of the known models: "mk512h", "mk513n" and "b910".
+  bool precomputeCorvelHeadIntrinsics();
+  bool precomputeCorvelNavIntrinsics();
+  bool precomputeB910Intrinsics();
+
+  /// Fits the intrinsics of the image that `transform` makes of the sensor's, in the full frame's
+  /// pixel grid, from the sample points stored with the calibration. Sets the camera matrix and
+  /// distortion of
+  /// `*out`; its size is the caller's to set.
+  ///
+  /// False, with an error line and `*out` as it was, when there are no sample points or the fit
+  /// misses them by more than 10 pixels.
+  bool recomputeIntrinsics(const ImageSensorTransform& transform, Intrinsics* out) const;
+
+  /// Moves the camera by the base's global transform B: its pose P becomes P B. The new pose is
+  /// also stored as the extrinsics of `*calibration`, in millimetres; the camera's own message copy
+  /// keeps the old one. Applied twice, it moves the camera twice.
+  void adjustUsingBaseCalibration(const BaseCalibrationData& base, CameraCalibration* calibration);
+
+  /// Conversions of poses. None of them checks, normalises or inverts anything; translations are
+  /// metres in matrices and millimetres in messages. Thread-safe.
+  ///
+  /// Rotation and translation of a pose; its last row is ignored.
+  static void convert(const Matrix4x4_f& m, Matrix3x3_f* rotation, Vector3_f* translation);
+  /// The pose of a rotation and a translation, with last row (0, 0, 0, 1); inverse of the above.
+  static void convert(const Matrix3x3_f& rotation, const Vector3_f& translation, Matrix4x4_f* m);
+  /// Stores the top three rows of a pose, in millimetres, in an otherwise cleared message.
+  static void convert(const Matrix4x4_f& m, CameraExtrinsics* dst);
+  /// Reads a stored pose; inverse of the above. Fewer than 12 values are a fatal check.
+  static void convert(const CameraExtrinsics& src, Matrix4x4_f* m);
+
+  /// Pose of the camera, camera_from_robot and its inverse, and its parts; translation in metres.
+  const CameraTransform& getTransform() const { return transform_; }
+  const Matrix3x3_f& getRotation() const { return rotation_; }
+  const Vector3_f& getTranslation() const { return translation_; }
+
+  /// Camera model id.
+  const std::string& getModel() const { return model_; }
+
+  /// Intrinsics of the full sensor frame.
+  const Intrinsics& getFullFrame() const { return full_frame_; }
+
+  /// Intrinsics per image size that the camera delivers.
+  const std::vector<Intrinsics>& getIntrinsicsTable() const { return intrinsics_; }
+
+  /// The message that the camera was last loaded from, unknown fields included.
+  const CameraCalibration& getCalibration() const { return *calibration_; }
+
+ private:
+  friend struct CameraParametersPeer;  // tests
+
+  const Intrinsics* findIntrinsics(int width, int height) const;
+
+  std::vector<Intrinsics> intrinsics_;
+  Intrinsics full_frame_;
+  std::string model_;
+  CameraTransform transform_;
+  Matrix3x3_f rotation_;
+  Vector3_f translation_;
+  std::unique_ptr<CameraCalibration> calibration_;
+};
+
+/// The calibration of all fixed cameras of a robot, by name.
+///
+/// It never lacks a usable calibration: the constructor loads the one that is compiled in, and
+/// every load that fails falls back to it and returns false. So false from a load means that the
+/// defaults are in force now. Cameras that a load does not name stay available from earlier ones.
+///
+/// Loading must not overlap with any other use of the same set; the const operations may be called
+/// concurrently. Cameras that were handed out stay valid whatever becomes of the set, and no load
+/// changes them.
+class NORV_EXPORT CameraParametersSet {
+ public:
+  /// Holds the compiled-in default calibration; that it is missing or unusable is a fatal check.
+  CameraParametersSet();
+
+  /// A deep copy: the cameras are built again from a copy of the stored message, which leaves out
+  /// those that the message does not name.
+  CameraParametersSet(const CameraParametersSet& other);
+  CameraParametersSet& operator=(const CameraParametersSet&) = delete;
+  ~CameraParametersSet();
+
+  /// Loads a `RobotCalibration` from a file in binary or text format.
+  bool loadFromFile(const std::string& path);
+
+  /// Loads a `RobotCalibration` from bytes: the binary format is tried first, then the text format.
+  /// An empty string is an empty binary message, which loads and changes no camera.
+  bool loadFromString(const std::string& data);
+
+  /// Loads a copy of `calibration`.
+  bool loadFromProto(const RobotCalibration& calibration);
+
+  /// Loads the compiled-in default calibration. Always false, so that a failed load can return it.
+  bool setDefault();
+
+  /// Builds the cameras that the stored message names. False at the first entry that does not load;
+  /// the cameras of the entries before it are replaced by then.
+  bool readProto();
+
+  /// Moves every camera that the stored message names by the base's global transform, and stores
+  /// the new poses in that message, so that a copy of the set or a saved message has them. Where
+  /// two entries have one name, their camera is moved once for each. Cameras already handed out
+  /// move too: nothing else may use them meanwhile. Applied twice, it moves them twice.
+  void adjustUsingBaseCalibration(const BaseCalibrationData& base);
+
+  /// The camera of that name, or an empty pointer.
+  std::shared_ptr<CameraParameters> getCamera(const std::string& name) const;
+
+  /// The names of all cameras, in byte-wise order.
+  std::vector<std::string> getCameraNames() const;
+
+  /// The stored message: what was last loaded.
+  const RobotCalibration& getRobotCalibration() const { return *robotcal_; }
+
+ private:
+  friend struct CameraParametersPeer;  // tests
+
+  std::map<std::string, std::shared_ptr<CameraParameters>> cameras_;
+  std::shared_ptr<RobotCalibration> robotcal_;
+};
+
+}  // namespace norv::calibration

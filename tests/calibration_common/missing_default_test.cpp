@@ -1,0 +1,143 @@
+// What becomes of a program whose compiled-in files are missing or unusable: this one brings its
+// own.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "calibration_common/base_calibration_data.h"
+#include "calibration_common/camera_parameters.h"
+#include "support/embedded_files.h"
+#include "tests/testing/log_capture.h"
+
+namespace norv {
+namespace {
+
+std::vector<internal::EmbeddedFileEntry> entries;
+
+}  // namespace
+
+internal::EmbeddedFileTable internal::embeddedFiles() { return {entries.data(), entries.size()}; }
+
+namespace calibration {
+namespace {
+
+using testing::CapturedLog;
+using ::testing::KilledBySignal;
+using ::testing::MatchesRegex;
+using testing::ScopedLogCapture;
+
+constexpr const char* kHeadCalibration = "calibration/default_head_cal.txt";
+constexpr const char* kBaseCalibration = "calibration/default_base_cal.txt";
+constexpr const char* kBasePlace =
+    "FATAL check calibration_common/base_calibration_data\\.cpp:[0-9]+: ";
+constexpr const char* kPlace = "FATAL check calibration_common/camera_parameters\\.cpp:[0-9]+: ";
+
+class MissingDefaultDeathTest : public ::testing::Test {
+ public:
+  ~MissingDefaultDeathTest() override { entries.clear(); }
+};
+
+TEST_F(MissingDefaultDeathTest, MissingHeadCalibration) {
+  EXPECT_EXIT(
+      CameraParametersSet(), KilledBySignal(SIGABRT),
+      MatchesRegex(kPlace + std::string("Check failed File::readFileToString\\( "
+                                        "EmbeddedFile::kEmbeddedPrefix \\+ "
+                                        "\"calibration/default_head_cal\\.txt\", &data\\) \n")));
+}
+
+TEST_F(MissingDefaultDeathTest, UnparsableHeadCalibration) {
+  entries = {{kHeadCalibration, "camera_calibration { name: 7 }"}};
+  EXPECT_EXIT(
+      CameraParametersSet(), KilledBySignal(SIGABRT),
+      MatchesRegex(kPlace +
+                   std::string("Check failed google::protobuf::TextFormat::ParseFromString\\("
+                               "data, robotcal_\\.get\\(\\)\\) \n")));
+}
+
+TEST_F(MissingDefaultDeathTest, RejectedHeadCalibration) {
+  entries = {
+      {kHeadCalibration, "camera_calibration { name: \"a\" intrinsics { width: 1 height: 1 } }"}};
+  EXPECT_EXIT(
+      CameraParametersSet(), KilledBySignal(SIGABRT),
+      MatchesRegex("ERROR camera_parameters calibration_common/camera_parameters\\.cpp:[0-9]+: "
+                   "Parameter list too short in intrinsics \\{\\\\n  width: 1\\\\n"
+                   "  height: 1\\\\n\\}\\\\nname: \"a\"\\\\n\n" +
+                   std::string(kPlace) + "Check failed readProto\\(\\) \n"));
+}
+
+TEST_F(MissingDefaultDeathTest, MissingBaseCalibration) {
+  EXPECT_EXIT(BaseCalibrationData(), KilledBySignal(SIGABRT),
+              MatchesRegex(kBasePlace +
+                           std::string("Check failed File::readFileToString\\( "
+                                       "EmbeddedFile::kEmbeddedPrefix \\+ "
+                                       "\"calibration/default_base_cal\\.txt\", &data\\) \n")));
+}
+
+TEST_F(MissingDefaultDeathTest, UnparsableBaseCalibration) {
+  entries = {{kBaseCalibration, "wheel_base: \"wide\""}};
+  EXPECT_EXIT(
+      BaseCalibrationData(), KilledBySignal(SIGABRT),
+      MatchesRegex(kBasePlace +
+                   std::string("Check failed google::protobuf::TextFormat::ParseFromString\\("
+                               "data, default_cal_\\.get\\(\\)\\) \n")));
+}
+
+TEST_F(MissingDefaultDeathTest, BaseCalibrationWithoutAGlobalTransform) {
+  entries = {{kBaseCalibration, "wheel_base: 1"}};
+  EXPECT_EXIT(BaseCalibrationData(), KilledBySignal(SIGABRT),
+              MatchesRegex("ERROR base_calibration_data "
+                           "calibration_common/base_calibration_data\\.cpp:[0-9]+: "
+                           "global_transform does not have enough parameters\\.\n" +
+                           std::string(kBasePlace) + "Check failed readProto\\(\\) \n"));
+}
+
+TEST_F(MissingDefaultDeathTest, CopyOfABaseCalibrationReadsTheFileWhenItNeedsIt) {
+  entries = {{kBaseCalibration,
+              "global_transform_adjustment { global_transform { a: [1,0,0,0,0,1,0,0,0,0,1,0] } }"}};
+  const BaseCalibrationData data;
+  entries.clear();
+  BaseCalibrationData copy(data);
+  EXPECT_EXIT(copy.setDefault(), KilledBySignal(SIGABRT),
+              MatchesRegex(kBasePlace +
+                           std::string("Check failed File::readFileToString\\( "
+                                       "EmbeddedFile::kEmbeddedPrefix \\+ "
+                                       "\"calibration/default_base_cal\\.txt\", &data\\) \n")));
+}
+
+TEST_F(MissingDefaultDeathTest, CopyReadsTheFileOnce) {
+  entries = {{kBaseCalibration,
+              "global_transform_adjustment { global_transform { a: [1,0,0,0,0,1,0,0,0,0,1,0] } }"}};
+  const BaseCalibrationData data;
+  BaseCalibrationData copy(data);
+  EXPECT_FALSE(copy.setDefault());
+  entries.clear();
+  EXPECT_FALSE(copy.setDefault());  // would stop the process if it read the file again
+  EXPECT_EQ(copy.getWorldRotation(), Matrix3x3_f::Identity());
+}
+
+TEST_F(MissingDefaultDeathTest, ChecksAreAttributedToSetDefault) {
+  // A logger that lets failed checks pass: all three fail in turn and the set is empty.
+  ScopedLogCapture capture(kLogFatal);
+  entries = {{"calibration/other.txt", ""}};
+  CameraParametersSet set;
+  EXPECT_FALSE(set.setDefault());
+  EXPECT_TRUE(set.getCameraNames().empty());
+  for (const CapturedLog& log : capture.take()) {
+    EXPECT_EQ(log.text,
+              "Check failed File::readFileToString( EmbeddedFile::kEmbeddedPrefix + "
+              "\"calibration/default_head_cal.txt\", &data) ");
+    EXPECT_EQ(log.function, "bool norv::calibration::CameraParametersSet::setDefault()");
+    EXPECT_EQ(log.file, "calibration_common/camera_parameters.cpp");
+  }
+  entries = {{kHeadCalibration, "camera_calibration { name: 7 }"}};
+  EXPECT_FALSE(set.setDefault());
+  EXPECT_FALSE(capture.take().empty());
+}
+
+}  // namespace
+}  // namespace calibration
+}  // namespace norv
