@@ -1,0 +1,249 @@
+#include "calibration_common/ptz_camera_model.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "support/camera_projection.h"
+#include "support/checks.h"
+#include "support/logging.h"
+#include "support/saturate.h"
+
+namespace norv::calibration {
+namespace {
+
+constexpr const char* kChannel = "ptz_camera_model";
+
+/// No zoom asks for a longer lens, pixels.
+constexpr float kLongestFocalLength = 1e6F;
+/// Added to distances from the optical axis, in focal lengths, that are divided by.
+constexpr float kSmallestDistance = 1e-6F;
+
+Vector3_f head3(const Eigen::Matrix<float, 4, 1>& v) { return v.head<3>(); }
+
+/// A direction, transformed without its translation.
+Vector3_f turn(const Matrix4x4_f& m, const Vector2_f& normalized) {
+  return head3(m * Eigen::Matrix<float, 4, 1>(normalized.x(), normalized.y(), 1, 0));
+}
+
+}  // namespace
+
+PTZCameraModel::PTZCameraModel(const PTZCameraParameters& params) : params_(params) {
+  const auto& samples = params_.intrinsics().samples();
+  if (samples.empty()) {
+    NORV_LOG(kLogError, kChannel) << "Invalid intrinsics";
+    return;
+  }
+  if (!pan_tilt_model_.readFromPB(params_.pan_tilt())) {
+    NORV_LOG(kLogError, kChannel) << "Invalid pan_tilt parameters";
+    return;
+  }
+  if (samples.size() >= 2) {
+    max_zoom_factor_ =
+        static_cast<float>(samples[samples.size() - 1].focal_length() / samples[0].focal_length());
+  }
+  valid_ = true;
+}
+
+int PTZCameraModel::getIntrinsicsIndex(int zoom) const {
+  const std::int64_t interval = params_.intrinsics().zoom_interval();
+  if (interval == 0) return 0;
+  return clampToInt((std::int64_t{zoom} - params_.intrinsics().zoom_start()) / interval);
+}
+
+const PTZIntrinsicsItem* PTZCameraModel::getIntrinsics(int index) const {
+  NORV_CHECK_GT(params_.intrinsics().samples_size(), 0);
+  const int count = params_.intrinsics().samples_size();
+  // For a logger that lets the failed check pass.
+  if (count == 0) return &PTZIntrinsicsItem::default_instance();
+  return &params_.intrinsics().samples(std::min(std::max(index, 0), count - 1));
+}
+
+int PTZCameraModel::zoomXFactorToSteps(float factor) const {
+  const auto& samples = params_.intrinsics().samples();
+  if (samples.size() < 2 || factor < 1.0F) return 0;
+  const double focal_length = static_cast<double>(factor) * samples[0].focal_length();
+  for (int i = 1; i < samples.size(); ++i) {
+    const PTZIntrinsicsItem& a = samples[i - 1];
+    const PTZIntrinsicsItem& b = samples[i];
+    if (!(b.focal_length() >= focal_length)) continue;
+    return truncateToInt(std::round((focal_length - a.focal_length()) * (b.zoom() - a.zoom()) /
+                                        (b.focal_length() - a.focal_length()) +
+                                    a.zoom()));
+  }
+  return truncateToInt(std::round(samples[samples.size() - 1].zoom()));
+}
+
+float PTZCameraModel::stepsToZoomXFactor(int steps) const {
+  const int count = params_.intrinsics().samples_size();
+  if (count < 2) return 1.0F;
+  const int position = std::max(steps, 0);
+  const int index = getIntrinsicsIndex(position);
+  const PTZIntrinsicsItem* a = getIntrinsics(index);
+  double focal_length = a->focal_length();
+  if (index < count - 1) {
+    const PTZIntrinsicsItem* b = getIntrinsics(index + 1);
+    const double t = (b->zoom() - position) / (b->zoom() - a->zoom());
+    focal_length = t * a->focal_length() + (1 - t) * b->focal_length();
+  }
+  const auto factor = static_cast<float>(focal_length / getIntrinsics(0)->focal_length());
+  return factor > 1.0F ? factor : 1.0F;  // 1 for NaN too
+}
+
+PTZCameraModelConfiguration::PTZCameraModelConfiguration(const PTZCameraModelPtr& model, int pan,
+                                                         int tilt, int zoom)
+    : model_(model), pan_(pan), tilt_(tilt), zoom_(zoom) {
+  camera_transform_ = model_->getPanTiltModel().getFullTransform(static_cast<float>(pan_),
+                                                                 static_cast<float>(tilt_));
+  blendLenses();
+}
+
+/// Sets the lens from the samples on both sides of the zoom position.
+void PTZCameraModelConfiguration::blendLenses() {
+  const std::int64_t index = model_->getIntrinsicsIndex(zoom_);
+  const PTZIntrinsicsItem& a = *model_->getIntrinsics(clampToInt(index));
+  const PTZIntrinsicsItem& b = *model_->getIntrinsics(clampToInt(index + 1));
+  // At and beyond the last sample the two are one, and nothing that follows is finite.
+  const double a1 = (b.zoom() - zoom_) / (b.zoom() - a.zoom());
+  const double a2 = 1 - a1;
+  NORV_LOG_FORMAT(kLogInfo, kChannel, "zoom=%d a1=%f, a2=%f", zoom_, a1, a2);
+  NORV_LOG_FORMAT(kLogInfo, kChannel, "f1=%f k11=%f k41=%f | f2=%f k12=%f k42=%f", a.focal_length(),
+                  a.k1(), a.k4(), b.focal_length(), b.k1(), b.k4());
+
+  const double weight_a = a.focal_length() * a1;
+  const double weight_b = b.focal_length() * a2;
+  const double f = weight_a + weight_b;
+  const double k1 =
+      (weight_b * a.k4() + weight_a * b.k4() + weight_a * a.k1() + weight_b * b.k1()) / f;
+  const double k2 = (weight_b * b.k1() * a.k4() + weight_a * a.k1() * b.k4()) / f;
+  const double k4 = a.k4() + b.k4();
+  const double k5 = a.k4() * b.k4();
+  const double p1 = a1 * a.p1() + a2 * b.p1();
+  const double p2 = a1 * a.p2() + a2 * b.p2();
+  const double cx = a1 * a.cx() + a2 * b.cx();
+  const double cy = a1 * a.cy() + a2 * b.cy();
+
+  distortion_ = {static_cast<float>(k1),
+                 static_cast<float>(k2),
+                 static_cast<float>(p1),
+                 static_cast<float>(p2),
+                 0.0F,
+                 static_cast<float>(k4),
+                 static_cast<float>(k5),
+                 0.0F};
+  principal_point_[0] = static_cast<float>(cx);
+  principal_point_[1] = static_cast<float>(cy);
+  focal_lengths_[0] = focal_lengths_[1] = static_cast<float>(f);
+  K_ << focal_lengths_[0], 0.0F, principal_point_[0],  //
+      0.0F, focal_lengths_[1], principal_point_[1],    //
+      0.0F, 0.0F, 1.0F;
+}
+
+Vector3_f PTZCameraModelConfiguration::getCameraCenter() const {
+  return camera_transform_.getCameraCenter();
+}
+
+Vector2_f PTZCameraModelConfiguration::project3dToCamera(const Vector3_f& point) const {
+  return norv::project3dToCamera(camera_transform_, distortion_, K_, point);
+}
+
+Vector3_f PTZCameraModelConfiguration::projectPixelToRay(const Vector2_f& pixel) const {
+  return turn(
+      camera_transform_.inverse,
+      calibration::rectifyPoint(distortion_.data(), principal_point_, focal_lengths_, pixel));
+}
+
+Vector2_f PTZCameraModelConfiguration::rectifyPoint(const Vector2_f& point) const {
+  const PTZIntrinsicsTable& table = model_->getParams().intrinsics();
+  const Vector2_f pixel(point.x() * static_cast<float>(table.image_width()),
+                        point.y() * static_cast<float>(table.image_height()));
+  return calibration::rectifyPoint(distortion_.data(), principal_point_, focal_lengths_, pixel);
+}
+
+void PTZCameraModelConfiguration::getCameraParameters(int /*width*/, int /*height*/,
+                                                      CameraParameters* /*camera*/) const {}
+
+bool PTZCameraModelConfiguration::getPanTilt(const Vector3_f& world, const Vector2_f& pixel,
+                                             float* pan, float* tilt) const {
+  const Vector2_f normalized =
+      calibration::rectifyPoint(distortion_.data(), principal_point_, focal_lengths_, pixel);
+  return model_->getPanTiltModel().computePanTilt(world, normalized, pan, tilt);
+}
+
+/// Motor positions, rounded and limited, at which the optical axis meets a world point. Nothing is
+/// written when there are none.
+bool PTZCameraModelConfiguration::turnTo(const Vector3_f& target, int* pan, int* tilt) const {
+  float exact_pan = 0;
+  float exact_tilt = 0;
+  if (!model_->getPanTiltModel().computePanTilt(target, Vector2_f(0, 0), &exact_pan, &exact_tilt)) {
+    return false;
+  }
+  *pan = truncateToInt(static_cast<double>(std::round(exact_pan)));
+  *tilt = truncateToInt(static_cast<double>(std::round(exact_tilt)));
+  limitToMotorRange(model_->getParams().pan_tilt(), pan, tilt);
+  return true;
+}
+
+bool PTZCameraModelConfiguration::getPanTilt(const Vector2_f& pixel, int* pan, int* tilt) const {
+  const Vector3_f target = getCameraCenter() + projectPixelToRay(pixel).normalized();
+  return turnTo(target, pan, tilt);
+}
+
+/// The longest focal length, pixels, at which all corners of the box are within the picture once
+/// the head has turned.
+float PTZCameraModelConfiguration::largestFocalLength(const Vector2_f& corner,
+                                                      const Vector2_f& opposite, int pan,
+                                                      int tilt) const {
+  const PTZIntrinsicsTable& table = model_->getParams().intrinsics();
+  const CameraTransform turned =
+      model_->getPanTiltModel().getFullTransform(static_cast<float>(pan), static_cast<float>(tilt));
+  const Matrix4x4_f turned_from_current = turned.transform * camera_transform_.inverse;
+  const float half_width = 0.5F * static_cast<float>(table.image_width());
+  const float half_height = 0.5F * static_cast<float>(table.image_height());
+  float longest = kLongestFocalLength;
+  for (const Vector2_f& pixel : {corner, opposite, Vector2_f(corner.x(), opposite.y()),
+                                 Vector2_f(opposite.x(), corner.y())}) {
+    const Vector2_f current =
+        calibration::rectifyPoint(distortion_.data(), principal_point_, focal_lengths_, pixel);
+    const Vector3_f p = turn(turned_from_current, current);
+    longest = std::min(longest, half_width / (std::abs(p.x() / p.z()) + kSmallestDistance));
+    longest = std::min(longest, half_height / (std::abs(p.y() / p.z()) + kSmallestDistance));
+  }
+  return longest;
+}
+
+bool PTZCameraModelConfiguration::getPanTiltZoom(const Vector2_f& corner, const Vector2_f& opposite,
+                                                 int* pan, int* tilt, int* zoom) const {
+  // The sum of two unit vectors bisects the angle between them.
+  const Vector3_f target = getCameraCenter() + projectPixelToRay(corner).normalized() +
+                           projectPixelToRay(opposite).normalized();
+  if (!turnTo(target, pan, tilt)) return false;
+  const double longest = static_cast<double>(largestFocalLength(corner, opposite, *pan, *tilt));
+  const auto& samples = model_->getParams().intrinsics().samples();
+  if (samples.empty()) return false;
+
+  if (samples[0].focal_length() > longest) {
+    *zoom = 0;
+    NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " " << *zoom;
+    return true;
+  }
+  const auto upper = std::find_if(samples.begin() + 1, samples.end(), [&](const auto& sample) {
+    return sample.focal_length() > longest;
+  });
+  if (upper == samples.end()) {
+    *zoom = truncateToInt(samples[samples.size() - 1].zoom());
+    NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " " << *zoom;
+    return true;
+  }
+  const auto lower = upper - 1;
+  const auto fraction = static_cast<float>((longest - lower->focal_length()) /
+                                           (upper->focal_length() - lower->focal_length()));
+  *zoom = truncateToInt(static_cast<double>(fraction) * (upper->zoom() - lower->zoom()) +
+                        lower->zoom());
+  NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " "
+                               << lower->DebugString() << " " << upper->DebugString() << " "
+                               << *zoom;
+  return true;
+}
+
+}  // namespace norv::calibration

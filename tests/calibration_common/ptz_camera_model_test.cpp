@@ -1,0 +1,411 @@
+#include <gmock/gmock.h>
+#include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <csignal>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "calibration_common/ptz_camera_model.h"
+#include "tests/testing/example_ptz.h"
+#include "tests/testing/log_capture.h"
+
+namespace norv::calibration {
+namespace {
+
+using google::protobuf::util::MessageDifferencer;
+using ::testing::ElementsAre;
+using testing::exampleHead;
+using testing::examplePtz;
+using ::testing::IsEmpty;
+using ::testing::KilledBySignal;
+using testing::lines;
+using testing::LogLine;
+using ::testing::MatchesRegex;
+using testing::ScopedLogCapture;
+
+static_assert(std::is_same_v<PTZCameraModelPtr, std::shared_ptr<const PTZCameraModel>>);
+
+constexpr int kLowest = std::numeric_limits<int>::min();
+constexpr int kLargest = std::numeric_limits<int>::max();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+const LogLine kNoIntrinsics = {2, "ptz_camera_model", "Invalid intrinsics"};
+const LogLine kBadHead = {2, "ptz_camera_model", "Invalid pan_tilt parameters"};
+const LogLine kShortHead = {2, "pan_tilt_model",
+                            "Not enough matrix elements in PanTiltSystemParameters"};
+const LogLine kNoSamples = {1, "check",
+                            "Check failed: params_.intrinsics().samples_size() > 0 (0 vs. 0) "};
+
+/// The example head with a table of (zoom, focal length).
+PTZCameraParameters ptzOf(const std::vector<std::pair<double, double>>& samples, int start,
+                          int interval) {
+  PTZCameraParameters ptz;
+  *ptz.mutable_pan_tilt() = exampleHead();
+  PTZIntrinsicsTable* table = ptz.mutable_intrinsics();
+  table->set_zoom_start(start);
+  table->set_zoom_interval(interval);
+  for (const auto& [zoom, focal_length] : samples) {
+    PTZIntrinsicsItem* sample = table->add_samples();
+    sample->set_zoom(zoom);
+    sample->set_focal_length(focal_length);
+  }
+  return ptz;
+}
+
+/// Focal lengths 100, 200 and 600 at the zooms 50, 150 and 250: factors 1, 2 and 6.
+PTZCameraParameters threeSamples() { return ptzOf({{50, 100}, {150, 200}, {250, 600}}, 50, 100); }
+
+PTZCameraParameters withoutSamples() {
+  PTZCameraParameters ptz = examplePtz();
+  ptz.mutable_intrinsics()->clear_samples();
+  return ptz;
+}
+
+// -------------------------------------------------------------------------------------
+// construction
+
+TEST(PTZCameraModel, LoadsAValidCalibration) {
+  ScopedLogCapture capture;
+  const PTZCameraModel model(examplePtz());
+  EXPECT_THAT(lines(capture.take()), IsEmpty());
+  EXPECT_TRUE(model.isValid());
+  EXPECT_TRUE(MessageDifferencer::Equals(model.getParams(), examplePtz()));
+  EXPECT_EQ(model.getPanTiltModel().getBaseToPan().transform(2, 3), -1.2F);
+  EXPECT_EQ(model.getPanTiltModel().getTiltScale(), 0.0005F);
+  EXPECT_FLOAT_EQ(model.getMaxZoomFactor(), std::pow(20.0F, 1.1F));
+}
+
+TEST(PTZCameraModel, KeepsItsOwnCopy) {
+  PTZCameraParameters params = examplePtz();
+  const PTZCameraModel model(params);
+  params.Clear();
+  EXPECT_TRUE(MessageDifferencer::Equals(model.getParams(), examplePtz()));
+}
+
+TEST(PTZCameraModel, WithoutSamplesIsInvalidAndReadsNoHead) {
+  ScopedLogCapture capture;
+  const PTZCameraModel model(withoutSamples());
+  EXPECT_THAT(lines(capture.take()), ElementsAre(kNoIntrinsics));
+  EXPECT_FALSE(model.isValid());
+  EXPECT_EQ(model.getMaxZoomFactor(), 1.0F);
+  // The head is complete, and yet not read.
+  EXPECT_EQ(model.getPanTiltModel().getTiltScale(), 0);
+  EXPECT_EQ(model.getPanTiltModel().getBaseToPan().transform, Matrix4x4_f(Matrix4x4_f::Zero()));
+  EXPECT_TRUE(MessageDifferencer::Equals(model.getParams(), withoutSamples()));
+}
+
+TEST(PTZCameraModel, WithoutIntrinsicsNothingElseIsLookedAt) {
+  ScopedLogCapture capture;
+  EXPECT_FALSE(PTZCameraModel(PTZCameraParameters()).isValid());
+  // An empty message has no head either; that is not said.
+  EXPECT_THAT(lines(capture.take()), ElementsAre(kNoIntrinsics));
+}
+
+TEST(PTZCameraModel, WithAnIncompleteHeadIsInvalid) {
+  PTZCameraParameters params = examplePtz();
+  params.mutable_pan_tilt()->mutable_tilt_to_camera()->mutable_a()->RemoveLast();
+  ScopedLogCapture capture;
+  const PTZCameraModel model(params);
+  EXPECT_THAT(lines(capture.take()), ElementsAre(kShortHead, kBadHead));
+  EXPECT_FALSE(model.isValid());
+  EXPECT_EQ(model.getMaxZoomFactor(), 1.0F);
+  EXPECT_EQ(model.getPanTiltModel().getTiltScale(), 0);
+  // Questions about the lens are answered all the same.
+  EXPECT_EQ(model.getIntrinsics(3)->focal_length(), params.intrinsics().samples(3).focal_length());
+  EXPECT_EQ(model.zoomXFactorToSteps(20), 10000);
+}
+
+TEST(PTZCameraModel, MaxZoomFactorIsTheLastSampleOverTheFirst) {
+  EXPECT_EQ(PTZCameraModel(threeSamples()).getMaxZoomFactor(), 6.0F);
+  // Divided in double and then rounded: the quotient of the floats would be another.
+  const double f0 = 3.1;
+  const double f1 = 7.3;
+  ASSERT_NE(static_cast<float>(f1 / f0), static_cast<float>(f1) / static_cast<float>(f0));
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, f0}, {1, f1}}, 0, 1)).getMaxZoomFactor(),
+            static_cast<float>(f1 / f0));
+}
+
+TEST(PTZCameraModel, OneSampleIsValidAndItsConversionsTrivial) {
+  ScopedLogCapture capture;
+  const PTZCameraModel model(ptzOf({{70, 1000}}, 70, 10));
+  EXPECT_THAT(lines(capture.take()), IsEmpty());
+  EXPECT_TRUE(model.isValid());
+  EXPECT_EQ(model.getMaxZoomFactor(), 1.0F);
+  for (const float factor : {0.5F, 1.0F, 3.0F, std::nanf("")}) {
+    EXPECT_EQ(model.zoomXFactorToSteps(factor), 0);
+  }
+  for (const int steps : {-5, 0, 70, 1000, kLowest, kLargest}) {
+    EXPECT_EQ(model.stepsToZoomXFactor(steps), 1.0F);
+  }
+}
+
+TEST(PTZCameraModel, WithoutSamplesTheConversionsAreTrivial) {
+  ScopedLogCapture capture;
+  const PTZCameraModel model(withoutSamples());
+  capture.take();
+  EXPECT_EQ(model.zoomXFactorToSteps(2), 0);
+  EXPECT_EQ(model.stepsToZoomXFactor(2), 1.0F);
+  EXPECT_THAT(lines(capture.take()), IsEmpty());
+}
+
+// ------------------------------------------------------------------------------------ sample
+// lookup
+
+/// The index of a zoom in a table that starts and is spaced like this.
+int indexOf(int zoom, int start, int interval) {
+  return PTZCameraModel(ptzOf({{0, 1}}, start, interval)).getIntrinsicsIndex(zoom);
+}
+
+TEST(GetIntrinsicsIndex, TruncatesTowardZero) {
+  EXPECT_EQ(indexOf(100, 100, 50), 0);
+  EXPECT_EQ(indexOf(149, 100, 50), 0);
+  EXPECT_EQ(indexOf(150, 100, 50), 1);
+  EXPECT_EQ(indexOf(60, 100, 50), 0);
+  EXPECT_EQ(indexOf(51, 100, 50), 0);
+  EXPECT_EQ(indexOf(50, 100, 50), -1);
+  EXPECT_EQ(indexOf(40, 100, 50), -1);
+  EXPECT_EQ(indexOf(0, 100, 50), -2);
+}
+
+TEST(GetIntrinsicsIndex, IsNotLimitedToTheTable) {
+  EXPECT_EQ(indexOf(100000, 100, 50), 1998);
+  EXPECT_EQ(indexOf(-100000, 100, 50), -2002);
+}
+
+TEST(GetIntrinsicsIndex, IntervalOfZeroIsSampleZero) {
+  for (const int zoom : {kLowest, -1, 0, 7, kLargest}) EXPECT_EQ(indexOf(zoom, 100, 0), 0);
+}
+
+TEST(GetIntrinsicsIndex, NegativeInterval) {
+  EXPECT_EQ(indexOf(60, 100, -50), 0);
+  EXPECT_EQ(indexOf(50, 100, -50), 1);
+  EXPECT_EQ(indexOf(150, 100, -50), -1);
+}
+
+TEST(GetIntrinsicsIndex, ExtremeValuesSaturate) {
+  EXPECT_EQ(indexOf(kLowest, 0, -1), kLargest);
+  EXPECT_EQ(indexOf(kLargest, -1, 1), kLargest);
+  EXPECT_EQ(indexOf(kLargest, kLowest, 1), kLargest);
+  EXPECT_EQ(indexOf(kLowest, kLargest, 1), kLowest);
+  EXPECT_EQ(indexOf(kLargest, kLowest, -1), kLowest);
+  EXPECT_EQ(indexOf(kLowest, kLargest, -1), kLargest);
+  // A difference beyond the range of int whose quotient is within it.
+  EXPECT_EQ(indexOf(kLargest, kLowest, 4), 1073741823);
+  EXPECT_EQ(indexOf(kLowest, kLargest, kLowest), 1);
+  EXPECT_EQ(indexOf(kLargest, kLowest, kLowest), -1);
+  EXPECT_EQ(indexOf(kLargest, kLowest, kLargest), 2);
+}
+
+TEST(GetIntrinsicsIndex, IsIntegerDivisionWhereThatIsDefined) {
+  std::mt19937_64 random(80);
+  std::uniform_int_distribution<int> any(-1000000000, 1000000000);
+  std::uniform_int_distribution<int> small(-20, 20);
+  for (int trial = 0; trial < 2000; ++trial) {
+    const int zoom = any(random);
+    const int start = any(random);
+    const int interval = trial % 2 == 0 ? any(random) : small(random);
+    if (interval != 0) {
+      EXPECT_EQ(indexOf(zoom, start, interval), (zoom - start) / interval);
+    }
+  }
+}
+
+TEST(GetIntrinsics, LimitsTheIndexToTheTable) {
+  const PTZCameraModel model(examplePtz());
+  const auto& samples = model.getParams().intrinsics().samples();
+  EXPECT_EQ(model.getIntrinsics(-5), &samples[0]);
+  EXPECT_EQ(model.getIntrinsics(-1), &samples[0]);
+  for (int i = 0; i < 12; ++i) EXPECT_EQ(model.getIntrinsics(i), &samples[i]);
+  EXPECT_EQ(model.getIntrinsics(12), &samples[11]);
+  EXPECT_EQ(model.getIntrinsics(15), &samples[11]);
+  EXPECT_EQ(model.getIntrinsics(kLowest), &samples[0]);
+  EXPECT_EQ(model.getIntrinsics(kLargest), &samples[11]);
+}
+
+TEST(PTZCameraModelDeathTest, WithoutSamplesGetIntrinsicsStopsTheProcess) {
+  ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  EXPECT_EXIT(
+      PTZCameraModel(PTZCameraParameters()).getIntrinsics(0), KilledBySignal(SIGABRT),
+      MatchesRegex("ERROR ptz_camera_model calibration_common/ptz_camera_model\\.cpp:[0-9]+: "
+                   "Invalid intrinsics\n"
+                   "FATAL check calibration_common/ptz_camera_model\\.cpp:[0-9]+: "
+                   "Check failed: params_\\.intrinsics\\(\\)\\.samples_size\\(\\) > 0 "
+                   "\\(0 vs\\. 0\\) \n"));
+}
+
+TEST(GetIntrinsics, WithoutSamplesContinuesDefinedWhenTheLoggerLetsItPass) {
+  ScopedLogCapture capture;
+  const PTZCameraModel model(withoutSamples());
+  capture.take();
+  for (const int index : {-1, 0, 1, kLowest, kLargest}) {
+    const PTZIntrinsicsItem* sample = model.getIntrinsics(index);
+    ASSERT_NE(sample, nullptr);
+    EXPECT_TRUE(MessageDifferencer::Equals(*sample, PTZIntrinsicsItem()));
+    const auto logs = capture.take();
+    EXPECT_THAT(lines(logs), ElementsAre(kNoSamples));
+    EXPECT_EQ(logs[0].file, "calibration_common/ptz_camera_model.cpp");
+    EXPECT_THAT(logs[0].function, ::testing::HasSubstr("PTZCameraModel::getIntrinsics(int) const"));
+  }
+}
+
+// --------------------------------------------------------------------------------- zoom
+// conversions
+
+TEST(ZoomXFactorToSteps, InterpolatesTheFocalLengths) {
+  const PTZCameraModel model(threeSamples());
+  EXPECT_EQ(model.zoomXFactorToSteps(1.5F), 100);
+  EXPECT_EQ(model.zoomXFactorToSteps(4.0F), 200);
+  EXPECT_EQ(model.zoomXFactorToSteps(5.0F), 225);
+}
+
+TEST(ZoomXFactorToSteps, FactorOneIsTheFirstSamplesZoom) {
+  EXPECT_EQ(PTZCameraModel(threeSamples()).zoomXFactorToSteps(1.0F), 50);
+  // Rounded, half away from zero.
+  EXPECT_EQ(PTZCameraModel(ptzOf({{50.5, 100}, {150, 200}}, 50, 100)).zoomXFactorToSteps(1), 51);
+  EXPECT_EQ(PTZCameraModel(ptzOf({{-50.5, 100}, {150, 200}}, -50, 100)).zoomXFactorToSteps(1), -51);
+}
+
+TEST(ZoomXFactorToSteps, BelowOneIsZeroAndNotTheFirstSample) {
+  const PTZCameraModel model(threeSamples());
+  for (const float factor : {std::nextafter(1.0F, 0.0F), 0.5F, 0.0F, -3.0F, -kInfinity}) {
+    EXPECT_EQ(model.zoomXFactorToSteps(factor), 0) << factor;
+  }
+}
+
+TEST(ZoomXFactorToSteps, BeyondTheLastSampleIsItsZoomRounded) {
+  EXPECT_EQ(PTZCameraModel(threeSamples()).zoomXFactorToSteps(6.001F), 250);
+  const PTZCameraModel model(ptzOf({{0, 100}, {99.5, 200}}, 0, 100));
+  for (const float factor : {2.001F, 1e30F, kInfinity}) {
+    EXPECT_EQ(model.zoomXFactorToSteps(factor), 100) << factor;
+  }
+}
+
+TEST(ZoomXFactorToSteps, ATieStopsAtTheLowerSegment) {
+  // Two samples of the same focal length: between them nothing could be interpolated.
+  const PTZCameraModel flat(ptzOf({{0, 100}, {100, 200}, {200, 200}, {300, 400}}, 0, 100));
+  EXPECT_EQ(flat.zoomXFactorToSteps(2), 100);
+}
+
+TEST(ZoomXFactorToSteps, RoundsHalfAwayFromZero) {
+  // 2.5 and -2.5.
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {10, 5}}, 0, 10)).zoomXFactorToSteps(2), 3);
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {-10, 5}}, 0, -10)).zoomXFactorToSteps(2), -3);
+}
+
+TEST(ZoomXFactorToSteps, WorksInDouble) {
+  // Zooms that float cannot tell apart.
+  const PTZCameraModel model(ptzOf({{1000000000, 1}, {1000000010, 2}}, 1000000000, 10));
+  EXPECT_EQ(model.zoomXFactorToSteps(1.3F), 1000000003);
+}
+
+TEST(ZoomXFactorToSteps, NotANumberIsTheLastSample) {
+  EXPECT_EQ(PTZCameraModel(threeSamples()).zoomXFactorToSteps(std::nanf("")), 250);
+}
+
+TEST(ZoomXFactorToSteps, ResultsBeyondIntSaturate) {
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {1e12, 2}}, 0, 1)).zoomXFactorToSteps(3), kLargest);
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {-1e12, 2}}, 0, 1)).zoomXFactorToSteps(3), kLowest);
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {1e12, 2}}, 0, 1)).zoomXFactorToSteps(1.5F), kLargest);
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {std::nan(""), 2}}, 0, 1)).zoomXFactorToSteps(3), 0);
+  // All samples alike: 0 / 0.
+  EXPECT_EQ(PTZCameraModel(ptzOf({{5, 1}, {6, 1}}, 0, 1)).zoomXFactorToSteps(1), 0);
+}
+
+TEST(StepsToZoomXFactor, InterpolatesTheFocalLengths) {
+  const PTZCameraModel model(threeSamples());
+  EXPECT_EQ(model.stepsToZoomXFactor(50), 1.0F);
+  EXPECT_EQ(model.stepsToZoomXFactor(100), 1.5F);
+  EXPECT_EQ(model.stepsToZoomXFactor(150), 2.0F);
+  EXPECT_EQ(model.stepsToZoomXFactor(200), 4.0F);
+  EXPECT_EQ(model.stepsToZoomXFactor(225), 5.0F);
+}
+
+TEST(StepsToZoomXFactor, TheLastSampleAndBeyondGiveTheMaximum) {
+  const PTZCameraModel model(examplePtz());
+  for (const int steps : {11000, 11001, 1000000, kLargest}) {
+    EXPECT_EQ(model.stepsToZoomXFactor(steps), model.getMaxZoomFactor()) << steps;
+  }
+  EXPECT_LT(model.stepsToZoomXFactor(10999), model.getMaxZoomFactor());
+}
+
+TEST(StepsToZoomXFactor, NegativeStepsCountAsZero) {
+  // A table from -100 on, so that 0 is not the wide end.
+  const PTZCameraModel model(ptzOf({{-100, 100}, {0, 200}, {100, 400}}, -100, 100));
+  EXPECT_EQ(model.stepsToZoomXFactor(0), 2.0F);
+  for (const int steps : {-1, -50, -100, -1000, kLowest}) {
+    EXPECT_EQ(model.stepsToZoomXFactor(steps), 2.0F) << steps;
+  }
+}
+
+TEST(StepsToZoomXFactor, IsNeverBelowOne) {
+  // Below the first sample by less than an interval the first segment is extrapolated, to 0.5 at 0.
+  const PTZCameraModel model(threeSamples());
+  EXPECT_EQ(model.stepsToZoomXFactor(0), 1.0F);
+  EXPECT_EQ(model.stepsToZoomXFactor(49), 1.0F);
+}
+
+TEST(StepsToZoomXFactor, NegativeIndex) {
+  // An interval and more below the first sample both samples are the first one: 0 / 0 or x / 0,
+  // and 1.
+  const PTZCameraModel model(ptzOf({{500, 100}, {600, 200}}, 500, 100));
+  for (const int steps : {0, 100, 399, 400}) {
+    EXPECT_EQ(model.stepsToZoomXFactor(steps), 1.0F) << steps;
+  }
+}
+
+TEST(StepsToZoomXFactor, UsesTheIndexAndNotTheZoomsOfTheSamples) {
+  // Samples at 0, 100 and 200, spaced 50 by the table: 60 belongs to segment 1, extrapolated to
+  // 1.4 x 200 - 0.4 x 400 = 120.
+  const PTZCameraModel model(ptzOf({{0, 100}, {100, 200}, {200, 400}}, 0, 50));
+  EXPECT_FLOAT_EQ(model.stepsToZoomXFactor(60), 1.2F);
+  EXPECT_EQ(model.stepsToZoomXFactor(100), 4.0F);
+}
+
+TEST(StepsToZoomXFactor, IntervalOfZeroIsTheFirstSegment) {
+  const PTZCameraModel model(ptzOf({{0, 100}, {100, 200}, {200, 400}}, 0, 0));
+  EXPECT_EQ(model.stepsToZoomXFactor(50), 1.5F);
+  EXPECT_EQ(model.stepsToZoomXFactor(200), 3.0F);
+}
+
+TEST(StepsToZoomXFactor, IsNeverNotANumber) {
+  const double nan = std::nan("");
+  for (const PTZCameraParameters& params :
+       {ptzOf({{0, nan}, {100, 200}}, 0, 100), ptzOf({{0, 100}, {nan, 200}}, 0, 100),
+        ptzOf({{0, 0}, {100, 0}}, 0, 100), ptzOf({{0, 100}, {0, 200}}, 0, 100),
+        ptzOf({{0, 1e300}, {100, nan}}, 0, 100), ptzOf({{nan, nan}, {nan, nan}}, 1, 1)}) {
+    const PTZCameraModel model(params);
+    for (const int steps : {kLowest, 0, 50, 100, kLargest}) {
+      // Comparisons with NaN are false.
+      EXPECT_GE(model.stepsToZoomXFactor(steps), 1.0F) << params.ShortDebugString() << steps;
+    }
+  }
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 0}, {100, 5}}, 0, 100)).stepsToZoomXFactor(100), kInfinity);
+}
+
+TEST(ZoomConversions, ExtremeTables) {
+  for (const int start : {kLowest, -1, 0, kLargest}) {
+    for (const int interval : {kLowest, -1, 0, 1, kLargest}) {
+      const PTZCameraModel model(ptzOf({{0, 100}, {100, 200}}, start, interval));
+      for (const int steps : {kLowest, -1, 0, 1, kLargest}) {
+        EXPECT_GE(model.stepsToZoomXFactor(steps), 1.0F);
+      }
+    }
+  }
+}
+
+TEST(ZoomConversions, UndoEachOtherWhereTheTableIsRegular) {
+  const PTZCameraModel model(examplePtz());
+  for (int steps = 0; steps <= 11000; ++steps) {
+    EXPECT_EQ(model.zoomXFactorToSteps(model.stepsToZoomXFactor(steps)), steps);
+  }
+}
+
+}  // namespace
+}  // namespace norv::calibration
