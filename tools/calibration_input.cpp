@@ -1,0 +1,58 @@
+#include "tools/calibration_input.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "support/file.h"
+#include "support/message_parsing.h"
+#include "tools/tool_error.h"
+
+namespace norv::tools {
+namespace {
+
+/// Whether an error's place in the data would mean anything to the user.
+bool looksLikeText(const std::string& data) {
+  return std::none_of(data.begin(), data.end(), [](char c) {
+    return static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\r' && c != '\t';
+  });
+}
+
+[[noreturn]] void refuseText(const CalibrationInput& input, const internal::TextParseError& error) {
+  const TextField* field = fieldAt(input.fields, error.line, error.column);
+  throw ToolError(fmt::format("{}:{}:{}: {}{}", input.name, error.line, error.column,
+                              field != nullptr ? field->path + ": " : "", error.message));
+}
+
+}  // namespace
+
+CalibrationInput readInput(const std::string& path) {
+  CalibrationInput input;
+  input.name = path;
+  if (!File::readFileToString(path, &input.data)) {
+    throw ToolError(fmt::format("{}: cannot be read as a file of at most 2 GiB", path));
+  }
+  return input;
+}
+
+InputFormat parseInput(CalibrationInput* input, google::protobuf::Message* message) {
+  if (internal::parseBinary(input->data, message)) return InputFormat::kBinary;
+  if (!looksLikeText(input->data)) {
+    throw ToolError(fmt::format("{}: neither a binary nor a text-format {}", input->name,
+                                message->GetDescriptor()->name()));
+  }
+  input->fields = listTextFields(input->data, *message->GetDescriptor());
+  internal::TextParseError error;
+  if (!internal::parseText(input->data, message, &error)) refuseText(*input, error);
+  return InputFormat::kText;
+}
+
+std::string describeProblem(const CalibrationInput& input, const std::string& path,
+                            const std::string& problem) {
+  const TextField* field = findField(input.fields, path);
+  const std::string place =
+      field != nullptr ? fmt::format(":{}:{}", field->line, field->column) : "";
+  return fmt::format("{}{}: {}: {}", input.name, place, path, problem);
+}
+
+}  // namespace norv::tools

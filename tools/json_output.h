@@ -1,0 +1,30 @@
+#pragma once
+
+/// JSON for programs: keys in the order in which they were added, text that is not UTF-8 replaced,
+/// and numbers that are not finite as null.
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace norv::tools {
+
+using json = nlohmann::ordered_json;
+
+/// A matrix as a list of rows.
+template <class Matrix>
+json rowsOf(const Matrix& m) {
+  json rows = json::array();
+  for (int r = 0; r < m.rows(); ++r) {
+    json row = json::array();
+    for (int c = 0; c < m.cols(); ++c) row.push_back(m(r, c));
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+/// A whole document, with a line break at its end.
+inline std::string printJson(const json& document) {
+  return document.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace norv::tools

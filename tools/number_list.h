@@ -1,0 +1,19 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace norv::tools {
+
+/// N whole numbers of the range of int, separated by commas with nothing else between them; nullopt
+/// for anything else.
+template <std::size_t N>
+std::optional<std::array<int, N>> parseIntegers(const std::string& text);
+
+/// N finite numbers, likewise.
+template <std::size_t N>
+std::optional<std::array<float, N>> parseNumbers(const std::string& text);
+
+}  // namespace norv::tools

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace norv::tools {
+
+/// Input that a command cannot work with. The text is complete, names the file, and is for the
+/// user.
+class ToolError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace norv::tools
