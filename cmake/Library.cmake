@@ -1,0 +1,157 @@
+# The library: generated messages, our own code, the compiled-in files; linked into a shared library
+# and, from the same objects, into a static twin for the tests that look inside.
+
+set(proto_files
+  proto/norv_base_calibration.proto
+  proto/norv_camera_calibration.proto
+  proto/norv_camera_extrinsics.proto
+  proto/norv_pan_tilt_system.proto
+  proto/norv_ptz_camera.proto
+  proto/norv_robot_calibration.proto)
+
+set(library_sources
+  calibration_common/base_calibration_data.cpp
+  calibration_common/camera_parameters.cpp
+  calibration_common/pan_tilt_model.cpp
+  calibration_common/pointing_residual.cpp
+  calibration_common/ptz_camera_model.cpp
+  support/camera_projection.cpp
+  support/camera_transform.cpp
+  support/checks.cpp
+  support/file.cpp
+  support/lens_curve.cpp
+  support/lens_inverse.cpp
+  support/log_levels.cpp
+  support/logging.cpp
+  support/message_parsing.cpp
+  support/monotone_cubic.cpp
+  support/polynomial_zero.cpp
+  support/radial_branch.cpp
+  support/rectifying_warp.cpp
+  support/rotation_z.cpp
+  support/sensor_transform.cpp
+  support/single_image_calibration.cpp
+  support/single_image_fit/candidate_choice.cpp
+  support/single_image_fit/fit_problem.cpp
+  support/single_image_fit/fit_stages.cpp
+  support/single_image_fit/fitted_camera.cpp
+  support/single_image_fit/lens_families.cpp
+  support/single_image_fit/levenberg_marquardt.cpp
+  support/single_image_fit/normal_equations.cpp
+  support/single_image_fit/planar_view.cpp
+  support/single_image_fit/plane_pose.cpp
+  support/single_image_fit/priors.cpp
+  support/single_image_fit/projector.cpp
+  support/single_image_fit/regular_map.cpp
+  support/single_image_fit/start_search.cpp
+  support/trigonometric_equation.cpp)
+
+# Headers that those who link the library include, directly or through another one.
+set(public_headers
+  calibration_common/base_calibration_data.h
+  calibration_common/camera_parameters.h
+  calibration_common/pan_tilt_model.h
+  calibration_common/ptz_camera_model.h
+  support/auto_diff.h
+  support/auto_diff_eigen.h
+  support/camera_projection.h
+  support/camera_transform.h
+  support/checks.h
+  support/export.h
+  support/file.h
+  support/lens_distortion.h
+  support/logging.h
+  support/matrix_types.h
+  support/opencv_projection.h
+  support/rotation_z.h
+  support/sensor_transform.h
+  support/single_image_calibration.h
+  support/trigonometric_equation.h)
+
+set(embedded_files
+  calibration/default_base_cal.txt
+  calibration/default_head_cal.txt)
+
+set(generated_dir "${PROJECT_BINARY_DIR}/generated")
+set(generated_sources)
+set(generated_headers)
+foreach(proto IN LISTS proto_files)
+  string(REGEX REPLACE "\\.proto$" "" stem "${proto}")
+  set(outputs "${generated_dir}/${stem}.pb.cc" "${generated_dir}/${stem}.pb.h")
+  add_custom_command(
+    OUTPUT ${outputs}
+    COMMAND "${CMAKE_COMMAND}" -E make_directory "${generated_dir}"
+    COMMAND protobuf::protoc "--proto_path=${PROJECT_SOURCE_DIR}" "--cpp_out=${generated_dir}"
+      "${proto}"
+    WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}"
+    DEPENDS ${proto_files} protobuf::protoc
+    COMMENT "Generating ${stem}.pb.h"
+    VERBATIM)
+  list(APPEND generated_sources "${generated_dir}/${stem}.pb.cc")
+  list(APPEND generated_headers "${generated_dir}/${stem}.pb.h")
+endforeach()
+add_custom_target(camera_parameters_messages DEPENDS ${generated_headers})
+
+# The generated code keeps default visibility: protoc's own export macro would break its headers for
+# those who use them without our build.
+add_library(camera_parameters_proto OBJECT ${generated_sources})
+target_compile_features(camera_parameters_proto PUBLIC cxx_std_17)
+target_include_directories(camera_parameters_proto PUBLIC "${generated_dir}")
+target_link_libraries(camera_parameters_proto PUBLIC protobuf::libprotobuf)
+set_target_properties(camera_parameters_proto PROPERTIES POSITION_INDEPENDENT_CODE ON)
+
+add_library(camera_parameters_core OBJECT ${library_sources})
+target_link_libraries(camera_parameters_core
+  PRIVATE camera_parameters_options
+  PUBLIC protobuf::libprotobuf Eigen3::Eigen)
+set_target_properties(camera_parameters_core PROPERTIES
+  POSITION_INDEPENDENT_CODE ON
+  CXX_VISIBILITY_PRESET hidden
+  VISIBILITY_INLINES_HIDDEN ON)
+add_dependencies(camera_parameters_core camera_parameters_messages)
+
+camera_parameters_embed_files("${PROJECT_BINARY_DIR}/embedded_files.cpp" ${embedded_files})
+add_library(camera_parameters_embedded OBJECT "${PROJECT_BINARY_DIR}/embedded_files.cpp")
+target_link_libraries(camera_parameters_embedded PRIVATE camera_parameters_options)
+set_target_properties(camera_parameters_embedded PROPERTIES
+  POSITION_INDEPENDENT_CODE ON
+  CXX_VISIBILITY_PRESET hidden)
+
+add_library(camera_parameters SHARED
+  $<TARGET_OBJECTS:camera_parameters_proto>
+  $<TARGET_OBJECTS:camera_parameters_core>
+  $<TARGET_OBJECTS:camera_parameters_embedded>)
+add_library(norv::camera_parameters ALIAS camera_parameters)
+set_target_properties(camera_parameters PROPERTIES
+  VERSION "${PROJECT_VERSION}"
+  SOVERSION "${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}"
+  LINKER_LANGUAGE CXX)
+target_compile_features(camera_parameters PUBLIC cxx_std_17)
+target_link_libraries(camera_parameters PUBLIC protobuf::libprotobuf Eigen3::Eigen)
+if(NOT CAMERA_PARAMETERS_SANITIZERS)
+  # The sanitizers' runtime is the program's.
+  target_link_options(camera_parameters PRIVATE -Wl,--no-undefined)
+endif()
+# Two sets, since the build folder may lie inside the source folder and the base folders of one set
+# must not nest.
+target_sources(camera_parameters
+  PUBLIC
+    FILE_SET headers TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${public_headers}
+    FILE_SET generated_headers TYPE HEADERS BASE_DIRS "${generated_dir}" FILES ${generated_headers})
+
+# The static twin, and two variants for tests that bring their own compiled-in files or their own
+# calibrateFromSingleImage.
+function(camera_parameters_add_static name)
+  add_library(${name} STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:camera_parameters_proto> ${ARGN})
+  target_link_libraries(${name}
+    PUBLIC camera_parameters_options protobuf::libprotobuf Eigen3::Eigen)
+  set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
+  add_dependencies(${name} camera_parameters_messages)
+endfunction()
+
+set(core_objects $<TARGET_OBJECTS:camera_parameters_core>)
+set(embedded_objects $<TARGET_OBJECTS:camera_parameters_embedded>)
+camera_parameters_add_static(camera_parameters_static ${core_objects} ${embedded_objects})
+camera_parameters_add_static(camera_parameters_static_without_files ${core_objects})
+camera_parameters_add_static(camera_parameters_static_without_fit
+  $<FILTER:${core_objects},EXCLUDE,/single_image_calibration\\.cpp> ${embedded_objects})

@@ -1,0 +1,22 @@
+# Compile options of our own code. Nothing here reaches those who link the library.
+
+add_library(camera_parameters_options INTERFACE)
+target_compile_features(camera_parameters_options INTERFACE cxx_std_17)
+target_include_directories(camera_parameters_options INTERFACE
+  "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/generated")
+target_compile_options(camera_parameters_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wdouble-promotion
+  -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wnull-dereference
+  # Log statements and test names carry paths from the top of the tree, wherever it is built.
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
+  # Contracting a * b + c would make results depend on the instruction set.
+  -ffp-contract=off)
+if(CAMERA_PARAMETERS_WERROR)
+  target_compile_options(camera_parameters_options INTERFACE -Werror)
+endif()
+
+if(CAMERA_PARAMETERS_SANITIZERS)
+  add_compile_options("-fsanitize=${CAMERA_PARAMETERS_SANITIZERS}" -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  add_link_options("-fsanitize=${CAMERA_PARAMETERS_SANITIZERS}")
+endif()
