@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <random>
 
 namespace norv::calibration::single_image_fit {
 namespace {
@@ -28,6 +29,19 @@ std::vector<PointPair> usablePairs(const std::vector<Vector2_f>& observed,
     pairs.push_back({pixel.x(), pixel.y(), point.x(), point.y()});
   }
   return pairs;
+}
+
+/// A random selection of `count` pairs, in their order and always the same (algorithm S of Knuth,
+/// The Art of Computer Programming, vol. 2). Random, since regular steps could hit one column of a
+/// grid.
+std::vector<PointPair> select(const std::vector<PointPair>& pairs, std::size_t count) {
+  std::vector<PointPair> selected;
+  selected.reserve(count);
+  std::mt19937_64 random(1);
+  for (std::size_t i = 0; i < pairs.size() && selected.size() < count; ++i) {
+    if (random() % (pairs.size() - i) < count - selected.size()) selected.push_back(pairs[i]);
+  }
+  return selected;
 }
 
 int countDistinctPoints(const std::vector<PointPair>& pairs) {
@@ -114,6 +128,7 @@ std::optional<PlanarView> makePlanarView(const std::vector<Vector2_f>& observed,
                                          const Eigen::Vector2i& image_size) {
   PlanarView view;
   view.points = usablePairs(observed, reference);
+  if (view.points.size() > kMostPoints) view.points = select(view.points, kMostPoints);
   view.distinct_points = countDistinctPoints(view.points);
   if (view.distinct_points < kFewestPoints) return std::nullopt;
   const Moments plane = planeMoments(view.points);

@@ -4,6 +4,7 @@
 /// about 1.
 
 #include <Eigen/Core>
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -34,10 +35,15 @@ struct PlanarView {
   double plane_unit;             ///< the same
 };
 
+/// No view has more: the fit takes a time proportional to the number of points, and so many leave
+/// nothing to be gained.
+inline constexpr std::size_t kMostPoints = 10000;
+
 /// The view in these units, or nothing when no fit exists: with fewer than 4 distinct points among
 /// the pairs that are finite and observed within 1e6 pixels, or when either list is collinear or
-/// coincident (standard deviations across and along below 1 : 1000). The arguments are those of
-/// calibrateFromSingleImage.
+/// coincident (standard deviations across and along below 1 : 1000). Of more than `kMostPoints`
+/// usable pairs a random selection stands for all, the same at every call. The arguments are those
+/// of calibrateFromSingleImage.
 std::optional<PlanarView> makePlanarView(const std::vector<Vector2_f>& observed,
                                          const std::vector<Vector2_f>& reference,
                                          const Eigen::Vector2i& image_size);

@@ -54,6 +54,27 @@ TEST(PlanarView, BoundingBoxHasTheSizeOfAPixelAtLeast) {
   EXPECT_EQ(view->half_size, Eigen::Vector2d(1, 1));
 }
 
+TEST(PlanarView, RandomSelectionStandsForTooManyPoints) {
+  const auto grid = [](std::size_t count) {
+    std::vector<Vector2_f> points;
+    for (std::size_t i = 0; i < count; ++i) {
+      points.emplace_back(static_cast<float>(i % 100), static_cast<float>(i / 100));
+    }
+    return points;
+  };
+  const std::vector<Vector2_f> all = grid(kMostPoints);
+  EXPECT_EQ(makePlanarView(all, all, {100, 100})->points.size(), kMostPoints);
+  const std::vector<Vector2_f> too_many = grid(10 * kMostPoints);
+  const std::optional<PlanarView> view = makePlanarView(too_many, too_many, {100, 1000});
+  ASSERT_TRUE(view);
+  ASSERT_EQ(view->points.size(), kMostPoints);
+  // Means of uniform values have a standard error of 0.29 of their range over 100.
+  EXPECT_NEAR(view->plane_centre.x(), 49.5, 1);    // measured: 0.3
+  EXPECT_NEAR(view->plane_centre.y(), 499.5, 10);  // measured: 1.3
+  const std::optional<PlanarView> again = makePlanarView(too_many, too_many, {100, 1000});
+  EXPECT_EQ(again->plane_centre, view->plane_centre);
+}
+
 TEST(PlanarView, DistinctPointsAreCountedUpToTwelve) {
   std::vector<Vector2_f> pixels;
   std::vector<Vector2_f> points;
