@@ -35,12 +35,14 @@ class NORV_EXPORT BaseCalibrationData {
   /// transform as it was, when that has fewer than 12 values.
   bool readProto();
 
-  /// Puts the compiled-in default in force. Always false, so that a failed load can return it.
+  /// Puts the compiled-in default in force. Always false, so that a failed load can return it. In a
+  /// copy this reads the compiled-in file the first time; that it is unusable is a fatal check.
   bool setDefault();
 
   /// Loads a `BaseCalibrationProto` from bytes: the binary format is tried first, then the text
-  /// format. False, with the default in force, when the data is neither or lacks a global
-  /// transform.
+  /// format. False, with the default in force, when the data is neither, about which nothing is
+  /// logged, or when its global transform has fewer than 12 values, which is an error line. An
+  /// empty string is an empty binary message, and so has none.
   bool loadFromString(const std::string& data);
 
   /// Rotation W of the global transform.
@@ -49,7 +51,8 @@ class NORV_EXPORT BaseCalibrationData {
   /// Translation b of the global transform, metres.
   Vector3_f getWorldTranslation() const { return world_translation_; }
 
-  /// Writes the global transform into the working calibration, in millimetres.
+  /// Writes the global transform into the working calibration, in millimetres: the inverse of
+  /// `readProto`.
   void updatePBMatrix();
 
   /// Stores a global transform, as it is and not made rigid, with the metadata of its calibration.
@@ -61,17 +64,17 @@ class NORV_EXPORT BaseCalibrationData {
   /// key is empty, and then an empty `key` is valid.
   bool isGlobalTransformCalibrationValid(const std::string& key) const;
 
-  /// Factor by which the gyroscope's rate is multiplied, no unit.
+  /// Factor by which the gyroscope's rate is multiplied, no unit; 0 where the calibration has none.
   float getGyroscopeGain() const;
 
-  /// Replaces the gyroscope's calibration, gain and metadata.
+  /// Replaces the gyroscope's calibration, gain and metadata, and reports the gain at info level.
   void setGyroscopeGain(const GyroscopeCalibrationProto& gyro);
 
   /// Whether the gyroscope's metadata is there and its `gain_validity_key` is exactly `key`.
   /// (Unlike the global transform's check, never without metadata.)
   bool isGyroscopeGainCalibrationValid(const std::string& key) const;
 
-  /// Body dimensions, metres. Not checked.
+  /// Body dimensions, metres; 0 where the calibration has none. Not checked.
   float getBaseWidth() const;
   void setBaseWidth(float width);
   float getWheelBase() const;

@@ -100,12 +100,13 @@ class NORV_EXPORT CameraParameters {
   bool precomputeB910Intrinsics();
 
   /// Fits the intrinsics of the image that `transform` makes of the sensor's, in the full frame's
-  /// pixel grid, from the sample points stored with the calibration. Sets the camera matrix and
-  /// distortion of
-  /// `*out`; its size is the caller's to set.
+  /// pixel grid, from the sample points stored with the calibration. Sets the camera matrix,
+  /// without skew, and the 8 distortion coefficients of `*out`; its size is the caller's to set.
   ///
-  /// False, with an error line and `*out` as it was, when there are no sample points or the fit
-  /// misses them by more than 10 pixels.
+  /// Reports the fit's error per point (`calibrateFromSingleImage`) at info level. False, with an
+  /// error line and `*out` as it was, when there are no sample points or that error exceeds 10
+  /// pixels, as the infinite one does where no fit exists. Exceptions of `transform` pass through,
+  /// with `*out` as it was.
   bool recomputeIntrinsics(const ImageSensorTransform& transform, Intrinsics* out) const;
 
   /// Moves the camera by the base's global transform B: its pose P becomes P B. The new pose is
@@ -113,8 +114,8 @@ class NORV_EXPORT CameraParameters {
   /// keeps the old one. Applied twice, it moves the camera twice.
   void adjustUsingBaseCalibration(const BaseCalibrationData& base, CameraCalibration* calibration);
 
-  /// Conversions of poses. None of them checks, normalises or inverts anything; translations are
-  /// metres in matrices and millimetres in messages. Thread-safe.
+  /// Conversions of poses. Values are passed on whatever they are, rigid and finite or not;
+  /// translations are metres in matrices and millimetres in messages. Thread-safe.
   ///
   /// Rotation and translation of a pose; its last row is ignored.
   static void convert(const Matrix4x4_f& m, Matrix3x3_f* rotation, Vector3_f* translation);
@@ -122,7 +123,8 @@ class NORV_EXPORT CameraParameters {
   static void convert(const Matrix3x3_f& rotation, const Vector3_f& translation, Matrix4x4_f* m);
   /// Stores the top three rows of a pose, in millimetres, in an otherwise cleared message.
   static void convert(const Matrix4x4_f& m, CameraExtrinsics* dst);
-  /// Reads a stored pose; inverse of the above. Fewer than 12 values are a fatal check.
+  /// Reads a stored pose; inverse of the above. Values after the twelfth are ignored; fewer than 12
+  /// are a fatal check, and leave `*m` as it was where the logger lets that pass.
   static void convert(const CameraExtrinsics& src, Matrix4x4_f* m);
 
   /// Pose of the camera, camera_from_robot and its inverse, and its parts; translation in metres.
@@ -176,14 +178,16 @@ class NORV_EXPORT CameraParametersSet {
   CameraParametersSet& operator=(const CameraParametersSet&) = delete;
   ~CameraParametersSet();
 
-  /// Loads a `RobotCalibration` from a file in binary or text format.
+  /// Loads a `RobotCalibration` from a file in binary or text format. A failure is reported by an
+  /// error line that names the file.
   bool loadFromFile(const std::string& path);
 
   /// Loads a `RobotCalibration` from bytes: the binary format is tried first, then the text format.
-  /// An empty string is an empty binary message, which loads and changes no camera.
+  /// An empty string is an empty binary message, which loads and changes no camera. A failure is
+  /// reported by a warning, after an error line where a camera's entry is what is wrong.
   bool loadFromString(const std::string& data);
 
-  /// Loads a copy of `calibration`.
+  /// Loads a copy of `calibration`. A failure is reported likewise.
   bool loadFromProto(const RobotCalibration& calibration);
 
   /// Loads the compiled-in default calibration. Always false, so that a failed load can return it.
@@ -195,8 +199,9 @@ class NORV_EXPORT CameraParametersSet {
 
   /// Moves every camera that the stored message names by the base's global transform, and stores
   /// the new poses in that message, so that a copy of the set or a saved message has them. Where
-  /// two entries have one name, their camera is moved once for each. Cameras already handed out
-  /// move too: nothing else may use them meanwhile. Applied twice, it moves them twice.
+  /// two entries have one name, their camera is moved once for each; an entry that has no camera is
+  /// skipped. Cameras already handed out move too: nothing else may use them meanwhile. Applied
+  /// twice, it moves them twice.
   void adjustUsingBaseCalibration(const BaseCalibrationData& base);
 
   /// The camera of that name, or an empty pointer.

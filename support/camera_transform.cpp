@@ -5,9 +5,11 @@
 namespace norv {
 
 void CameraTransform::setTransform(const Matrix4x4_f& m, MatrixType type) {
-  const Matrix4x4_f inverted = m.inverse();
-  transform = type == kForward ? m : inverted;
-  inverse = type == kForward ? inverted : m;
+  // A copy, since `m` may be one of the two members that are written.
+  const Matrix4x4_f given = m;
+  const Matrix4x4_f inverted = given.inverse();
+  transform = type == kForward ? given : inverted;
+  inverse = type == kForward ? inverted : given;
 }
 
 Vector3_f CameraTransform::getCameraCenter() const { return inverse.col(3).head<3>(); }

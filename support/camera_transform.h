@@ -19,7 +19,8 @@ struct NORV_EXPORT CameraTransform {
     kInverse = 1,  ///< local to parent
   };
 
-  /// Sets both matrices from one of them; `type` says which one `m` is.
+  /// Sets both matrices from one of them; `type` says which one `m` is. `m` may be `transform` or
+  /// `inverse` itself: `pose.setTransform(pose.transform, kInverse)` turns the pose around.
   ///
   /// The other one is the general inverse of `m`, so that any invertible 4 x 4 is accepted, rigid
   /// or not. A singular matrix gives infinite or NaN elements; nothing is checked.

@@ -45,6 +45,9 @@ using LogSink = std::function<void(const LogRecord&)>;
 /// Makes `sink` receive the statements from now on; an empty one restores standard error, which
 /// gets one line a statement: level name, channel, file:line and text. Line breaks and other
 /// control characters in the text are written as escapes there, so that a line is a statement.
+///
+/// Does not wait: a call of the former sink that another thread has begun may still be under way on
+/// return. That sink is destroyed only after it; what it refers to must live as long.
 NORV_EXPORT void setLogSink(LogSink sink);
 
 /// Enables the levels 1 to `level` on `channel` and disables the rest; 0 disables all. nullptr sets
@@ -136,8 +139,9 @@ NORV_EXPORT void logToLogger(LoggingFilter* filter, int level, const char* chann
 /// Whether `level` is at or beyond the terminating level; asked after every printf-style statement.
 NORV_EXPORT bool loggerMustBreak(int level, const char* channel);
 
-/// Writes the formatted text with its place to standard error, flushes and stops the process with
-/// `std::abort`.
+/// Emits the formatted text, without a line break at its end, as a fatal statement on the channel
+/// "check" at the given place, flushes and stops the process with `std::abort`. Neither the enabled
+/// levels nor the terminating level are asked.
 [[noreturn]] NORV_EXPORT void handleAssertion(const char* file, int line, const char* function,
                                               const char* format, ...)
     __attribute__((format(printf, 4, 5)));

@@ -8,7 +8,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-/// An angle of (-2 pi, 2 pi], in (-pi, pi].
+/// An angle of [-2 pi, 2 pi], in (-pi, pi].
 double wrap(double angle) {
   if (angle > kPi) return angle - 2 * kPi;
   if (angle <= -kPi) return angle + 2 * kPi;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <random>
 #include <thread>
+#include <utility>
 
 #include "calibration_common/camera_parameters.h"
 #include "tests/testing/calibration_messages.h"
@@ -322,12 +323,18 @@ TEST_F(CameraIntrinsicsTest, PrecomputingAgainGivesTheSameTable) {
 }
 
 TEST_F(CameraIntrinsicsTest, LongerTablesShrink) {
-  load(exampleCamera("camera", "mk513n"));
-  CameraParametersPeer::table(&camera_).resize(5);
-  CameraParametersPeer::table(&camera_)[1].distortion = {1, 2, 3};
-  ASSERT_TRUE(camera_.precomputeIntrinsics());
-  ASSERT_EQ(camera_.getIntrinsicsTable().size(), 3U);
-  EXPECT_EQ(camera_.getIntrinsicsTable()[1].distortion, camera_.getFullFrameDistortion());
+  const std::pair<const char*, std::size_t> sizes[] = {{"mk513n", 3}, {"b910", 4}, {"any", 1}};
+  for (const auto& [model, size] : sizes) {
+    CameraParameters camera;
+    ASSERT_TRUE(camera.readProto(exampleCamera("camera", model)));
+    CameraParametersPeer::table(&camera).resize(5);
+    for (Intrinsics& entry : CameraParametersPeer::table(&camera)) entry.distortion = {1, 2, 3};
+    ASSERT_TRUE(camera.precomputeIntrinsics());
+    ASSERT_EQ(camera.getIntrinsicsTable().size(), size) << model;
+    for (const Intrinsics& entry : camera.getIntrinsicsTable()) {
+      EXPECT_EQ(entry.distortion, camera.getFullFrameDistortion()) << model;
+    }
+  }
 }
 
 TEST_F(CameraIntrinsicsTest, ConcurrentQueries) {

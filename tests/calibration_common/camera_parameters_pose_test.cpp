@@ -111,6 +111,12 @@ TEST(PoseConversion, ReadScalesInDoubleBeforeItRounds) {
   Matrix4x4_f m;
   CameraParameters::convert(message, &m);
   EXPECT_EQ(m(0, 3), static_cast<float>(millimetres * 0.001));
+  // The double below 1000 (1 + 1.5 * 2^-23) lies next to the middle between two floats: the product
+  // with 0.001 reaches it and is rounded up, the quotient by 1000 does not.
+  message.set_a(3, 0x1.f40005dbfffffp+9);
+  CameraParameters::convert(message, &m);
+  EXPECT_EQ(m(0, 3), 0x1.000004p+0F);
+  ASSERT_EQ(static_cast<float>(message.a(3) / 1000), 0x1.000002p+0F);
 }
 
 TEST(PoseConversion, ReadIgnoresWhatFollowsTheTwelfthValue) {

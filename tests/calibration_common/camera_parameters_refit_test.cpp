@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <stdexcept>
 
 #include "calibration_common/camera_parameters.h"
 #include "support/sensor_transform.h"
 #include "support/single_image_calibration.h"
 #include "tests/testing/calibration_messages.h"
 #include "tests/testing/camera_parameters_peer.h"
+#include "tests/testing/lens_tables.h"
 #include "tests/testing/log_capture.h"
 
 namespace norv::calibration {
@@ -78,6 +80,13 @@ class Doubling : public ImageSensorTransform {
  public:
   Vector2_f transformPoint(const Vector2_f& p) const override { return 2 * p; }
   Vector2_f inverseTransformPoint(const Vector2_f& p) const override { return 0.5F * p; }
+};
+
+class Throwing : public Identity {
+ public:
+  Vector2_f transformPoint(const Vector2_f& /*p*/) const override {
+    throw std::runtime_error("out of order");
+  }
 };
 
 CameraCalibration headCamera(int samples) {
@@ -177,6 +186,14 @@ TEST_F(CameraRefitTest, ObservedPointsGoThroughTheTransformAndReferencePointsDoN
   ASSERT_TRUE(camera_.recomputeIntrinsics(Doubling(), &out));
   EXPECT_THAT(fit.observed, ElementsAre(Vector2_f(2 * 0.1F, 2 * 0.2F)));
   EXPECT_THAT(fit.reference, ElementsAre(Vector2_f(0.3F, 0.4F)));
+}
+
+TEST_F(CameraRefitTest, ExceptionsOfTheTransformPassThrough) {
+  hold(headCamera(3));
+  CameraParameters::Intrinsics out = marked();
+  EXPECT_THROW(camera_.recomputeIntrinsics(Throwing(), &out), std::runtime_error);
+  EXPECT_EQ(fit.calls, 0);
+  expectMarked(out);
 }
 
 TEST_F(CameraRefitTest, AbsentFieldsReadAsZero) {
@@ -286,6 +303,39 @@ TEST_F(CameraRefitTest, HeadModelFitsThroughItsSensorTransform) {
   EXPECT_EQ(fit.observed[0], Vector2_f(640, 480));
   EXPECT_NEAR(fit.observed[1](0), 640 + 486.0, 0.1);  // measured: 0.06
   EXPECT_EQ(fit.observed[1](1), 480);
+}
+
+TEST_F(CameraRefitTest, HeadModelsSensorTransformIsExactlyThatOfItsTables) {
+  // Any other size, factor or entry of the tables moves some of these points by more than a float's
+  // rounding: the curve through the tables depends on every entry.
+  CameraCalibration message = headCamera(250);
+  for (int i = 0; i < 250; ++i) {
+    SamplePoint* sample = message.mutable_intrinsics()->mutable_samples(i);
+    sample->set_image_x(5.25F * static_cast<float>(i));
+    sample->set_image_y(970 - 4 * static_cast<float>(i));
+  }
+  ASSERT_TRUE(camera_.readProto(message));
+  const testing::LensTables tables = testing::headCameraTables();
+  const AptinaSTE transform(640, 480, 0.9F, tables.radii, tables.degrees);
+  ASSERT_EQ(fit.observed.size(), 250U);
+  for (std::size_t i = 0; i < fit.observed.size(); ++i) {
+    const SamplePoint& sample = message.intrinsics().samples(static_cast<int>(i));
+    EXPECT_EQ(fit.observed[i], transform.transformPoint({sample.image_x(), sample.image_y()})) << i;
+  }
+}
+
+TEST_F(CameraRefitTest, PrecomputingAgainGivesTheSameTable) {
+  ASSERT_TRUE(camera_.readProto(headCamera(4)));
+  CameraParametersPeer::table(&camera_).resize(5);
+  CameraParametersPeer::table(&camera_)[0] = marked();
+  ASSERT_TRUE(camera_.precomputeIntrinsics());
+  const auto& table = camera_.getIntrinsicsTable();
+  ASSERT_EQ(table.size(), 3U);
+  EXPECT_EQ(table[0].width, 640);
+  EXPECT_EQ(table[0].fx, 0.5F * 648.25F);
+  EXPECT_THAT(table[0].distortion, ElementsAre(1.1F, 1.2F, 2.1F, 2.2F, 1.3F, 1.4F, 1.5F, 1.6F));
+  EXPECT_EQ(table[1].fx, 1000);
+  EXPECT_EQ(table[2].cy, 360);
 }
 
 TEST_F(CameraRefitTest, FailedFitKeepsTheTable) {

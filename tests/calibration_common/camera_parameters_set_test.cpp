@@ -215,15 +215,28 @@ TEST(CameraParametersSet, UnparsableFileLoadsTheDefaultsTwice) {
 
 TEST(CameraParametersSet, FileWithARejectedCamera) {
   const TemporaryFolder folder;
-  const std::string path =
-      folder.write("bad", robotOf({rejectedCamera("bad")}).SerializeAsString());
+  const RobotCalibration robot = robotOf({rejectedCamera("bad")});
+  const std::string path = folder.write("bad", robot.SerializeAsString());
   CameraParametersSet set;
   ScopedLogCapture capture(kLogWarning);
   EXPECT_FALSE(set.loadFromFile(path));
-  const auto logs = lines(capture.take());
-  ASSERT_EQ(logs.size(), 3U);
-  EXPECT_EQ(logs[1], kDefaultsLine);
-  EXPECT_EQ(logs[2].text, "Error parsing robot calibration from " + path);
+  EXPECT_THAT(
+      lines(capture.take()),
+      ElementsAre(
+          LogLine{2, "camera_parameters",
+                  "Parameter list too short in " + robot.camera_calibration(0).DebugString()},
+          kDefaultsLine,
+          LogLine{2, "camera_parameters", "Error parsing robot calibration from " + path}));
+  expectDefaults(set);
+}
+
+TEST(CameraParametersSet, FolderIsNoFile) {
+  const TemporaryFolder folder;
+  CameraParametersSet set;
+  ScopedLogCapture capture(kLogWarning);
+  EXPECT_FALSE(set.loadFromFile(folder.path()));
+  EXPECT_THAT(lines(capture.take()),
+              ElementsAre(LogLine{2, "camera_parameters", "Can't open " + folder.path()}));
   expectDefaults(set);
 }
 

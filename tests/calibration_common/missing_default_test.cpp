@@ -26,6 +26,7 @@ namespace calibration {
 namespace {
 
 using testing::CapturedLog;
+using ::testing::ElementsAre;
 using ::testing::KilledBySignal;
 using ::testing::MatchesRegex;
 using testing::ScopedLogCapture;
@@ -119,23 +120,67 @@ TEST_F(MissingDefaultDeathTest, CopyReadsTheFileOnce) {
   EXPECT_EQ(copy.getWorldRotation(), Matrix3x3_f::Identity());
 }
 
-TEST_F(MissingDefaultDeathTest, ChecksAreAttributedToSetDefault) {
-  // A logger that lets failed checks pass: all three fail in turn and the set is empty.
+/// Expects exactly these failed checks, all in one function.
+void expectFailedChecks(const std::vector<CapturedLog>& logs, const std::string& file,
+                        const std::string& function, const std::vector<std::string>& texts) {
+  ASSERT_EQ(logs.size(), texts.size());
+  for (std::size_t i = 0; i < logs.size(); ++i) {
+    EXPECT_EQ(logs[i].level, 1);
+    EXPECT_EQ(logs[i].channel, "check");
+    EXPECT_EQ(logs[i].file, file);
+    EXPECT_EQ(logs[i].function, function);
+    EXPECT_EQ(logs[i].text, texts[i]);
+  }
+}
+
+TEST_F(MissingDefaultDeathTest, ExecutionGoesOnWhereFailedChecksPass) {
+  const char* file = "calibration_common/camera_parameters.cpp";
+  const char* function = "bool norv::calibration::CameraParametersSet::setDefault()";
+  const std::string missing =
+      "Check failed File::readFileToString( EmbeddedFile::kEmbeddedPrefix + "
+      "\"calibration/default_head_cal.txt\", &data) ";
   ScopedLogCapture capture(kLogFatal);
   entries = {{"calibration/other.txt", ""}};
   CameraParametersSet set;
+  expectFailedChecks(capture.take(), file, function, {missing});
   EXPECT_FALSE(set.setDefault());
+  expectFailedChecks(capture.take(), file, function, {missing});
   EXPECT_TRUE(set.getCameraNames().empty());
-  for (const CapturedLog& log : capture.take()) {
-    EXPECT_EQ(log.text,
-              "Check failed File::readFileToString( EmbeddedFile::kEmbeddedPrefix + "
-              "\"calibration/default_head_cal.txt\", &data) ");
-    EXPECT_EQ(log.function, "bool norv::calibration::CameraParametersSet::setDefault()");
-    EXPECT_EQ(log.file, "calibration_common/camera_parameters.cpp");
-  }
+  // The text ends after a camera has begun, which then lacks everything.
   entries = {{kHeadCalibration, "camera_calibration { name: 7 }"}};
   EXPECT_FALSE(set.setDefault());
-  EXPECT_FALSE(capture.take().empty());
+  expectFailedChecks(
+      capture.take(), file, function,
+      {"Check failed google::protobuf::TextFormat::ParseFromString(data, robotcal_.get()) ",
+       "Check failed readProto() "});
+  EXPECT_TRUE(set.getCameraNames().empty());
+}
+
+TEST_F(MissingDefaultDeathTest, BaseCalibrationGoesOnWhereFailedChecksPass) {
+  ScopedLogCapture capture(kLogFatal);
+  BaseCalibrationData data;
+  std::vector<std::string> texts;
+  for (const CapturedLog& log : capture.take()) {
+    EXPECT_EQ(log.level, 1);
+    EXPECT_EQ(log.channel, "check");
+    EXPECT_EQ(log.file, "calibration_common/base_calibration_data.cpp");
+    texts.push_back(log.text);
+  }
+  EXPECT_THAT(texts,
+              ElementsAre("Check failed File::readFileToString( EmbeddedFile::kEmbeddedPrefix + "
+                          "\"calibration/default_base_cal.txt\", &data) ",
+                          "Check failed readProto() "));
+  // An object without a default: all zero, and settable.
+  EXPECT_EQ(data.getWorldRotation(), Matrix3x3_f::Zero());
+  EXPECT_EQ(data.getWorldTranslation(), Vector3_f::Zero());
+  EXPECT_FALSE(data.setDefault());
+  EXPECT_EQ(capture.take().size(), 1U);
+  // A copy of it says so too.
+  const BaseCalibrationData copy(data);
+  const std::vector<CapturedLog> logs = capture.take();
+  ASSERT_EQ(logs.size(), 1U);
+  EXPECT_EQ(logs[0].text, "Check failed readProto() ");
+  EXPECT_EQ(copy.getWorldRotation(), Matrix3x3_f::Zero());
 }
 
 }  // namespace

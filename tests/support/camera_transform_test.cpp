@@ -38,6 +38,22 @@ TEST(CameraTransform, InverseTypeStoresTheMatrixAsTheInverse) {
   EXPECT_EQ(pose.getCameraCenter(), Vector3_f(1, 2, 3));
 }
 
+TEST(CameraTransform, SetFromOneOfItsOwnMatrices) {
+  for (const auto type : {CameraTransform::kForward, CameraTransform::kInverse}) {
+    // What the matrix that is not given must come out as, for either of the two.
+    const bool forward = type == CameraTransform::kForward;
+    CameraTransform pose;
+    pose.setTransform(translated(1, 2, 3), CameraTransform::kForward);
+    pose.setTransform(pose.transform, type);
+    EXPECT_EQ(forward ? pose.transform : pose.inverse, translated(1, 2, 3));
+    EXPECT_EQ(forward ? pose.inverse : pose.transform, translated(-1, -2, -3));
+    pose.setTransform(translated(1, 2, 3), CameraTransform::kForward);
+    pose.setTransform(pose.inverse, type);
+    EXPECT_EQ(forward ? pose.transform : pose.inverse, translated(-1, -2, -3));
+    EXPECT_EQ(forward ? pose.inverse : pose.transform, translated(1, 2, 3));
+  }
+}
+
 TEST(CameraTransform, RotationAndTranslation) {
   // A quarter turn about z, then one metre along x: p' = (1 - y, x, z).
   Matrix4x4_f m;

@@ -466,6 +466,21 @@ TEST_F(LoggingDeathTest, FatalStatementReachesTheSinkFirst) {
               ::testing::Eq("sink: the end\n"));
 }
 
+TEST_F(LoggingDeathTest, AssertionIsAFatalStatementOfTheCheckChannel) {
+  // Whatever is enabled, and whatever level terminates.
+  setLogLevel(nullptr, 0);
+  setTerminatingLevel(0);
+  EXPECT_EXIT(handleAssertion("file.cpp", 12, "function", "of %d\n", 7),
+              ::testing::KilledBySignal(SIGABRT), ::testing::Eq("FATAL check file.cpp:12: of 7\n"));
+  setLogSink([](const LogRecord& record) {
+    std::fprintf(stderr, "%d|%s|%s|%s|%d|%s|", record.level, record.channel, record.file,
+                 record.function, record.line, record.text.c_str());
+  });
+  EXPECT_EXIT(handleAssertion("file.cpp", 12, "function", "of %d\n", 7),
+              ::testing::KilledBySignal(SIGABRT),
+              ::testing::Eq("1|check|file.cpp|function|12|of 7|"));
+}
+
 TEST_F(LoggingDeathTest, FatalStatementWithinASinkStopsTheProcess) {
   setLogSink([](const LogRecord& /*record*/) { NORV_LOG(kLogFatal, "sink") << "broken"; });
   EXPECT_EXIT(NORV_LOG(kLogError, "a") << "statement", ::testing::KilledBySignal(SIGABRT),
