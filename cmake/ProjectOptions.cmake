@@ -4,11 +4,14 @@ add_library(camera_parameters_options INTERFACE)
 target_compile_features(camera_parameters_options INTERFACE cxx_std_17)
 target_include_directories(camera_parameters_options INTERFACE
   "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/generated")
+file(RELATIVE_PATH source_from_build "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
 target_compile_options(camera_parameters_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wdouble-promotion
   -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wnull-dereference
-  # Log statements and test names carry paths from the top of the tree, wherever it is built.
+  # Log statements and test names carry paths from the top of the tree, wherever it is built; ccache
+  # may make them relative first.
   "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
+  "-ffile-prefix-map=${source_from_build}="
   # Contracting a * b + c would make results depend on the instruction set.
   -ffp-contract=off)
 if(CAMERA_PARAMETERS_WERROR)
