@@ -303,6 +303,9 @@ TEST(AutoDiff, ZeroDerivativesSurviveInfiniteSlopes) {
 
 TEST(AutoDiff, AbsoluteValueAtZeroRises) {
   EXPECT_EQ(abs(AutoDiff1<double, 1>(0, {1})).derivatives[0], 1);
+  // Of the negative zero too, whose absolute value is the positive one.
+  EXPECT_EQ(abs(AutoDiff1<double, 1>(-0.0, {1})).derivatives[0], 1);
+  EXPECT_FALSE(std::signbit(abs(AutoDiff1<double, 1>(-0.0, {1})).value));
 }
 
 constexpr double thirdPowerSlope(double at) {
