@@ -6,6 +6,7 @@
 /// (Decentering distortion of lenses, Photogrammetric Engineering 32, 1966).
 /// Units, frames, pixel origin: docs/conventions.md.
 
+#include <algorithm>
 #include <cstddef>
 
 namespace norv::calibration {
@@ -65,7 +66,13 @@ struct LensDistortion {
 /// zero, so that shorter vectors of the same order (4 or 5 coefficients) serve too.
 template <class T>
 LensDistortion<T> lensFromCoefficients(const float* coefficients, std::size_t count) {
-  const auto at = [=](std::size_t i) { return i < count ? static_cast<T>(coefficients[i]) : T(0); };
+  constexpr std::size_t kCount = 8;
+  float padded[kCount] = {};
+  if (count < kCount) {
+    std::copy_n(coefficients, count, padded);
+    coefficients = padded;
+  }
+  const auto at = [=](std::size_t i) { return static_cast<T>(coefficients[i]); };
   return {at(0), at(1), at(2), at(3), at(4), at(5), at(6), at(7)};
 }
 
