@@ -3,16 +3,15 @@
 
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
-#include <string>
+#include <sstream>
 
 int main(int /*argc*/, char** argv) {
   using namespace norv::calibration;
-  std::ifstream file(argv[1]);
+  std::stringstream text;
+  text << std::ifstream(argv[1]).rdbuf();
   PTZCameraParameters parameters;
-  google::protobuf::TextFormat::ParseFromString(
-      std::string(std::istreambuf_iterator<char>(file), {}), &parameters);
+  google::protobuf::TextFormat::ParseFromString(text.str(), &parameters);
   const auto model = std::make_shared<const PTZCameraModel>(parameters);
   if (!model->isValid()) return 1;
   const PTZCameraModelConfiguration now(model, 500, 200, 2500);  // pan, tilt, zoom: motor steps
