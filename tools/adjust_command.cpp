@@ -3,11 +3,17 @@
 #include <fmt/format.h>
 #include <google/protobuf/text_format.h>
 
+#include <filesystem>
+#include <set>
+#include <system_error>
+
 #include "calibration_common/base_calibration_data.h"
 #include "calibration_common/camera_parameters.h"
 #include "tools/atomic_file.h"
-#include "tools/calibration_input.h"
+#include "tools/calibration_kind.h"
 #include "tools/camera_loading.h"
+#include "tools/text_table.h"
+#include "tools/tool_error.h"
 
 namespace norv::tools {
 namespace {
@@ -22,8 +28,67 @@ std::string printText(const RobotCalibration& robot) {
   RobotCalibration known = robot;
   known.DiscardUnknownFields();
   std::string text;
-  google::protobuf::TextFormat::PrintToString(known, &text);
+  if (!google::protobuf::TextFormat::PrintToString(known, &text)) {
+    throw ToolError("the calibration is too large for the text format");
+  }
   return text;
+}
+
+std::string printBinary(const RobotCalibration& robot) {
+  std::string data;
+  if (!robot.SerializeToString(&data)) {
+    throw ToolError("the calibration is too large for the binary format");
+  }
+  return data;
+}
+
+RobotCalibration loadRobot(CalibrationInput* input, InputFormat* format) {
+  RobotCalibration robot;
+  *format = parseExpected(input, CalibrationKind::kRobot, &robot);
+  for (int i = 0; i < robot.camera_calibration_size(); ++i) {
+    loadCamera(*input, i, robot.camera_calibration(i));
+  }
+  return robot;
+}
+
+/// The calibration with every camera moved.
+RobotCalibration moveCameras(const CalibrationInput& input, const RobotCalibration& robot,
+                             const BaseCalibrationData& base) {
+  CameraParametersSet set;
+  // Otherwise the default calibration would be in force, and written.
+  if (!set.loadFromProto(robot)) throw ToolError(input.name + ": cannot be loaded");
+  set.adjustUsingBaseCalibration(base);
+  return set.getRobotCalibration();
+}
+
+/// What the user may not expect of a calibration that was written.
+std::string notesAbout(const RobotCalibration& robot, bool as_text) {
+  std::string notes;
+  std::set<std::string> names;
+  std::set<std::string> repeated;
+  for (const auto& camera : robot.camera_calibration()) {
+    if (!names.insert(camera.name()).second) repeated.insert(camera.name());
+  }
+  for (const std::string& name : repeated) {
+    notes += fmt::format(
+        "note: \"{}\" is listed more than once; all entries are of the last one's camera, which "
+        "was moved once for each\n",
+        printable(name));
+  }
+  const int unknown = as_text ? countUnknownFields(robot) : 0;
+  if (unknown > 0) {
+    notes +=
+        fmt::format("note: fields that this version does not know were left out: {}\n", unknown);
+  }
+  return notes;
+}
+
+/// A calibration is easily lost to a mistyped name.
+void requireOtherFile(const std::string& output, const std::string& base) {
+  std::error_code ignored;
+  if (std::filesystem::equivalent(output, base, ignored)) {
+    throw ToolError(output + ": is the base calibration, which is not to be written over");
+  }
 }
 
 }  // namespace
@@ -49,27 +114,21 @@ CLI::App* addAdjustCommand(CLI::App* app, AdjustOptions* options) {
 
 std::string runAdjustCommand(const AdjustOptions& options) {
   CalibrationInput input = readInput(options.path);
-  RobotCalibration robot;
-  const bool was_text = parseInput(&input, &robot) == InputFormat::kText;
-  for (int i = 0; i < robot.camera_calibration_size(); ++i) {
-    loadCamera(input, i, robot.camera_calibration(i));
-  }
+  InputFormat format = InputFormat::kBinary;
+  const RobotCalibration robot = loadRobot(&input, &format);
   CalibrationInput base_input = readInput(options.base_path);
   BaseCalibrationProto base_message;
-  parseInput(&base_input, &base_message);
-  const auto base = loadBase(base_input, base_message);
+  parseExpected(&base_input, CalibrationKind::kBase, &base_message);
+  const RobotCalibration adjusted = moveCameras(input, robot, *loadBase(base_input, base_message));
 
-  CameraParametersSet set;
-  set.loadFromProto(robot);
-  set.adjustUsingBaseCalibration(*base);
-  const bool as_text = options.text || (was_text && !options.binary);
-  const RobotCalibration& adjusted = set.getRobotCalibration();
-  writeFileAtomically(options.output_path,
-                      as_text ? printText(adjusted) : adjusted.SerializeAsString());
+  requireOtherFile(options.output_path, options.base_path);
+  const bool as_text = options.text || (format == InputFormat::kText && !options.binary);
+  writeFileAtomically(options.output_path, as_text ? printText(adjusted) : printBinary(adjusted));
+  const int count = adjusted.camera_calibration_size();
   return fmt::format("{}: {} camera{} moved by the global transform of {}, written in {} format\n",
-                     options.output_path, adjusted.camera_calibration_size(),
-                     adjusted.camera_calibration_size() == 1 ? "" : "s", options.base_path,
-                     as_text ? "text" : "binary");
+                     options.output_path, count, count == 1 ? "" : "s", options.base_path,
+                     as_text ? "text" : "binary") +
+         notesAbout(adjusted, as_text);
 }
 
 }  // namespace norv::tools

@@ -1,18 +1,15 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <array>
-#include <optional>
 #include <string>
+
+#include "tools/aim_solution.h"
 
 namespace norv::tools {
 
 struct AimOptions {
   std::string path;
-  std::array<int, 3> at = {};  ///< pan, tilt and zoom now, motor steps
-  std::optional<std::array<float, 2>> pixel;
-  std::optional<std::array<float, 4>> box;    ///< two opposite corners, pixels
-  std::optional<std::array<float, 3>> point;  ///< world coordinates, metres
+  AimRequest request;
   bool json = false;
 };
 

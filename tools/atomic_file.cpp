@@ -27,9 +27,10 @@ namespace fs = std::filesystem;
 /// place.
 class TemporaryFile {
  public:
+  /// Its name does not contain the target's, which may be as long as names can be.
   explicit TemporaryFile(const fs::path& target)
-      : target_(target), path_(target.string() + ".XXXXXX") {
-    fd_ = ::mkstemp(path_.data());
+      : target_(target), path_((target.parent_path() / ".camera-parameters-XXXXXX").string()) {
+    fd_ = ::mkostemp(path_.data(), O_CLOEXEC);
     if (fd_ < 0) fail(target_, errno);
   }
   TemporaryFile(const TemporaryFile&) = delete;
@@ -46,6 +47,13 @@ class TemporaryFile {
       if (count < 0 && errno != EINTR) fail(target_, errno);
       if (count > 0) written += static_cast<std::size_t>(count);
     }
+  }
+
+  /// Takes over what users may do with the file that is replaced, and its owner if possible.
+  void takeOver(const struct stat& old) {
+    const bool owned = ::fchown(fd_, old.st_uid, old.st_gid) == 0;
+    // Rights that go with the owner are not handed to another one.
+    setPermissions(old.st_mode & (owned ? 07777 : 0777));
   }
 
   void setPermissions(mode_t mode) {
@@ -66,13 +74,24 @@ class TemporaryFile {
   bool in_place_ = false;
 };
 
-/// Permissions of the file that is replaced, or those of a new one.
-mode_t permissionsFor(const fs::path& target) {
-  struct stat status = {};
-  if (::stat(target.c_str(), &status) == 0) return status.st_mode & 07777;
+/// Permissions of a file that a program makes.
+mode_t ordinaryPermissions() {
   const mode_t mask = ::umask(0);
   ::umask(mask);
   return 0666 & ~mask;
+}
+
+/// What a path leads to in the end, which need not exist.
+fs::path followLinks(const std::string& path) {
+  constexpr int kMostLinks = 40;  // as the kernel has it
+  fs::path target = path;
+  for (int i = 0; i < kMostLinks; ++i) {
+    std::error_code error;
+    const fs::path next = fs::read_symlink(target, error);
+    if (error) return target;  // no link, or nothing at all
+    target = target.parent_path() / next;
+  }
+  fail(path, ELOOP);
 }
 
 /// Makes the renaming itself durable. The new contents are complete either way, so a file system
@@ -88,15 +107,22 @@ void flushFolder(const fs::path& target) {
 }  // namespace
 
 void writeFileAtomically(const std::string& path, const std::string& contents) {
-  std::error_code error;
-  const fs::path target = fs::weakly_canonical(path, error);
-  if (error) fail(path, error.value());
-  if (fs::exists(target) && !fs::is_regular_file(target)) {
+  const fs::path target = followLinks(path);
+  struct stat old = {};
+  const bool exists = ::stat(target.c_str(), &old) == 0;
+  if (!exists && errno != ENOENT) fail(path, errno);
+  if (exists && !S_ISREG(old.st_mode)) {
     throw ToolError(fmt::format("{}: cannot be written: not a regular file", path));
   }
+  // Renaming asks for rights on the folder only.
+  if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) fail(path, errno);
   TemporaryFile file(target);
   file.write(contents);
-  file.setPermissions(permissionsFor(target));
+  if (exists) {
+    file.takeOver(old);
+  } else {
+    file.setPermissions(ordinaryPermissions());
+  }
   file.moveIntoPlace();
   flushFolder(target);
 }

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "support/file.h"
 #include "support/message_parsing.h"
@@ -19,9 +21,18 @@ bool looksLikeText(const std::string& data) {
 }
 
 [[noreturn]] void refuseText(const CalibrationInput& input, const internal::TextParseError& error) {
+  if (error.line < 1) throw ToolError(fmt::format("{}: {}", input.name, error.message));
   const TextField* field = fieldAt(input.fields, error.line, error.column);
   throw ToolError(fmt::format("{}:{}:{}: {}{}", input.name, error.line, error.column,
                               field != nullptr ? field->path + ": " : "", error.message));
+}
+
+std::string whyUnreadable(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(path, error);
+  if (status.type() == std::filesystem::file_type::not_found) return "there is no such file";
+  if (std::filesystem::is_directory(status)) return "is a folder";
+  return "cannot be read as a file of at most 2 GiB";
 }
 
 }  // namespace
@@ -30,7 +41,7 @@ CalibrationInput readInput(const std::string& path) {
   CalibrationInput input;
   input.name = path;
   if (!File::readFileToString(path, &input.data)) {
-    throw ToolError(fmt::format("{}: cannot be read as a file of at most 2 GiB", path));
+    throw ToolError(fmt::format("{}: {}", path, whyUnreadable(path)));
   }
   return input;
 }

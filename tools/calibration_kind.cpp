@@ -1,5 +1,6 @@
 #include "tools/calibration_kind.h"
 
+#include <fmt/format.h>
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/unknown_field_set.h>
 
@@ -11,6 +12,7 @@
 #include "proto/norv_ptz_camera.pb.h"
 #include "proto/norv_robot_calibration.pb.h"
 #include "support/message_parsing.h"
+#include "tools/tool_error.h"
 
 namespace norv::tools {
 namespace {
@@ -33,36 +35,19 @@ std::unique_ptr<Message> newMessage(CalibrationKind kind) {
   return std::make_unique<calibration::BaseCalibrationProto>();
 }
 
-/// Number of unknown fields in a message and all that it contains.
-int countUnknownFields(const Message& message) {
-  const auto* reflection = message.GetReflection();
-  int count = reflection->GetUnknownFields(message).field_count();
-  std::vector<const FieldDescriptor*> fields;
-  reflection->ListFields(message, &fields);
-  for (const FieldDescriptor* field : fields) {
-    if (field->message_type() == nullptr) continue;
-    if (!field->is_repeated()) {
-      count += countUnknownFields(reflection->GetMessage(message, field));
-      continue;
-    }
-    for (int i = 0; i < reflection->FieldSize(message, field); ++i) {
-      count += countUnknownFields(reflection->GetRepeatedMessage(message, field, i));
-    }
-  }
-  return count;
-}
+struct BinaryFit {
+  CalibrationKind kind;
+  int unknown_fields;
+};
 
-/// The kind of a binary message, if it is one.
-std::optional<CalibrationKind> detectBinary(const std::string& data) {
-  std::optional<CalibrationKind> best;
-  int fewest = 0;
+/// What a binary message fits best, if it is one.
+std::optional<BinaryFit> detectBinary(const std::string& data) {
+  std::optional<BinaryFit> best;
   for (const CalibrationKind kind : kKinds) {
     const std::unique_ptr<Message> message = newMessage(kind);
     if (!internal::parseBinary(data, message.get())) continue;
     const int unknown = countUnknownFields(*message);
-    if (best && unknown >= fewest) continue;
-    best = kind;
-    fewest = unknown;
+    if (!best || unknown < best->unknown_fields) best = {kind, unknown};
   }
   return best;
 }
@@ -91,12 +76,55 @@ std::optional<CalibrationKind> parseCalibrationKind(const std::string& name) {
   return std::nullopt;
 }
 
+const char* describeKind(CalibrationKind kind) {
+  switch (kind) {
+    case CalibrationKind::kRobot:
+      return "fixed cameras";
+    case CalibrationKind::kPtz:
+      return "a pan-tilt-zoom camera";
+    case CalibrationKind::kBase:
+      break;
+  }
+  return "a mobile base";
+}
+
 ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind) {
-  if (!kind) kind = detectBinary(input->data);
-  if (!kind) kind = detectText(input->data);
+  if (!kind) {
+    const std::optional<BinaryFit> binary = detectBinary(input->data);
+    kind = binary ? binary->kind : detectText(input->data);
+  }
   ParsedCalibration parsed = {*kind, newMessage(*kind)};
   parseInput(input, parsed.message.get());
   return parsed;
+}
+
+InputFormat parseExpected(CalibrationInput* input, CalibrationKind kind, Message* message) {
+  const InputFormat format = parseInput(input, message);
+  if (format == InputFormat::kText) return format;
+  const std::optional<BinaryFit> best = detectBinary(input->data);
+  if (best && best->unknown_fields < countUnknownFields(*message)) {
+    throw ToolError(fmt::format("{}: holds the calibration of {}, not of {}", input->name,
+                                describeKind(best->kind), describeKind(kind)));
+  }
+  return format;
+}
+
+int countUnknownFields(const Message& message) {
+  const auto* reflection = message.GetReflection();
+  int count = reflection->GetUnknownFields(message).field_count();
+  std::vector<const FieldDescriptor*> fields;
+  reflection->ListFields(message, &fields);
+  for (const FieldDescriptor* field : fields) {
+    if (field->message_type() == nullptr) continue;
+    if (!field->is_repeated()) {
+      count += countUnknownFields(reflection->GetMessage(message, field));
+      continue;
+    }
+    for (int i = 0; i < reflection->FieldSize(message, field); ++i) {
+      count += countUnknownFields(reflection->GetRepeatedMessage(message, field, i));
+    }
+  }
+  return count;
 }
 
 }  // namespace norv::tools

@@ -29,6 +29,7 @@ int print(const std::string& text) {
 int run(int argc, char** argv) {
   CLI::App app("Looks into the calibration of a robot's cameras and works with it.",
                "camera-parameters");
+  app.set_version_flag("--version", CAMERA_PARAMETERS_VERSION);
   app.require_subcommand(1);
   norv::tools::ShowOptions show;
   norv::tools::AimOptions aim;

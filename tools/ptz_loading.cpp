@@ -2,18 +2,14 @@
 
 #include <fmt/format.h>
 
-#include <Eigen/Geometry>
-#include <cmath>
 #include <memory>
 
-#include "support/logging.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {
 namespace {
 
 using calibration::CameraExtrinsics;
-using calibration::PanTiltModel;
 using calibration::PTZCameraModel;
 using calibration::PTZCameraModelPtr;
 using calibration::PTZCameraParameters;
@@ -34,20 +30,6 @@ PTZCameraModelPtr loadPtz(const CalibrationInput& input, const PTZCameraParamete
   requirePose(input, "pan_tilt.pan_to_tilt.a", params.pan_tilt().pan_to_tilt());
   requirePose(input, "pan_tilt.tilt_to_camera.a", params.pan_tilt().tilt_to_camera());
   return std::make_shared<const PTZCameraModel>(params);
-}
-
-HeadGeometry describeHead(const PanTiltModel& head) {
-  const Eigen::Matrix4d pan_from_camera =
-      head.getPanToTilt().inverse.cast<double>() * head.getTiltToCamera().inverse.cast<double>();
-  const Eigen::Vector3d axis = pan_from_camera.col(2).head<3>().normalized();
-  const Eigen::Vector3d center = pan_from_camera.col(3).head<3>();
-  // The gap between two lines is the offset between points of theirs, measured along their common
-  // normal; between parallel ones it is the offset itself.
-  const Eigen::Vector3d pan_axis(0, 0, 1);
-  const Eigen::Vector3d normal = pan_axis.cross(axis);
-  const double gap =
-      normal.norm() > 1e-9 ? std::abs(center.dot(normal.normalized())) : center.head<2>().norm();
-  return {std::atan2(axis.y(), axis.x()), std::atan2(axis.z(), axis.head<2>().norm()), gap};
 }
 
 }  // namespace norv::tools

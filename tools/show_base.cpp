@@ -1,7 +1,10 @@
 #include "tools/show_base.h"
 
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <cstdint>
+#include <ctime>
 #include <vector>
 
 #include "tools/camera_loading.h"
@@ -15,15 +18,29 @@ using calibration::BaseCalibrationData;
 using calibration::BaseCalibrationProto;
 using calibration::CalibrationMetadataProto;
 
-std::string metadataText(const CalibrationMetadataProto& metadata) {
+/// "2024-05-14 09:00:00 UTC" of nanoseconds since 1970.
+std::string dateText(std::int64_t nanoseconds) {
+  constexpr std::int64_t kPerSecond = 1000000000;
+  const std::int64_t whole = nanoseconds / kPerSecond;
+  const std::time_t seconds = nanoseconds % kPerSecond < 0 ? whole - 1 : whole;
+  return fmt::format("{:%Y-%m-%d %H:%M:%S} UTC", fmt::gmtime(seconds));
+}
+
+std::string metadataText(bool present, const CalibrationMetadataProto& metadata) {
+  if (!present) return "    no metadata\n";
+  const std::string time =
+      metadata.has_calibration_time()
+          ? fmt::format("{} ({} ns since 1970)", dateText(metadata.calibration_time()),
+                        metadata.calibration_time())
+          : "not stated";
   return fmt::format(
-      "    time               {} ns since 1970\n"
+      "    time               {}\n"
       "    gain validity key  \"{}\"\n"
       "    validity key       \"{}\"\n"
       "    tool version       \"{}\"\n"
       "    operator's note    \"{}\"\n",
-      metadata.calibration_time(), metadata.gain_validity_key(), metadata.validity_key(),
-      metadata.tool_version(), metadata.operator_note());
+      time, printable(metadata.gain_validity_key()), printable(metadata.validity_key()),
+      printable(metadata.tool_version()), printable(metadata.operator_note()));
 }
 
 std::string baseText(const BaseCalibrationData& data, const BaseCalibrationProto& base) {
@@ -35,16 +52,18 @@ std::string baseText(const BaseCalibrationData& data, const BaseCalibrationProto
     for (int c = 0; c < 3; ++c) rows.back().push_back(formatFixed(rotation(r, c), 6));
     rows.back().push_back(formatFixed(translation(r), 5) + " m");
   }
+  const auto& adjustment = base.global_transform_adjustment();
   return alignTable({{"wheel base", formatFixed(data.getWheelBase(), 4) + " m"},
                      {"base width", formatFixed(data.getBaseWidth(), 4) + " m"},
                      {"base length", formatFixed(data.getBaseLength(), 4) + " m"}},
                     2) +
-         alignTable(rows, 2) + metadataText(base.global_transform_adjustment().metadata()) +
+         alignTable(rows, 2) + metadataText(adjustment.has_metadata(), adjustment.metadata()) +
          alignTable({{"gyroscope gain", formatFixed(data.getGyroscopeGain(), 6)}}, 2) +
-         metadataText(base.gyroscope().metadata());
+         metadataText(base.gyroscope().has_metadata(), base.gyroscope().metadata());
 }
 
-json metadataJson(const CalibrationMetadataProto& metadata) {
+json metadataJson(bool present, const CalibrationMetadataProto& metadata) {
+  if (!present) return nullptr;
   return {{"calibration_time_ns", metadata.calibration_time()},
           {"gain_validity_key", metadata.gain_validity_key()},
           {"validity_key", metadata.validity_key()},
@@ -55,6 +74,7 @@ json metadataJson(const CalibrationMetadataProto& metadata) {
 json baseJson(const CalibrationInput& input, const BaseCalibrationData& data,
               const BaseCalibrationProto& base) {
   const Vector3_f translation = data.getWorldTranslation();
+  const auto& adjustment = base.global_transform_adjustment();
   return {
       {"source", input.name},
       {"wheel_base", data.getWheelBase()},
@@ -62,9 +82,10 @@ json baseJson(const CalibrationInput& input, const BaseCalibrationData& data,
       {"base_length", data.getBaseLength()},
       {"world_rotation", rowsOf(data.getWorldRotation())},
       {"world_translation", {translation.x(), translation.y(), translation.z()}},
-      {"global_transform_metadata", metadataJson(base.global_transform_adjustment().metadata())},
+      {"global_transform_metadata", metadataJson(adjustment.has_metadata(), adjustment.metadata())},
       {"gyroscope_gain", data.getGyroscopeGain()},
-      {"gyroscope_metadata", metadataJson(base.gyroscope().metadata())}};
+      {"gyroscope_metadata",
+       metadataJson(base.gyroscope().has_metadata(), base.gyroscope().metadata())}};
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -77,9 +78,9 @@ std::string cameraText(const CameraParameters& camera, const std::vector<View>& 
   const Vector3_f center = camera.getTransform().getCameraCenter();
   const auto& full = camera.getFullFrame();
   return fmt::format("\n{}   model \"{}\", full frame {}x{}, centre on the robot ({}, {}, {}) m\n",
-                     camera.getCalibration().name(), camera.getModel(), full.width, full.height,
-                     formatFixed(center.x(), 4), formatFixed(center.y(), 4),
-                     formatFixed(center.z(), 4)) +
+                     printable(camera.getCalibration().name()), printable(camera.getModel()),
+                     full.width, full.height, formatFixed(center.x(), 4),
+                     formatFixed(center.y(), 4), formatFixed(center.z(), 4)) +
          poseTable(camera) + viewTable(views);
 }
 
@@ -105,10 +106,13 @@ json cameraJson(const CameraParameters& camera, const std::vector<View>& views) 
 
 [[noreturn]] void refuseName(const CalibrationInput& input, const RobotCalibration& robot,
                              const std::string& name) {
+  constexpr int kMostNames = 20;
   std::string known;
-  for (const CameraCalibration& camera : robot.camera_calibration()) {
-    known += (known.empty() ? "" : ", ") + camera.name();
+  for (int i = 0; i < std::min(robot.camera_calibration_size(), kMostNames); ++i) {
+    known += (i == 0 ? "" : ", ") + printable(robot.camera_calibration(i).name());
   }
+  const int further = robot.camera_calibration_size() - kMostNames;
+  if (further > 0) known += fmt::format(" and {} more", further);
   throw ToolError(fmt::format("{}: no camera \"{}\" (there are: {})", input.name, name,
                               known.empty() ? "none" : known));
 }

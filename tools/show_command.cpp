@@ -25,18 +25,19 @@ std::optional<int> parsePositive(const char* begin, const char* end) {
   return value;
 }
 
-CalibrationInput readCalibration(const std::string& path) {
-  if (!path.empty()) return readInput(path);
+CalibrationInput readCalibration(const std::optional<std::string>& path) {
+  if (path) return readInput(*path);
   CalibrationInput input = readInput(EmbeddedFile::kEmbeddedPrefix + kDefaultCalibration);
   input.name = "compiled-in default calibration";
   return input;
 }
 
 /// Cameras and image sizes are of robot calibrations alone.
-void requireOptionsFit(const ShowOptions& options, CalibrationKind kind) {
+void requireOptionsFit(const CalibrationInput& input, const ShowOptions& options,
+                       CalibrationKind kind) {
   if (kind == CalibrationKind::kRobot) return;
   if (options.camera.empty() && !options.size) return;
-  throw ToolError(options.path + ": --camera and --size are for calibrations of fixed cameras");
+  throw ToolError(input.name + ": --camera and --size are for calibrations of fixed cameras");
 }
 
 }  // namespace
@@ -55,8 +56,8 @@ CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
   CLI::App* show = app->add_subcommand(
       "show",
       "Print what a calibration says: of fixed cameras the pose, and the camera matrix and "
-      "distortion "
-      "per image size; of a pan-tilt-zoom camera the lens and the head; of a base its transform");
+      "distortion per image size; of a pan-tilt-zoom camera the lens and the head; of a base its "
+      "transform");
   show->add_option(
       "FILE", options->path,
       "Calibration in binary or text format; without it the compiled-in default of the fixed "
@@ -86,7 +87,7 @@ CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
 std::string runShowCommand(const ShowOptions& options) {
   CalibrationInput input = readCalibration(options.path);
   const ParsedCalibration parsed = parseCalibration(&input, options.kind);
-  requireOptionsFit(options, parsed.kind);
+  requireOptionsFit(input, options, parsed.kind);
   switch (parsed.kind) {
     case CalibrationKind::kRobot:
       return showCameras(input, dynamic_cast<RobotCalibration&>(*parsed.message), options);

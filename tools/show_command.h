@@ -17,7 +17,7 @@ struct ImageSize {
 std::optional<ImageSize> parseImageSize(const std::string& text);
 
 struct ShowOptions {
-  std::string path;  ///< empty: the compiled-in default calibration
+  std::optional<std::string> path;  ///< without it the compiled-in default calibration
   std::string camera;
   std::optional<ImageSize> size;
   std::optional<CalibrationKind> kind;  ///< found out if not given

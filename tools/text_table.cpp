@@ -3,13 +3,28 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace norv::tools {
 
 std::string formatFixed(double value, int decimals) {
+  if (std::isnan(value)) return "nan";
   std::string text = fmt::format("{:.{}f}", value, decimals);
   if (text.find_first_not_of("-0.") == std::string::npos && text[0] == '-') text.erase(0, 1);
   return text;
+}
+
+std::string printable(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7f) {
+      result += fmt::format("\\x{:02x}", byte);
+    } else {
+      result += c;
+    }
+  }
+  return result;
 }
 
 std::string alignTable(const std::vector<std::vector<std::string>>& rows, int indent) {

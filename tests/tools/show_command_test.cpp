@@ -10,6 +10,7 @@
 #include "tests/testing/calibration_messages.h"
 #include "tests/testing/run_program.h"
 #include "tests/testing/temporary_folder.h"
+#include "tests/tools/run_tool.h"
 
 namespace norv {
 namespace {
@@ -24,16 +25,11 @@ using testing::runProgram;
 using ::testing::StartsWith;
 using testing::TemporaryFolder;
 
-ProgramResult tool(const std::string& arguments) {
-  return runProgram("'" CAMERA_PARAMETERS_TOOL "' " + arguments);
-}
+ProgramResult tool(const std::string& arguments) { return testing::runTool(arguments); }
 
 /// Expects that a file is refused with this line and nothing else.
 void expectRefused(const std::string& path, const std::string& reason) {
-  const ProgramResult result = tool("show '" + path + "'");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "");
-  EXPECT_EQ(result.errors, "camera-parameters: " + reason + "\n");
+  testing::expectToolRefuses("show '" + path + "'", reason);
 }
 
 /// A camera whose numbers are all exact in decimal.
@@ -155,9 +151,12 @@ TEST(ShowCommand, EmptyCalibration) {
 
 TEST(ShowCommand, FilesThatCannotBeRead) {
   const TemporaryFolder folder;
-  expectRefused(folder.path("missing"),
-                folder.path("missing") + ": cannot be read as a file of at most 2 GiB");
-  expectRefused(folder.path(), folder.path() + ": cannot be read as a file of at most 2 GiB");
+  expectRefused(folder.path("missing"), folder.path("missing") + ": there is no such file");
+  expectRefused(folder.path("missing/file"),
+                folder.path("missing/file") + ": there is no such file");
+  expectRefused(folder.path(), folder.path() + ": is a folder");
+  expectRefused("", ": there is no such file");
+  expectRefused("/dev/zero", "/dev/zero: cannot be read as a file of at most 2 GiB");
 }
 
 TEST(ShowCommand, FilesThatAreNoCalibration) {
@@ -233,6 +232,38 @@ TEST(ShowCommand, UnknownCamera) {
       "head_camera, navigation_camera)\n");
 }
 
+TEST(ShowCommand, UnknownCameraAmongMany) {
+  const TemporaryFolder folder;
+  calibration::RobotCalibration robot;
+  for (int i = 0; i < 23; ++i) *robot.add_camera_calibration() = plainCamera(std::to_string(i));
+  robot.mutable_camera_calibration(1)->set_name("one\n\x1b[31m");
+  const std::string path = folder.write("robot", robot.SerializeAsString());
+  testing::expectToolRefuses(
+      "show --camera x '" + path + "'",
+      path +
+          ": no camera \"x\" (there are: 0, one\\x0a\\x1b[31m, 2, 3, 4, 5, 6, 7, "
+          "8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19 and 3 more)");
+}
+
+TEST(ShowCommand, NamesCannotForgeLines) {
+  const TemporaryFolder folder;
+  const std::string path =
+      folder.write("robot", robotOf({plainCamera("a\nb\t")}).SerializeAsString());
+  const ProgramResult result = tool("show '" + path + "'");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, HasSubstr("\na\\x0ab\\x09   model \"lab\""));
+}
+
+TEST(ShowCommand, TextThatIsNestedTooDeeply) {
+  const TemporaryFolder folder;
+  std::string text;
+  for (int i = 0; i < 200; ++i) text += "camera_calibration {";
+  const ProgramResult result = tool("show '" + folder.write("deep", text) + "'");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "");
+  EXPECT_THAT(result.errors, StartsWith("camera-parameters: " + folder.path("deep") + ":1:"));
+}
+
 TEST(ShowCommand, OutputThatCannotBeWritten) {
   const ProgramResult result = tool("show > /dev/full");
   EXPECT_EQ(result.status, 1);
@@ -249,6 +280,13 @@ TEST(ToolUsage, BadUsageIsStatusTwo) {
     EXPECT_EQ(result.output, "") << arguments;
     EXPECT_NE(result.errors, "") << arguments;
   }
+}
+
+TEST(ToolUsage, Version) {
+  const ProgramResult result = tool("--version");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, ::testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
 TEST(ToolUsage, Help) {

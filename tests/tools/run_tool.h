@@ -1,0 +1,46 @@
+#pragma once
+
+/// Running of the command-line tool, whose path the build defines.
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tests/testing/run_program.h"
+
+namespace norv::testing {
+
+inline ProgramResult runTool(const std::string& arguments) {
+  return runProgram("'" CAMERA_PARAMETERS_TOOL "' " + arguments);
+}
+
+/// Runs the tool where it must succeed, and returns what it prints.
+inline std::string toolOutput(const std::string& arguments) {
+  const ProgramResult result = runTool(arguments);
+  EXPECT_EQ(result.status, 0) << arguments;
+  EXPECT_EQ(result.errors, "") << arguments;
+  return result.output;
+}
+
+inline nlohmann::json toolJson(const std::string& arguments) {
+  return nlohmann::json::parse(toolOutput(arguments + " --json"), nullptr, false);
+}
+
+/// Expects that the input is refused with this line and nothing else.
+inline void expectToolRefuses(const std::string& arguments, const std::string& reason) {
+  const ProgramResult result = runTool(arguments);
+  EXPECT_EQ(result.status, 1) << arguments;
+  EXPECT_EQ(result.output, "") << arguments;
+  EXPECT_EQ(result.errors, "camera-parameters: " + reason + "\n");
+}
+
+/// Expects that the command line is refused.
+inline void expectBadUsage(const std::string& arguments) {
+  const ProgramResult result = runTool(arguments);
+  EXPECT_EQ(result.status, 2) << arguments;
+  EXPECT_EQ(result.output, "") << arguments;
+  EXPECT_NE(result.errors, "") << arguments;
+}
+
+}  // namespace norv::testing
