@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <optional>
 
 #include "calibration_common/camera_parameters.h"
 #include "calibration_common/pointing_residual.h"
 #include "support/logging.h"
-#include "support/rotation_z.h"
+#include "support/matrix_rows.h"
 #include "support/trigonometric_equation.h"
 
 namespace norv::calibration {
@@ -53,10 +54,10 @@ struct HeadAxes {
   float tilt_sign;  ///< of the tilt joint's own axis, relative to `tilt`
 };
 
-HeadAxes findAxes(const Matrix4x4_f& pan_from_tilt, const Matrix4x4_f& tilt_from_camera) {
+HeadAxes findAxes(const Matrix4x4_f& pan_from_tilt, const Matrix4x4_f& pan_from_camera) {
   const Vector4_f z(0, 0, 1, 0);
   const Vector3_f joint_axis = head3(pan_from_tilt * z);
-  const Vector3_f optical_axis = head3(pan_from_tilt * tilt_from_camera * z);
+  const Vector3_f optical_axis = head3(pan_from_camera * z);
   HeadAxes axes;
   axes.pan = Vector3_f(0, 0, 1);
   axes.tilt = axes.pan.cross(optical_axis);
@@ -112,25 +113,43 @@ struct Solution {
   double last_error;
 };
 
+/// The system of a Gauss-Newton step, and the error that the step starts from.
+struct NormalEquations {
+  explicit NormalEquations(const PointingState& at) {
+    double pan_pan = 0;
+    double pan_tilt = 0;
+    double tilt_tilt = 0;
+    double right_pan = 0;
+    double right_tilt = 0;
+    for (std::size_t i = 0; i < at.residual.size(); ++i) {
+      pan_pan += at.by_pan[i] * at.by_pan[i];
+      pan_tilt += at.by_pan[i] * at.by_tilt[i];
+      tilt_tilt += at.by_tilt[i] * at.by_tilt[i];
+      right_pan -= at.by_pan[i] * at.residual[i];
+      right_tilt -= at.by_tilt[i] * at.residual[i];
+      error += at.residual[i] * at.residual[i];
+    }
+    matrix << pan_pan, pan_tilt, pan_tilt, tilt_tilt;
+    right << right_pan, right_tilt;
+  }
+
+  NormalMatrix matrix{2, 2};
+  NormalVector right{2};
+  double error = 0;
+};
+
 /// Gauss-Newton on the whole chain: always the same number of steps, without damping.
 Solution refine(const PointingProblem& problem, const Angles& start) {
+  const PointingEvaluator evaluator(problem);
   Solution solution = {static_cast<double>(start.pan), static_cast<double>(start.tilt), 0};
   for (int step = 0; step < kGaussNewtonSteps; ++step) {
-    const std::array<PanTiltDual, 3> residual = pointingResidual(
-        problem, PanTiltDual(solution.pan, {1, 0}), PanTiltDual(solution.tilt, {0, 1}));
-    NormalMatrix normal = NormalMatrix::Zero(2, 2);
-    NormalVector right = NormalVector::Zero(2);
-    double error = 0;
-    for (const PanTiltDual& r : residual) {
-      const Eigen::Vector2d gradient(r.derivatives[0], r.derivatives[1]);
-      normal += gradient * gradient.transpose();
-      right -= gradient * r.value;
-      error += r.value * r.value;
-    }
-    const NormalVector change = Eigen::LDLT<NormalMatrix>(normal).solve(right);
-    NORV_LOG_FORMAT(kLogDebug, kChannel, "%d Error=%f  dx=%f,dy=%f residuals=%f,%f,%f", step, error,
-                    change(0), change(1), residual[0].value, residual[1].value, residual[2].value);
-    solution = {solution.pan + change(0), solution.tilt + change(1), error};
+    const PointingState at = evaluator.evaluate(solution.pan, solution.tilt);
+    const NormalEquations normal(at);
+    const NormalVector change = Eigen::LDLT<NormalMatrix>(normal.matrix).solve(normal.right);
+    NORV_LOG_FORMAT(kLogDebug, kChannel, "%d Error=%f  dx=%f,dy=%f residuals=%f,%f,%f", step,
+                    normal.error, change(0), change(1), at.residual[0], at.residual[1],
+                    at.residual[2]);
+    solution = {solution.pan + change(0), solution.tilt + change(1), normal.error};
   }
   return solution;
 }
@@ -185,13 +204,14 @@ void PanTiltModel::writeToPB(PanTiltSystemParameters* params) const {
 }
 
 CameraTransform PanTiltModel::getFullTransform(float pan, float tilt) const {
-  const Matrix4x4_f pan_rotation = rotationZTransf((pan - pan_offset_) * pan_scale_);
-  const Matrix4x4_f tilt_rotation = rotationZTransf((tilt - tilt_offset_) * tilt_scale_);
-  const Matrix4x4_f camera_from_base = tilt_to_camera_.transform * tilt_rotation *
-                                       pan_to_tilt_.transform * pan_rotation *
-                                       base_to_pan_.transform;
+  using internal::toRows;
+  const auto pan_rotation = internal::rotationZRows((pan - pan_offset_) * pan_scale_);
+  const auto tilt_rotation = internal::rotationZRows((tilt - tilt_offset_) * tilt_scale_);
+  const auto camera_from_base = toRows(tilt_to_camera_.transform) * tilt_rotation *
+                                toRows(pan_to_tilt_.transform) * pan_rotation *
+                                toRows(base_to_pan_.transform);
   CameraTransform pose;
-  pose.setTransform(camera_from_base, CameraTransform::kForward);
+  pose.setTransform(internal::toMatrix(camera_from_base), CameraTransform::kForward);
   return pose;
 }
 
@@ -199,18 +219,18 @@ bool PanTiltModel::computePanTilt(const Vector3_f& world, const Vector2_f& dev, 
                                   float* tilt) const {
   NORV_LOG(kLogInfo, kChannel) << "world=" << world << " dev=" << dev;
   const Matrix4x4_f& pan_from_tilt = pan_to_tilt_.inverse;
-  const Matrix4x4_f& tilt_from_camera = tilt_to_camera_.inverse;
+  const Matrix4x4_f pan_from_camera = pan_from_tilt * tilt_to_camera_.inverse;
   const Vector4_f point_in_pan = base_to_pan_.transform * world.homogeneous();
   const Vector3_f w3 = head3(point_in_pan);
   NORV_LOG(kLogInfo, kChannel) << "w3=" << w3;
-  const HeadAxes axes = findAxes(pan_from_tilt, tilt_from_camera);
+  const HeadAxes axes = findAxes(pan_from_tilt, pan_from_camera);
   NORV_LOG(kLogInfo, kChannel) << "pan_axis=" << axes.pan;
   NORV_LOG(kLogInfo, kChannel) << "tilt_axis=" << axes.tilt;
   NORV_LOG(kLogInfo, kChannel) << "roll_axis=" << axes.roll;
 
   const Vector3_f u = combine(axes, w3);
   const Vector4_f ray(dev.x(), dev.y(), 1, 0);
-  const Vector3_f v = combine(axes, head3(pan_from_tilt * tilt_from_camera * ray));
+  const Vector3_f v = combine(axes, head3(pan_from_camera * ray));
   NORV_LOG(kLogInfo, kChannel) << "u=" << u;
   NORV_LOG(kLogInfo, kChannel) << "v=" << v;
   std::optional<Angles> start = findStart(u, v);

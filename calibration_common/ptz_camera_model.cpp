@@ -1,6 +1,7 @@
 #include "calibration_common/ptz_camera_model.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 
@@ -189,10 +190,19 @@ bool PTZCameraModelConfiguration::getPanTilt(const Vector2_f& pixel, int* pan, i
   return turnTo(target, pan, tilt);
 }
 
+/// Normalised image coordinates of the box's corners, the two given ones first.
+std::array<Vector2_f, 4> PTZCameraModelConfiguration::rectifyBox(const Vector2_f& corner,
+                                                                 const Vector2_f& opposite) const {
+  std::array<Vector2_f, 4> box = {corner, opposite, Vector2_f(corner.x(), opposite.y()),
+                                  Vector2_f(opposite.x(), corner.y())};
+  calibration::rectifyPoints(distortion_.data(), principal_point_, focal_lengths_, box.data(),
+                             box.size(), box.data());
+  return box;
+}
+
 /// The longest focal length, pixels, at which all corners of the box are within the picture once
 /// the head has turned.
-float PTZCameraModelConfiguration::largestFocalLength(const Vector2_f& corner,
-                                                      const Vector2_f& opposite, int pan,
+float PTZCameraModelConfiguration::largestFocalLength(const std::array<Vector2_f, 4>& box, int pan,
                                                       int tilt) const {
   const PTZIntrinsicsTable& table = model_->getParams().intrinsics();
   const CameraTransform turned =
@@ -201,11 +211,8 @@ float PTZCameraModelConfiguration::largestFocalLength(const Vector2_f& corner,
   const float half_width = 0.5F * static_cast<float>(table.image_width());
   const float half_height = 0.5F * static_cast<float>(table.image_height());
   float longest = kLongestFocalLength;
-  for (const Vector2_f& pixel : {corner, opposite, Vector2_f(corner.x(), opposite.y()),
-                                 Vector2_f(opposite.x(), corner.y())}) {
-    const Vector2_f current =
-        calibration::rectifyPoint(distortion_.data(), principal_point_, focal_lengths_, pixel);
-    const Vector3_f p = turn(turned_from_current, current);
+  for (const Vector2_f& corner : box) {
+    const Vector3_f p = turn(turned_from_current, corner);
     longest = std::min(longest, half_width / (std::abs(p.x() / p.z()) + kSmallestDistance));
     longest = std::min(longest, half_height / (std::abs(p.y() / p.z()) + kSmallestDistance));
   }
@@ -214,11 +221,13 @@ float PTZCameraModelConfiguration::largestFocalLength(const Vector2_f& corner,
 
 bool PTZCameraModelConfiguration::getPanTiltZoom(const Vector2_f& corner, const Vector2_f& opposite,
                                                  int* pan, int* tilt, int* zoom) const {
+  const std::array<Vector2_f, 4> box = rectifyBox(corner, opposite);
   // The sum of two unit vectors bisects the angle between them.
-  const Vector3_f target = getCameraCenter() + projectPixelToRay(corner).normalized() +
-                           projectPixelToRay(opposite).normalized();
+  const Vector3_f target = getCameraCenter() +
+                           turn(camera_transform_.inverse, box[0]).normalized() +
+                           turn(camera_transform_.inverse, box[1]).normalized();
   if (!turnTo(target, pan, tilt)) return false;
-  const double longest = static_cast<double>(largestFocalLength(corner, opposite, *pan, *tilt));
+  const double longest = static_cast<double>(largestFocalLength(box, *pan, *tilt));
   const auto& samples = model_->getParams().intrinsics().samples();
   if (samples.empty()) return false;
 

@@ -4,6 +4,7 @@
 /// where to move it so that something comes to the middle of its picture. Units, frames, pixel
 /// origin and distortion formula: docs/conventions.md.
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -20,8 +21,9 @@ class CameraParameters;
 /// Lens samples over the zoom range, and the head's kinematics.
 ///
 /// The samples are taken to be in increasing order of zoom position and of focal length, and a
-/// fixed number of zoom steps apart; that is not checked. The last one belongs beyond the
-/// mechanical range, since a configuration at or beyond it has no finite lens.
+/// fixed number of zoom steps apart; that is not checked. The first one belongs at the lower end of
+/// the mechanical range and the last one beyond the upper end, since a configuration at or beyond
+/// the last has no finite lens, nor has one a whole interval below the first.
 ///
 /// Immutable after construction; all operations may be called concurrently.
 class NORV_EXPORT PTZCameraModel {
@@ -36,7 +38,8 @@ class NORV_EXPORT PTZCameraModel {
   int getIntrinsicsIndex(int zoom) const;
 
   /// The sample of an index, which is limited to the table first. Valid for the life of the model.
-  /// That there are no samples is a fatal check.
+  /// That there are no samples is a fatal check, after which, where the logger lets it pass, the
+  /// sample is one whose values are all zero.
   const PTZIntrinsicsItem* getIntrinsics(int index) const;
 
   /// Zoom position, in steps, of a magnification relative to the first sample: the inverse of the
@@ -84,8 +87,13 @@ class NORV_EXPORT PTZCameraModelConfiguration {
   ///
   /// The lens is the focal-length-weighted mean of the two samples around the zoom position: each
   /// has the radial factor (1 + k1 s) / (1 + k4 s), and the mean over the common denominator is a
-  /// rational lens with k1, k2, k4 and k5. At the last sample and beyond it nothing is finite. A
-  /// model without samples is a fatal check.
+  /// rational lens with k1, k2, k4 and k5. Principal point and tangential distortion are
+  /// interpolated by position. Where one sample is both neighbours, that is at the last sample and
+  /// beyond it and from a whole interval below the first one on, focal length, principal point, k1,
+  /// k2, p1 and p2 are infinite or NaN: then no pixel has a ray and nothing can be pointed at.
+  ///
+  /// A model without samples is a fatal check; one without a head (not valid either) has a pose of
+  /// zeros. Allocates the vector of `getDistortion` and, with logging off, nothing else.
   PTZCameraModelConfiguration(const PTZCameraModelPtr& model, int pan, int tilt, int zoom);
 
   /// The optical centre in world coordinates (the base frame of the head), metres.
@@ -105,25 +113,35 @@ class NORV_EXPORT PTZCameraModelConfiguration {
   /// Does nothing: this camera does not convert into a `CameraParameters`.
   void getCameraParameters(int width, int height, CameraParameters* camera) const;
 
-  /// Pan and tilt at which the world point appears at the pixel of this configuration's lens;
-  /// neither rounded nor limited. False as `PanTiltModel::computePanTilt` has it.
+  /// Pan and tilt in steps at which the world point appears at the pixel of this configuration's
+  /// lens; neither rounded nor limited. Result, what is written on failure and log lines are those
+  /// of `PanTiltModel::computePanTilt`; a pixel without a ray has no solution.
   bool getPanTilt(const Vector3_f& world, const Vector2_f& pixel, float* pan, float* tilt) const;
 
   /// Pan and tilt that bring what is seen at the pixel to the optical axis, rounded to whole steps
-  /// and then limited to the motors' range as far as the calibration states it. False with nothing
-  /// written when there is no solution.
+  /// (halves away from zero) and then limited to the motors' range as far as the calibration states
+  /// it. What is seen is taken to be one metre away, which matters by the lever arms of the head.
+  /// False with nothing written when there is no solution. Results beyond the range of int
+  /// saturate; NaN, which scales of zero give, counts as 0.
   bool getPanTilt(const Vector2_f& pixel, int* pan, int* tilt) const;
 
   /// Pan, tilt and zoom that show the axis-aligned box with these opposite corners, pixels of this
-  /// configuration, as large as it fits the picture: the head turns to the bisector of the two
-  /// corners, limited as above, and the zoom is the one whose focal length (by the samples'
-  /// piecewise linear curve) still keeps all four corners within the picture; 0 when not even the
-  /// first sample does.
+  /// configuration, as large as it fits the picture. The head turns to the sum of the unit rays of
+  /// the two corners, rounded and limited as above. The zoom is the one whose focal length, by the
+  /// samples' piecewise linear curve, keeps all four corners within half of the image's size from
+  /// the optical axis, truncated to a whole step: 0 when not even the first sample does, the last
+  /// sample's position when all do.
+  ///
+  /// The zoom is computed as for a lens without distortion whose axis passes the middle of the
+  /// image and that turns about its centre; by as much as the real one differs, a corner can miss
+  /// the picture. A corner that no ray reaches does not bound the zoom; if it is one of the two
+  /// that are given, there is no solution.
   ///
   /// False with nothing written when pan and tilt have no solution.
   bool getPanTiltZoom(const Vector2_f& corner, const Vector2_f& opposite, int* pan, int* tilt,
                       int* zoom) const;
 
+  /// What the configuration was made from; motor positions in steps.
   const PTZCameraModelPtr& getModel() const { return model_; }
   int getPan() const { return pan_; }
   int getTilt() const { return tilt_; }
@@ -135,14 +153,14 @@ class NORV_EXPORT PTZCameraModelConfiguration {
   /// k1, k2, p1, p2, k3, k4, k5, k6; k3 and k6 are zero.
   const std::vector<float>& getDistortion() const { return distortion_; }
 
-  /// Camera matrix K.
+  /// Camera matrix K, rows (f, 0, cx), (0, f, cy), (0, 0, 1), pixels.
   const Matrix3x3_f& getIntrinsics() const { return K_; }
 
  private:
   void blendLenses();
   bool turnTo(const Vector3_f& target, int* pan, int* tilt) const;
-  float largestFocalLength(const Vector2_f& corner, const Vector2_f& opposite, int pan,
-                           int tilt) const;
+  std::array<Vector2_f, 4> rectifyBox(const Vector2_f& corner, const Vector2_f& opposite) const;
+  float largestFocalLength(const std::array<Vector2_f, 4>& box, int pan, int tilt) const;
 
   PTZCameraModelPtr model_;
   int pan_;

@@ -116,7 +116,11 @@ TEST(PanTiltModel, RejectsEachPoseWithElevenValues) {
     PanTiltModel head = headModel(countingHead());
     ScopedLogCapture capture;
     EXPECT_FALSE(head.readFromPB(params));
-    EXPECT_THAT(lines(capture.take()), ElementsAre(kTooShort));
+    const auto logs = capture.take();
+    ASSERT_THAT(lines(logs), ElementsAre(kTooShort));
+    EXPECT_EQ(logs[0].function,
+              "bool norv::calibration::PanTiltModel::readFromPB("
+              "const norv::calibration::PanTiltSystemParameters&)");
     expectCounting(head);
   }
 }
@@ -294,6 +298,31 @@ TEST(PanTiltModel, FullTransformConvertsStepsInSinglePrecision) {
   const Matrix4x4_f expected = headModel(params).getTiltToCamera().transform *
                                headModel(params).getPanToTilt().transform * rotationZTransf(angle);
   EXPECT_EQ(headModel(params).getFullTransform(16777216.0F, 0).transform, expected);
+}
+
+TEST(PanTiltModel, FullTransformMultipliesFromTheCamerasSide) {
+  std::mt19937_64 random(52);
+  int told_apart = 0;
+  for (int trial = 0; trial < 200; ++trial) {
+    const PanTiltSystemParameters params = randomHead(&random);
+    const PanTiltModel head = headModel(params);
+    const auto pan = static_cast<float>(testing::uniform(&random, -2000, 2000));
+    const auto tilt = static_cast<float>(testing::uniform(&random, -2000, 2000));
+    const Matrix4x4_f turned = rotationZTransf((pan - params.pan_offset()) * params.pan_scale());
+    const Matrix4x4_f tilted = rotationZTransf((tilt - params.tilt_offset()) * params.tilt_scale());
+    Matrix4x4_f expected = head.getTiltToCamera().transform * tilted;
+    expected = (expected * head.getPanToTilt().transform).eval();
+    expected = (expected * turned).eval();
+    expected = (expected * head.getBaseToPan().transform).eval();
+    EXPECT_EQ(head.getFullTransform(pan, tilt).transform, expected) << trial;
+    // From the base's side the last bits are others.
+    Matrix4x4_f other = turned * head.getBaseToPan().transform;
+    other = (head.getPanToTilt().transform * other).eval();
+    other = (tilted * other).eval();
+    other = (head.getTiltToCamera().transform * other).eval();
+    if (other != expected) ++told_apart;
+  }
+  EXPECT_GT(told_apart, 100);
 }
 
 TEST(PanTiltModel, FullTransformOfValuesThatAreNotFinite) {

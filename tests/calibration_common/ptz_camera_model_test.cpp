@@ -43,6 +43,10 @@ const LogLine kShortHead = {2, "pan_tilt_model",
 const LogLine kNoSamples = {1, "check",
                             "Check failed: params_.intrinsics().samples_size() > 0 (0 vs. 0) "};
 
+const std::string kConstructor =
+    "norv::calibration::PTZCameraModel::PTZCameraModel("
+    "const norv::calibration::PTZCameraParameters&)";
+
 /// The example head with a table of (zoom, focal length).
 PTZCameraParameters ptzOf(const std::vector<std::pair<double, double>>& samples, int start,
                           int interval) {
@@ -68,8 +72,7 @@ PTZCameraParameters withoutSamples() {
   return ptz;
 }
 
-// -------------------------------------------------------------------------------------
-// construction
+// ----------------------------------------------------------------------------------- construction
 
 TEST(PTZCameraModel, LoadsAValidCalibration) {
   ScopedLogCapture capture;
@@ -92,7 +95,9 @@ TEST(PTZCameraModel, KeepsItsOwnCopy) {
 TEST(PTZCameraModel, WithoutSamplesIsInvalidAndReadsNoHead) {
   ScopedLogCapture capture;
   const PTZCameraModel model(withoutSamples());
-  EXPECT_THAT(lines(capture.take()), ElementsAre(kNoIntrinsics));
+  const auto logs = capture.take();
+  ASSERT_THAT(lines(logs), ElementsAre(kNoIntrinsics));
+  EXPECT_EQ(logs[0].function, kConstructor);
   EXPECT_FALSE(model.isValid());
   EXPECT_EQ(model.getMaxZoomFactor(), 1.0F);
   // The head is complete, and yet not read.
@@ -113,7 +118,9 @@ TEST(PTZCameraModel, WithAnIncompleteHeadIsInvalid) {
   params.mutable_pan_tilt()->mutable_tilt_to_camera()->mutable_a()->RemoveLast();
   ScopedLogCapture capture;
   const PTZCameraModel model(params);
-  EXPECT_THAT(lines(capture.take()), ElementsAre(kShortHead, kBadHead));
+  const auto logs = capture.take();
+  ASSERT_THAT(lines(logs), ElementsAre(kShortHead, kBadHead));
+  EXPECT_EQ(logs[1].function, kConstructor);
   EXPECT_FALSE(model.isValid());
   EXPECT_EQ(model.getMaxZoomFactor(), 1.0F);
   EXPECT_EQ(model.getPanTiltModel().getTiltScale(), 0);
@@ -155,8 +162,7 @@ TEST(PTZCameraModel, WithoutSamplesTheConversionsAreTrivial) {
   EXPECT_THAT(lines(capture.take()), IsEmpty());
 }
 
-// ------------------------------------------------------------------------------------ sample
-// lookup
+// ---------------------------------------------------------------------------------- sample lookup
 
 /// The index of a zoom in a table that starts and is spaced like this.
 int indexOf(int zoom, int start, int interval) {
@@ -220,12 +226,12 @@ TEST(GetIntrinsicsIndex, IsIntegerDivisionWhereThatIsDefined) {
 TEST(GetIntrinsics, LimitsTheIndexToTheTable) {
   const PTZCameraModel model(examplePtz());
   const auto& samples = model.getParams().intrinsics().samples();
-  EXPECT_EQ(model.getIntrinsics(-5), &samples[0]);
-  EXPECT_EQ(model.getIntrinsics(-1), &samples[0]);
+  EXPECT_EQ(model.getIntrinsics(-5), &samples.Get(0));
+  EXPECT_EQ(model.getIntrinsics(-1), &samples.Get(0));
   for (int i = 0; i < 12; ++i) EXPECT_EQ(model.getIntrinsics(i), &samples[i]);
   EXPECT_EQ(model.getIntrinsics(12), &samples[11]);
   EXPECT_EQ(model.getIntrinsics(15), &samples[11]);
-  EXPECT_EQ(model.getIntrinsics(kLowest), &samples[0]);
+  EXPECT_EQ(model.getIntrinsics(kLowest), &samples.Get(0));
   EXPECT_EQ(model.getIntrinsics(kLargest), &samples[11]);
 }
 
@@ -255,8 +261,7 @@ TEST(GetIntrinsics, WithoutSamplesContinuesDefinedWhenTheLoggerLetsItPass) {
   }
 }
 
-// --------------------------------------------------------------------------------- zoom
-// conversions
+// ------------------------------------------------------------------------------- zoom conversions
 
 TEST(ZoomXFactorToSteps, InterpolatesTheFocalLengths) {
   const PTZCameraModel model(threeSamples());
@@ -303,6 +308,10 @@ TEST(ZoomXFactorToSteps, WorksInDouble) {
   // Zooms that float cannot tell apart.
   const PTZCameraModel model(ptzOf({{1000000000, 1}, {1000000010, 2}}, 1000000000, 10));
   EXPECT_EQ(model.zoomXFactorToSteps(1.3F), 1000000003);
+  // A focal length of 4.65: (4.65 - 3.1) / (7.3 - 3.1) of the way. As a float it would be 22 steps
+  // further.
+  const PTZCameraModel fine(ptzOf({{0, 3.1}, {1e9, 7.3}}, 0, 1000000000));
+  EXPECT_EQ(fine.zoomXFactorToSteps(1.5F), 369047619);
 }
 
 TEST(ZoomXFactorToSteps, NotANumberIsTheLastSample) {
@@ -325,6 +334,11 @@ TEST(StepsToZoomXFactor, InterpolatesTheFocalLengths) {
   EXPECT_EQ(model.stepsToZoomXFactor(150), 2.0F);
   EXPECT_EQ(model.stepsToZoomXFactor(200), 4.0F);
   EXPECT_EQ(model.stepsToZoomXFactor(225), 5.0F);
+}
+
+TEST(StepsToZoomXFactor, WorksInDouble) {
+  const PTZCameraModel model(ptzOf({{1000000000, 1}, {1000000010, 2}}, 1000000000, 10));
+  EXPECT_EQ(model.stepsToZoomXFactor(1000000003), 1.3F);
 }
 
 TEST(StepsToZoomXFactor, TheLastSampleAndBeyondGiveTheMaximum) {

@@ -384,8 +384,7 @@ TEST(PTZConfiguration, RaysAreNotNormalised) {
   EXPECT_LT((ray - Vector3_f(1, -1, -2)).norm(), 1e-6F) << ray;
 }
 
-// ------------------------------------------------------------------------------- projection and
-// rays
+// ---------------------------------------------------------------------------- projection and rays
 
 TEST(PTZConfiguration, ProjectsAsTheSupportFunctionDoes) {
   std::mt19937_64 random(91);
@@ -476,8 +475,7 @@ TEST(PTZConfiguration, GetCameraParametersDoesNothing) {
   }
 }
 
-// ----------------------------------------------------------------------------- models that are not
-// valid
+// ---------------------------------------------------------------------- models that are not valid
 
 TEST(PTZConfigurationDeathTest, WithoutSamplesStopsTheProcess) {
   ::testing::GTEST_FLAG(death_test_style) = "threadsafe";

@@ -20,7 +20,7 @@ inline void storePose(std::initializer_list<double> rows, calibration::CameraExt
 }
 
 /// A head on a robot whose x axis points ahead, y left and z up. At zero angles the camera looks
-/// ahead; pan turns it to the left and tilt upwards, by 0.0005 rad a step. The optical axis passes
+/// ahead; pan turns it to the right and tilt upwards, by 0.0005 rad a step. The optical axis passes
 /// the pan axis at a distance of 2 mm.
 inline calibration::PanTiltSystemParameters exampleHead() {
   calibration::PanTiltSystemParameters head;
