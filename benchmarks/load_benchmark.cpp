@@ -74,7 +74,7 @@ void sizes(benchmark::internal::Benchmark* bench) {
   }
 }
 
-BENCHMARK(loadBinary)->Apply(sizes);
+BENCHMARK(loadBinary)->Apply(sizes)->Args({4096, 0});
 BENCHMARK(parseBinaryAlone)->Apply(sizes);
 BENCHMARK(loadText)->Apply(sizes);
 BENCHMARK(parseTextAlone)->Apply(sizes);

@@ -1,0 +1,182 @@
+// Fixed workloads whose instructions are counted, to guard against regressions where times are too
+// noisy: scripts/check-instructions.
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "benchmarks/inputs.h"
+#include "calibration_common/camera_parameters.h"
+#include "support/auto_diff.h"
+#include "support/auto_diff_eigen.h"
+#include "support/camera_projection.h"
+#include "support/logging.h"
+#include "tests/testing/calibration_messages.h"
+#include "tests/testing/example_ptz.h"
+
+namespace norv::benchmarks {
+namespace {
+
+using calibration::CameraParametersSet;
+
+/// What is counted lies between the entry and the exit of this function.
+template <class Work>
+__attribute__((noinline)) void countedWorkload(const Work& work) {
+  work();
+}
+
+/// Keeps the compiler from computing a value in advance or not at all.
+template <class T>
+void use(T& value) {
+  asm volatile("" : "+m"(value) : : "memory");
+}
+
+void getIntrinsics() {
+  const CameraParametersSet set;
+  const auto camera = set.getCamera("navigation_camera");
+  countedWorkload([&] {
+    for (int i = 0; i < 20000; ++i) {
+      Matrix3x3_f hit = camera->getIntrinsics(1280, 720);
+      use(hit);
+      Matrix3x3_f miss = camera->getIntrinsics(320, 240);
+      use(miss);
+    }
+  });
+}
+
+void loadBinary() {
+  calibration::RobotCalibration robot;
+  for (int i = 0; i < 64; ++i) {
+    *robot.add_camera_calibration() =
+        testing::exampleCamera("camera_" + std::to_string(i), "mk513n");
+  }
+  const std::string data = robot.SerializeAsString();
+  CameraParametersSet set;
+  set.loadFromString(data);
+  countedWorkload([&] {
+    for (int i = 0; i < 50; ++i) set.loadFromString(data);
+  });
+}
+
+void refitHeadCamera() {
+  const CameraParametersSet set;
+  const auto camera = set.getCamera("head_camera");
+  countedWorkload([&] { camera->precomputeIntrinsics(); });
+}
+
+void project() {
+  CameraTransform pose;
+  pose.setTransform(examplePose(), CameraTransform::kForward);
+  const std::vector<Vector3_f> points = examplePoints(4096);
+  std::vector<Vector2_f> pixels(points.size());
+  countedWorkload([&] {
+    for (const Vector3_f& point : points) {
+      Vector2_f pixel = project3dToCamera(pose, kStrongLens, exampleCameraMatrix(), point);
+      use(pixel);
+    }
+    projectPoints(pose, kStrongLens, exampleCameraMatrix(), points.data(), points.size(),
+                  pixels.data());
+  });
+}
+
+void rectify() {
+  const float principal_point[] = {kCentreX, kCentreY};
+  const float focal_lengths[] = {kFocalLength, kFocalLength};
+  const std::vector<Vector2_f> pixels = examplePixels(4096);
+  std::vector<Vector2_f> rays(pixels.size());
+  countedWorkload([&] {
+    for (const std::vector<float>* lens : {&kMildLens, &kStrongLens}) {
+      for (const Vector2_f& pixel : pixels) {
+        Vector2_f ray =
+            calibration::rectifyPoint(lens->data(), principal_point, focal_lengths, pixel);
+        use(ray);
+      }
+      calibration::rectifyPoints(lens->data(), principal_point, focal_lengths, pixels.data(),
+                                 pixels.size(), rays.data());
+    }
+  });
+}
+
+void getFullTransform() {
+  const calibration::PanTiltModel head = testing::headModel(testing::exampleHead());
+  countedWorkload([&] {
+    for (int i = 0; i < 5000; ++i) {
+      CameraTransform pose = head.getFullTransform(static_cast<float>(i), 100);
+      use(pose);
+    }
+  });
+}
+
+void point() {
+  const calibration::PTZCameraModelPtr model = testing::ptzModel(testing::examplePtz());
+  countedWorkload([&] {
+    for (int i = 0; i < 1000; ++i) {
+      const calibration::PTZCameraModelConfiguration configuration(model, i, 300, 2500);
+      int pan = 0;
+      int tilt = 0;
+      int zoom = 0;
+      configuration.getPanTiltZoom({500, 300}, {700, 450}, &pan, &tilt, &zoom);
+      use(pan);
+      use(tilt);
+      use(zoom);
+    }
+  });
+}
+
+void logStatements() {
+  setLogSink([](const LogRecord& record) { use(const_cast<int&>(record.level)); });
+  countedWorkload([&] {
+    for (int i = 0; i < 5000; ++i) {
+      NORV_LOG(kLogDebug, "workload") << "value " << i;
+      NORV_LOG(kLogWarning, "workload") << "value " << i;
+    }
+  });
+  setLogSink({});
+}
+
+void dualProducts() {
+  using Dual = autodiff::AutoDiff1<double, 20>;
+  using Matrix = Eigen::Matrix<Dual, 4, 4, Eigen::RowMajor>;
+  Matrix a = Matrix::Constant(Dual::variable(0.5, 3));
+  const Matrix b = Matrix::Constant(Dual::variable(0.25, 7));
+  countedWorkload([&] {
+    for (int i = 0; i < 500; ++i) {
+      Matrix product = a * b;
+      use(product);
+    }
+  });
+}
+
+struct Workload {
+  const char* name;
+  void (*run)();
+};
+
+constexpr Workload kWorkloads[] = {
+    {"get_intrinsics", getIntrinsics},
+    {"load_binary", loadBinary},
+    {"refit_head_camera", refitHeadCamera},
+    {"project", project},
+    {"rectify", rectify},
+    {"get_full_transform", getFullTransform},
+    {"point", point},
+    {"log_statements", logStatements},
+    {"dual_products", dualProducts},
+};
+
+}  // namespace
+}  // namespace norv::benchmarks
+
+/// Without an argument, the names of the workloads; with one, runs that workload.
+int main(int argc, char** argv) {
+  for (const auto& workload : norv::benchmarks::kWorkloads) {
+    if (argc < 2) {
+      std::puts(workload.name);
+    } else if (std::strcmp(argv[1], workload.name) == 0) {
+      workload.run();
+      return 0;
+    }
+  }
+  return argc < 2 ? 0 : 2;
+}

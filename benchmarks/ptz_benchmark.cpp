@@ -1,0 +1,119 @@
+// The pan-tilt-zoom camera: kinematics, configurations, pointing and zoom.
+
+#include <benchmark/benchmark.h>
+
+#include <vector>
+
+#include "benchmarks/example_ptz_camera.h"
+#include "benchmarks/inputs.h"
+
+namespace norv::benchmarks {
+namespace {
+
+using calibration::PanTiltModel;
+using calibration::PTZCameraModelConfiguration;
+using calibration::PTZCameraModelPtr;
+
+PanTiltModel exampleHeadModel() { return testing::headModel(testing::exampleHead()); }
+PTZCameraModelPtr exampleModel() { return testing::ptzModel(testing::examplePtz()); }
+
+void getFullTransform(benchmark::State& state) {
+  const PanTiltModel head = exampleHeadModel();
+  float pan = 100;
+  float tilt = 50;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(pan += 1);
+    benchmark::DoNotOptimize(tilt += 1);
+    CameraTransform pose = head.getFullTransform(pan, tilt);
+    benchmark::DoNotOptimize(pose);
+  }
+}
+BENCHMARK(getFullTransform);
+
+void computePanTilt(benchmark::State& state) {
+  const PanTiltModel head = exampleHeadModel();
+  Cycle<Vector3_f> targets(exampleTargets());
+  float pan = 0;
+  float tilt = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(head.computePanTilt(targets.next(), Vector2_f(0, 0), &pan, &tilt));
+    benchmark::DoNotOptimize(pan);
+    benchmark::DoNotOptimize(tilt);
+  }
+}
+BENCHMARK(computePanTilt);
+
+void constructConfiguration(benchmark::State& state) {
+  const PTZCameraModelPtr model = exampleModel();
+  int pan = 0;
+  for (auto _ : state) {
+    const PTZCameraModelConfiguration configuration(model, pan++ % 5000, 300, 2500);
+    benchmark::DoNotOptimize(&configuration);
+  }
+}
+BENCHMARK(constructConfiguration);
+
+void projectPixelToRay(benchmark::State& state) {
+  const PTZCameraModelConfiguration configuration(exampleModel(), 500, 300, 2500);
+  Cycle<Vector2_f> pixels(examplePixels());
+  for (auto _ : state) {
+    Vector3_f ray = configuration.projectPixelToRay(pixels.next());
+    benchmark::DoNotOptimize(ray);
+  }
+}
+BENCHMARK(projectPixelToRay);
+
+void getPanTiltOfPixel(benchmark::State& state) {
+  const PTZCameraModelConfiguration configuration(exampleModel(), 500, 300, 2500);
+  Cycle<Vector2_f> pixels(examplePixels());
+  int pan = 0;
+  int tilt = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(configuration.getPanTilt(pixels.next(), &pan, &tilt));
+    benchmark::DoNotOptimize(pan);
+    benchmark::DoNotOptimize(tilt);
+  }
+}
+BENCHMARK(getPanTiltOfPixel);
+
+/// From motor positions and a box to motor positions.
+void constructAndGetPanTiltZoom(benchmark::State& state) {
+  const PTZCameraModelPtr model = exampleModel();
+  Cycle<Vector2_f> pixels(examplePixels());
+  int pan = 0;
+  int tilt = 0;
+  int zoom = 0;
+  for (auto _ : state) {
+    const PTZCameraModelConfiguration configuration(model, 500, 300, 2500);
+    const Vector2_f corner = pixels.next();
+    benchmark::DoNotOptimize(
+        configuration.getPanTiltZoom(corner, corner + Vector2_f(200, 100), &pan, &tilt, &zoom));
+    benchmark::DoNotOptimize(pan);
+    benchmark::DoNotOptimize(tilt);
+    benchmark::DoNotOptimize(zoom);
+  }
+}
+BENCHMARK(constructAndGetPanTiltZoom);
+
+void zoomXFactorToSteps(benchmark::State& state) {
+  const PTZCameraModelPtr model = exampleModel();
+  float factor = 1;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(model->zoomXFactorToSteps(factor));
+    factor = factor > 19 ? 1 : factor * 1.1F;
+  }
+}
+BENCHMARK(zoomXFactorToSteps);
+
+void stepsToZoomXFactor(benchmark::State& state) {
+  const PTZCameraModelPtr model = exampleModel();
+  int steps = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(model->stepsToZoomXFactor(steps));
+    steps = steps > 9900 ? 0 : steps + 97;
+  }
+}
+BENCHMARK(stepsToZoomXFactor);
+
+}  // namespace
+}  // namespace norv::benchmarks

@@ -1,0 +1,130 @@
+#!/usr/bin/env python3
+"""Usage: report.py RESULTS.json FOLDER
+
+Prints, as a Markdown table, the medians of a run of the benchmarks and their ratios to the libraries that
+they are compared with, and the same for the start-up programs in FOLDER.
+"""
+
+import json
+import os
+import pathlib
+import statistics
+import sys
+
+# What, our benchmark, the one that it is compared with, the ratio aimed at, and a factor of the latter.
+ROWS = [
+    *[(f"load {kind.lower()}, {cameras} cameras, {samples} samples",
+       f"load{kind}/cameras:{cameras}/samples:{samples}", f"parse{kind}Alone/cameras:{cameras}/samples:{samples}",
+       1.25, 1)
+      for kind in ("Binary", "Text") for samples in (0, 200) for cameras in (1, 4, 64, 1024)],
+    ("load binary per camera, 4096 to 64 cameras", "loadBinary/cameras:4096/samples:0",
+     "loadBinary/cameras:64/samples:0", 1.10, 4096 / 64),
+    ("`project3dToCamera`, mrcal", "projectOnePoint/strong", "mrcalProjectPoint", 0.45, 1),
+    ("`project3dToCamera`, OpenCV", "projectOnePoint/strong", "openCvProjectPoints/1", 0.01, 1),
+    ("`projectPoints`, 10,000 points, OpenCV", "projectManyPoints", "openCvProjectPoints/10000", 0.5, 1),
+    ("`rectifyPoint`, mild lens, OpenCV", "rectifyOnePoint/mild", "undistortPoints/openCvMild/1", 0.2, 1),
+    ("`rectifyPoint`, strong lens, OpenCV", "rectifyOnePoint/strong", "undistortPoints/openCvStrong/1", 0.2, 1),
+    ("`rectifyPoints`, 10,000 pixels, mild, OpenCV", "rectifyManyPoints/mild", "undistortPoints/openCvMild/10000",
+     0.25, 1),
+    ("`rectifyPoints`, 10,000 pixels, strong, OpenCV", "rectifyManyPoints/strong",
+     "undistortPoints/openCvStrong/10000", 0.25, 1),
+    ("re-fit of the head camera, OpenCV", "refitDefaultHeadCamera", "openCvCalibrateCamera", 1.0, 1),
+    ("`getFullTransform`, KDL", "getFullTransform", "kdlForwardKinematics", 0.35, 1),
+    ("`computePanTilt`, Ceres", "computePanTilt", "ceresPointing", 0.12, 1),
+    ("`computePanTilt`, TinySolver", "computePanTilt", "tinySolverPointing", 0.8, 1),
+    ("`computePanTilt`, TinySolver on a chain written out by hand", "computePanTilt", "tinySolverPointingByHand",
+     0.8, 1),
+    ("configuration and `getPanTiltZoom`, `computePanTilt`", "constructAndGetPanTiltZoom", "computePanTilt", 2.0, 1),
+    ("disabled statement, glog", "disabledStatement", "glogDisabledStatement", 1.0, 1),
+    ("enabled statement, spdlog", "enabledStatement", "spdlogEnabledStatement", 1.5, 1),
+    ("4x4 product, 2 derivatives, `ceres::Jet`", "matrixProduct<2>", "jetMatrixProduct<2>", 1.0, 1),
+    ("4x4 product, 20 derivatives, `ceres::Jet`", "matrixProduct<20>", "jetMatrixProduct<20>", 1.0, 1),
+    ("sine and cosine, 2 derivatives, `ceres::Jet`", "sineAndCosine<2>", "jetSineAndCosine<2>", 1.0, 1),
+    ("sine and cosine, 20 derivatives, `ceres::Jet`", "sineAndCosine<20>", "jetSineAndCosine<20>", 1.0, 1),
+]
+
+# Benchmarks with a bound in nanoseconds.
+BOUNDS = [("`getIntrinsics`, hit", "getIntrinsicsHit", 6.0), ("`getIntrinsics`, miss", "getIntrinsicsMiss", 12.0)]
+
+NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+# What the loop of a benchmark costs counts for statements that cost next to nothing.
+EMPTY_LOOP = "emptyLoop"
+NET = {"disabledStatement", "glogDisabledStatement"}
+
+
+def read_aggregates(path):
+    """Name -> {aggregate: processor time in nanoseconds, or a share for the coefficient of variation}."""
+    results = {}
+    for entry in json.loads(pathlib.Path(path).read_text())["benchmarks"]:
+        if entry.get("run_type") != "aggregate":
+            continue
+        factor = 1 if entry["aggregate_name"] == "cv" else NANOSECONDS[entry["time_unit"]]
+        results.setdefault(entry["run_name"], {})[entry["aggregate_name"]] = entry["cpu_time"] * factor
+    return results
+
+
+def readable(nanoseconds):
+    for unit in ("ns", "us", "ms"):
+        if nanoseconds < 1000:
+            return f"{nanoseconds:.3g} {unit}"
+        nanoseconds /= 1000
+    return f"{nanoseconds:.3g} s"
+
+
+def print_row(what, ours, theirs, ratio, aim):
+    verdict = "" if ratio <= aim else " **above**"
+    print(f"| {what} | {ours} | {theirs} | {ratio:.3f} | {aim:g}{verdict} |")
+
+
+def print_benchmarks(results):
+    empty = results[EMPTY_LOOP]["median"]
+
+    def median(name):
+        return results[name]["median"] - (empty if name in NET else 0)
+
+    def cell(name):
+        return f"{readable(median(name))} ± {100 * results[name]['cv']:.0f} %"
+
+    for what, ours, theirs, aim, factor in ROWS:
+        if ours in results and theirs in results:
+            print_row(what, cell(ours), cell(theirs), median(ours) / median(theirs) / factor, aim)
+        else:
+            print(f"| {what} | not measured | | | {aim:g} |")
+    for what, name, bound in BOUNDS:
+        print_row(what, cell(name), f"{bound:g} ns", median(name) / bound, 1)
+
+
+def run_program(path):
+    """Processor seconds and peak kilobytes of one run."""
+    child = os.fork()
+    if child == 0:
+        os.execv(path, [str(path)])
+    _, status, usage = os.wait4(child, 0)
+    if status != 0:
+        sys.exit(f"{path} failed")
+    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss
+
+
+def print_startup(folder):
+    programs = [pathlib.Path(folder) / name for name in ("startup_construct_set", "startup_link_opencv")]
+    if not all(program.exists() for program in programs):
+        print("| start to end | not measured | | | |")
+        return
+    runs = {program: [run_program(program) for _ in range(41)] for program in programs}
+    times, memory = ([statistics.median(run[i] for run in runs[program]) for program in programs] for i in (0, 1))
+    print_row("start to end, processor time, linking OpenCV", *(f"{1000 * t:.2f} ms" for t in times),
+              times[0] / times[1], 2.0)
+    print_row("start to end, peak memory, linking OpenCV", *(f"{m / 1024:.1f} MB" for m in memory),
+              memory[0] / memory[1], 1.0)
+
+
+def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    print("| what, and beside what | ours | theirs | ratio | aim |\n|---|---|---|---|---|")
+    print_benchmarks(read_aggregates(sys.argv[1]))
+    print_startup(sys.argv[2])
+
+
+if __name__ == "__main__":
+    main()
