@@ -1,5 +1,7 @@
 #include "calibration_common/camera_parameters.h"
 
+#include <google/protobuf/arena.h>
+
 #include <cstddef>
 #include <utility>
 
@@ -7,6 +9,7 @@
 #include "support/checks.h"
 #include "support/file.h"
 #include "support/logging.h"
+#include "support/matrix_rows.h"
 #include "support/message_parsing.h"
 #include "support/sensor_transform.h"
 #include "support/single_image_calibration.h"
@@ -112,15 +115,28 @@ void storeIntrinsics(const OpenCVProjection<autodiff::AutoDiff1<double, 20>>& fi
 
 }  // namespace
 
+/// The camera's own message, with all that belongs to it in a few blocks of memory. A copy on the
+/// heap has each of its sample points there on its own, which takes longer than to parse them.
+struct CameraParameters::CalibrationCopy {
+  CalibrationCopy()
+      : arena(first_block, sizeof(first_block)),
+        message(google::protobuf::Arena::CreateMessage<CameraCalibration>(&arena)) {}
+
+  /// Room for a camera without sample points.
+  alignas(std::max_align_t) char first_block[1024];
+  google::protobuf::Arena arena;
+  CameraCalibration* message;
+};
+
 CameraParameters::CameraParameters()
     : rotation_(Matrix3x3_f::Zero()),
       translation_(Vector3_f::Zero()),
-      calibration_(std::make_unique<CameraCalibration>()) {}
+      calibration_(std::make_unique<CalibrationCopy>()) {}
 
 CameraParameters::~CameraParameters() = default;
 
 bool CameraParameters::readProto(const CameraCalibration& calibration) {
-  calibration_->CopyFrom(calibration);
+  calibration_->message->CopyFrom(calibration);
   const CameraIntrinsics& intrinsics = calibration.intrinsics();
   const CameraExtrinsics& extrinsics = calibration.extrinsics();
   full_frame_.width = intrinsics.width();
@@ -138,6 +154,7 @@ bool CameraParameters::readProto(const CameraCalibration& calibration) {
 
   const auto& radial = intrinsics.radial();
   const auto& tangential = intrinsics.tangential();
+  full_frame_.distortion.reserve(full_frame_.distortion.size() + 8);
   for (const double coefficient : {radial[0], radial[1], tangential[0], tangential[1], radial[2],
                                    radial[3], radial[4], radial[5]}) {
     full_frame_.distortion.push_back(static_cast<float>(coefficient));
@@ -149,6 +166,8 @@ bool CameraParameters::readProto(const CameraCalibration& calibration) {
   transform_.setTransform(camera_from_robot, CameraTransform::kForward);
   return precomputeIntrinsics();
 }
+
+const CameraCalibration& CameraParameters::getCalibration() const { return *calibration_->message; }
 
 Matrix3x3_f CameraParameters::getFullFrameIntrinsics() const { return cameraMatrix(full_frame_); }
 
@@ -181,11 +200,15 @@ Matrix3x3_f CameraParameters::recomputeKMatrix(const Intrinsics& in, int x0, int
                                                int target_width, int target_height) const {
   const float sx = static_cast<float>(target_width) / static_cast<float>(source_width);
   const float sy = static_cast<float>(target_height) / static_cast<float>(source_height);
-  Matrix3x3_f target_from_source;
-  target_from_source << sx, 0.0F, -sx * static_cast<float>(x0),  //
-      0.0F, sy, -sy * static_cast<float>(y0),                    //
-      0.0F, 0.0F, 1.0F;
-  return target_from_source * cameraMatrix(in);
+  // Rows of the camera matrix. All terms of the product are computed, those with zero included:
+  // they turn into NaN where the image is empty.
+  using internal::FloatTriple;
+  const FloatTriple k0 = {in.fx, in.skew, in.cx};
+  const FloatTriple k1 = {0.0F, in.fy, in.cy};
+  const FloatTriple k2 = {0.0F, 0.0F, 1.0F};
+  const auto row = [&](float a, float b, float c) { return a * k0 + (b * k1 + c * k2); };
+  return internal::toMatrix(row(sx, 0.0F, -sx * static_cast<float>(x0)),
+                            row(0.0F, sy, -sy * static_cast<float>(y0)), row(0.0F, 0.0F, 1.0F));
 }
 
 void CameraParameters::affineIntrinsics(const Intrinsics& in, int x0, int y0, int source_width,
@@ -216,7 +239,7 @@ bool CameraParameters::precomputeIntrinsics() {
     NORV_LOG(kLogInfo, kChannel) << "Using B910 camera model.";
     return precomputeB910Intrinsics();
   }
-  const CameraIntrinsics& intrinsics = calibration_->intrinsics();
+  const CameraIntrinsics& intrinsics = calibration_->message->intrinsics();
   if (!intrinsics.has_width() || !intrinsics.has_height()) return false;
   const int width = intrinsics.width();
   const int height = intrinsics.height();
@@ -245,7 +268,7 @@ bool CameraParameters::precomputeB910Intrinsics() {
 
 bool CameraParameters::recomputeIntrinsics(const ImageSensorTransform& transform,
                                            Intrinsics* out) const {
-  const CameraIntrinsics& intrinsics = calibration_->intrinsics();
+  const CameraIntrinsics& intrinsics = calibration_->message->intrinsics();
   if (intrinsics.samples().empty()) {
     NORV_LOG(kLogError, kChannel)
         << "Can not find calibration sample points to recompute intrinsics parameters.";

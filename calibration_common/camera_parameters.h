@@ -142,10 +142,12 @@ class NORV_EXPORT CameraParameters {
   const std::vector<Intrinsics>& getIntrinsicsTable() const { return intrinsics_; }
 
   /// The message that the camera was last loaded from, unknown fields included.
-  const CameraCalibration& getCalibration() const { return *calibration_; }
+  const CameraCalibration& getCalibration() const;
 
  private:
   friend struct CameraParametersPeer;  // tests
+
+  struct CalibrationCopy;
 
   const Intrinsics* findIntrinsics(int width, int height) const;
 
@@ -155,7 +157,7 @@ class NORV_EXPORT CameraParameters {
   CameraTransform transform_;
   Matrix3x3_f rotation_;
   Vector3_f translation_;
-  std::unique_ptr<CameraCalibration> calibration_;
+  std::unique_ptr<CalibrationCopy> calibration_;
 };
 
 /// The calibration of all fixed cameras of a robot, by name.
@@ -215,6 +217,8 @@ class NORV_EXPORT CameraParametersSet {
 
  private:
   friend struct CameraParametersPeer;  // tests
+
+  struct CalibrationCopy;
 
   std::map<std::string, std::shared_ptr<CameraParameters>> cameras_;
   std::shared_ptr<RobotCalibration> robotcal_;

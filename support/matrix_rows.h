@@ -11,6 +11,20 @@ namespace norv::internal {
 /// of GCC and Clang.)
 using FloatQuad = float __attribute__((vector_size(4 * sizeof(float))));
 
+/// The same with three numbers; the fourth is of no interest.
+using FloatTriple = FloatQuad;
+
+/// A 3 x 3 matrix of these rows.
+inline Matrix3x3_f toMatrix(const FloatTriple& row0, const FloatTriple& row1,
+                            const FloatTriple& row2) {
+  Matrix3x3_f m;
+  // Each row overwrites what the one before has too many.
+  std::memcpy(m.data(), &row0, sizeof(row0));
+  std::memcpy(m.data() + 3, &row1, sizeof(row1));
+  std::memcpy(m.data() + 6, &row2, 3 * sizeof(float));
+  return m;
+}
+
 /// A 4 x 4 matrix in registers, row by row. A chain of products of these takes a third of the time
 /// that it takes through matrices in memory.
 struct MatrixRows {
