@@ -24,9 +24,7 @@ Eigen::Matrix3d makePanTiltRotation(double pan, double tilt) {
 }
 
 DualMatrix rotationZTransfAD(const PanTiltDual& angle) {
-  PanTiltDual s;
-  PanTiltDual c;
-  sinCos(angle, &s, &c);
+  const auto [s, c] = sinCos(angle);
   DualMatrix rotation;
   rotation(0, 0) = c;
   rotation(0, 1) = -s;

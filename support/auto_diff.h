@@ -12,6 +12,13 @@
 
 namespace norv::autodiff {
 
+/// What `sinCos` gives.
+template <class Number>
+struct SineAndCosine {
+  Number sine;
+  Number cosine;
+};
+
 /// A value together with its partial derivatives with respect to N independent variables.
 ///
 /// A plain value of N + 1 scalars without heap storage. Plain numbers mix with it in every
@@ -112,13 +119,12 @@ struct AutoDiff1 {
     return a.value >= b.value;
   }
 
-  /// The sine and the cosine from one evaluation of both.
-  friend void sinCos(const AutoDiff1& x, AutoDiff1* sine, AutoDiff1* cosine) {
+  /// The sine and the cosine from one evaluation of both: `const auto [s, c] = sinCos(x);`
+  friend SineAndCosine<AutoDiff1> sinCos(const AutoDiff1& x) {
     T s;
     T c;
     sinCosOf(x.value, &s, &c);
-    *sine = chain(x, s, c);
-    *cosine = chain(x, c, -s);
+    return {chain(x, s, c), chain(x, c, -s)};
   }
 
   friend AutoDiff1 sin(const AutoDiff1& x) {
@@ -185,7 +191,9 @@ struct AutoDiff1 {
   template <class Derivative>
   static constexpr AutoDiff1 make(T value, const Derivative& derivative) {
     AutoDiff1 result(value);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // minutes to compile
 #pragma GCC unroll 32
+#endif
     for (std::size_t i = 0; i < N; ++i) result.derivatives[i] = derivative(i);
     return result;
   }

@@ -223,9 +223,7 @@ TYPED_TEST(AutoDiffTest, Identities) {
   for (int trial = 0; trial < 100; ++trial) {
     const TypeParam x = TestFixture::dense(positive(random), positive(random));
     const TypeParam y = TestFixture::dense(positive(random), -positive(random));
-    TypeParam s;
-    TypeParam c;
-    sinCos(x, &s, &c);
+    const auto [s, c] = sinCos(x);
     expectNear(s, sin(x), "sinCos, sine");
     expectNear(c, cos(x), "sinCos, cosine");
     expectNear(s * s + c * c, TypeParam(1), "sin^2 + cos^2");
