@@ -31,9 +31,9 @@ struct FakeFit {
   int calls = 0;
   std::vector<Vector2_f> observed;
   std::vector<Vector2_f> reference;
-  Eigen::Vector2i image_size;
+  Eigen::Vector2i image_size = Eigen::Vector2i::Zero();
   double scale = 0;
-  Eigen::Vector2i size_pair;
+  Eigen::Vector2i size_pair = Eigen::Vector2i::Zero();
   Projection start;
   double error = 0;
 };
