@@ -195,6 +195,7 @@ Matrix3x3_f CameraParameters::getIntrinsics(int width, int height) const {
   return recomputeKMatrix(full_frame_, 0, 0, full_frame_.width, full_frame_.height, width, height);
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): a member, as its users call it
 Matrix3x3_f CameraParameters::recomputeKMatrix(const Intrinsics& in, int x0, int y0,
                                                int source_width, int source_height,
                                                int target_width, int target_height) const {

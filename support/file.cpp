@@ -16,7 +16,7 @@ namespace norv {
 namespace {
 
 constexpr std::int64_t kMaxFileSize = std::int64_t{1} << 31;
-constexpr std::size_t kChunkSize = 64 * 1024;
+constexpr std::size_t kChunkSize = std::size_t{64} * 1024;
 
 /// Closes a file descriptor at the end of its scope.
 class FileDescriptor {

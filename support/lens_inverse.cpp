@@ -1,6 +1,7 @@
 #include "support/lens_inverse.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include "support/bracketed_newton.h"
@@ -11,10 +12,8 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 bool allFinite(const LensDistortion<double>& l, const NormalizedPoint<double>& p) {
-  for (const double c : {l.k1, l.k2, l.p1, l.p2, l.k3, l.k4, l.k5, l.k6, p.x, p.y}) {
-    if (!std::isfinite(c)) return false;
-  }
-  return true;
+  const double all[] = {l.k1, l.k2, l.p1, l.p2, l.k3, l.k4, l.k5, l.k6, p.x, p.y};
+  return std::all_of(std::begin(all), std::end(all), [](double c) { return std::isfinite(c); });
 }
 
 }  // namespace

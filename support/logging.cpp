@@ -19,7 +19,7 @@ namespace internal {
 namespace {
 
 /// Lines longer than this are not worth keeping the memory of.
-constexpr std::size_t kLargestKeptText = 16 * 1024;
+constexpr std::size_t kLargestKeptText = std::size_t{16} * 1024;
 
 /// Collects what a stream writes. The first characters need no allocation.
 class LineBuffer final : public std::streambuf {
@@ -230,7 +230,7 @@ __attribute__((format(printf, 1, 0))) std::string formatText(const char* format,
   return text;
 }
 
-void countStatement(int* site_state) {
+void countStatement(int* site_state) {  // NOLINT(readability-non-const-parameter): counts
   if (site_state != nullptr) __atomic_fetch_add(site_state, 1, __ATOMIC_RELAXED);
 }
 

@@ -1,5 +1,6 @@
 #include "support/single_image_calibration.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -42,7 +43,7 @@ Projection toProjection(const fit::FittedCamera& camera, const fit::PlanarView& 
                                                camera.rotation.leftCols<2>() * view.plane_centre);
   for (int row = 0; row < 3; ++row) {
     for (int column = 0; column < 3; ++column) {
-      projection.rotation[static_cast<std::size_t>(3 * row + column)] =
+      projection.rotation[3 * static_cast<std::size_t>(row) + static_cast<std::size_t>(column)] =
           camera.rotation(row, column);
     }
     projection.translation[static_cast<std::size_t>(row)] = translation[row];
@@ -53,10 +54,8 @@ Projection toProjection(const fit::FittedCamera& camera, const fit::PlanarView& 
 /// Whether the pose, which `scale` and far reference points can bring beyond the range of double,
 /// is finite.
 bool isFinite(const Projection& projection) {
-  for (const auto& element : projection.translation) {
-    if (!std::isfinite(element.value)) return false;
-  }
-  return true;
+  return std::all_of(projection.translation.begin(), projection.translation.end(),
+                     [](const auto& element) { return std::isfinite(element.value); });
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // camera-parameters: looks into calibration files from the command line.
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <exception>
+#include <iostream>
 #include <string>
 
 #include "tools/adjust_command.h"
@@ -16,7 +16,7 @@ constexpr int kBadInput = 1;
 constexpr int kBadUsage = 2;
 
 int fail(const std::string& message) {
-  std::fprintf(stderr, "camera-parameters: %s\n", message.c_str());
+  std::cerr << "camera-parameters: " << message << '\n';
   return kBadInput;
 }
 

@@ -39,6 +39,7 @@ double commonVariance(const std::vector<Candidate>& candidates) {
 std::vector<Entry> compare(const PlanarView& view, const std::vector<Candidate>& candidates,
                            double variance) {
   std::vector<Entry> entries;
+  entries.reserve(candidates.size());
   for (const Candidate& candidate : candidates) {
     entries.push_back({&candidate, candidate.squared_error + variance * candidate.prior_cost,
                        cornerRatio(candidate.camera, view.half_size).value_or(0)});

@@ -40,12 +40,12 @@ NormalEquations FitProblem::linearize(const FittedCamera& camera) const {
   std::array<Row, 4> rows;
   std::size_t i = 0;
   for (; i + 1 < points.size(); i += 2) {
-    projector.linearize(points[i], &rows[0], &rows[1]);
+    projector.linearize(points[i], rows.data(), &rows[1]);
     projector.linearize(points[i + 1], &rows[2], &rows[3]);
     equations.addRows(rows);
   }
   if (i < points.size()) {
-    projector.linearize(points[i], &rows[0], &rows[1]);
+    projector.linearize(points[i], rows.data(), &rows[1]);
     rows[2] = rows[3] = Row();
     equations.addRows(rows);
   }

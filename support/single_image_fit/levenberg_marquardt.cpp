@@ -81,7 +81,8 @@ class ScaledSystem {
     slopes = slopes.cwiseProduct(scales_);
     // The damping bounds the condition, with no effect on a variance that is of interest.
     const std::optional<ParameterVector> z = solve(1e-13, slopes);
-    return z ? std::max(slopes.dot(*z), 0.0) : kInfinity;
+    if (!z) return kInfinity;
+    return std::max(slopes.dot(*z), 0.0);
   }
 
  private:

@@ -20,7 +20,7 @@ void addColumn(const std::array<Row, 4>& rows, ParameterMatrix* matrix) {
 
 template <int... columns>
 void addColumns(const std::array<Row, 4>& rows, ParameterMatrix* matrix,
-                std::integer_sequence<int, columns...>) {
+                std::integer_sequence<int, columns...> /*columns*/) {
   (addColumn<columns>(rows, matrix), ...);
 }
 

@@ -143,9 +143,10 @@ TEST_F(BadInputTest, HostileBinaries) {
 
 TEST_F(BadInputTest, UnknownFieldsAreKeptInBinary) {
   RobotCalibration robot = robotOf({exampleCamera("a", "any")});
-  robot.GetReflection()->MutableUnknownFields(&robot)->AddVarint(1000, 7);
+  RobotCalibration::GetReflection()->MutableUnknownFields(&robot)->AddVarint(1000, 7);
   CameraCalibration* camera = robot.mutable_camera_calibration(0);
-  camera->GetReflection()->MutableUnknownFields(camera)->AddLengthDelimited(1001, "kept");
+  CameraCalibration::GetReflection()->MutableUnknownFields(camera)->AddLengthDelimited(1001,
+                                                                                       "kept");
   expectLoads(robot.SerializeAsString());
   EXPECT_EQ(set_.getRobotCalibration().SerializeAsString(), robot.SerializeAsString());
   EXPECT_EQ(set_.getCamera("a")->getCalibration().SerializeAsString(), camera->SerializeAsString());

@@ -5,13 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
 #include <type_traits>
 
 #include "tests/testing/log_capture.h"
+#include "tests/testing/same_bits.h"
 
 namespace norv::calibration {
 namespace {
@@ -21,6 +21,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using testing::lines;
 using testing::LogLine;
+using testing::sameBits;
 using testing::ScopedLogCapture;
 
 static_assert(std::is_copy_constructible_v<BaseCalibrationData>);
@@ -254,9 +255,9 @@ TEST(BaseCalibrationData, CopyHasTheTransformBitForBit) {
     const BaseCalibrationData copy(data);
     const Matrix3x3_f copied_rotation = copy.getWorldRotation();
     const Vector3_f copied_translation = copy.getWorldTranslation();
-    EXPECT_EQ(std::memcmp(copied_rotation.data(), rotation.data(), sizeof(rotation)), 0);
+    EXPECT_TRUE(sameBits(copied_rotation, rotation));
     // Through millimetres in double, whose rounding the final float does not show.
-    EXPECT_EQ(std::memcmp(copied_translation.data(), translation.data(), sizeof(translation)), 0);
+    EXPECT_TRUE(sameBits(copied_translation, translation));
   }
 }
 
@@ -379,7 +380,7 @@ TEST(BaseCalibrationData, ValuesThatAreNotFinitePassThrough) {
 
 TEST(BaseCalibrationData, UnknownFieldsAreKept) {
   BaseCalibrationProto base = counting(12);
-  base.GetReflection()->MutableUnknownFields(&base)->AddVarint(1000, 7);
+  BaseCalibrationProto::GetReflection()->MutableUnknownFields(&base)->AddVarint(1000, 7);
   BaseCalibrationData data;
   EXPECT_TRUE(data.loadFromString(base.SerializeAsString()));
   EXPECT_EQ(data.getCalibration().SerializeAsString(), base.SerializeAsString());

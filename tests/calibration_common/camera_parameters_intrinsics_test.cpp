@@ -343,6 +343,7 @@ TEST_F(CameraIntrinsicsTest, ConcurrentQueries) {
   const Matrix3x3_f miss = camera_.getIntrinsics(320, 240);
   std::vector<std::thread> threads;
   std::vector<int> wrong(4, 0);
+  threads.reserve(wrong.size());
   for (int& mine : wrong) {
     threads.emplace_back([&] {
       for (int i = 0; i < 1000; ++i) {

@@ -80,7 +80,7 @@ TEST(PoseConversion, StoreWritesMillimetresRowByRow) {
 
 TEST(PoseConversion, StoreReplacesTheWholeMessage) {
   CameraExtrinsics message = stored(20);
-  message.GetReflection()->MutableUnknownFields(&message)->AddVarint(77, 1);
+  CameraExtrinsics::GetReflection()->MutableUnknownFields(&message)->AddVarint(77, 1);
   CameraParameters::convert(Matrix4x4_f::Identity(), &message);
   EXPECT_THAT(message.a(), ::testing::ElementsAre(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0));
   EXPECT_TRUE(message.GetReflection()->GetUnknownFields(message).empty());

@@ -204,7 +204,8 @@ TEST(CameraParametersRecord, FailureOfTheTableComesAfterEverythingElse) {
 
 TEST(CameraParametersRecord, UnknownFieldsAreKept) {
   CameraCalibration message = exampleCamera("camera", "any");
-  message.GetReflection()->MutableUnknownFields(&message)->AddLengthDelimited(1000, "kept");
+  CameraCalibration::GetReflection()->MutableUnknownFields(&message)->AddLengthDelimited(1000,
+                                                                                         "kept");
   CameraParameters camera;
   ASSERT_TRUE(camera.readProto(message));
   EXPECT_EQ(camera.getCalibration().SerializeAsString(), message.SerializeAsString());

@@ -35,7 +35,8 @@ TEST(DefaultCalibration, CamerasAreWhereTheyShouldBe) {
   EXPECT_LT((head.getCameraCenter() - Vector3_f(0.12F, 0, 1.25F)).norm(), 1e-6F);
   // Ahead and 15 degrees down, with the image upright.
   const Vector3_f view = head.inverse.col(2).head<3>();
-  EXPECT_NEAR(degrees(std::atan2(-view.z(), view.x())), 15, 1e-5);
+  EXPECT_NEAR(degrees(std::atan2(-static_cast<double>(view.z()), static_cast<double>(view.x()))),
+              15, 1e-5);
   EXPECT_NEAR(view.y(), 0, 1e-7);
   const Vector3_f image_down = head.inverse.col(1).head<3>();
   EXPECT_LT(image_down.z(), -0.9F);
@@ -70,8 +71,8 @@ TEST(DefaultCalibration, HeadCamerasRectifiedImageIsAPinholeImage) {
   EXPECT_EQ(k(0, 1), 0);
   ASSERT_EQ(camera->getDistortion(640, 480).size(), 8U);
   for (const float coefficient : camera->getDistortion(640, 480)) EXPECT_NEAR(coefficient, 0, 1e-3);
-  EXPECT_NEAR(2 * degrees(std::atan(320 / k(0, 0))), 89.3, 0.05);
-  EXPECT_NEAR(2 * degrees(std::atan(240 / k(1, 1))), 73.1, 0.05);
+  EXPECT_NEAR(2 * degrees(std::atan(320 / static_cast<double>(k(0, 0)))), 89.3, 0.05);
+  EXPECT_NEAR(2 * degrees(std::atan(240 / static_cast<double>(k(1, 1)))), 73.1, 0.05);
 }
 
 TEST(DefaultCalibration, BothImagesOfTheHeadCameraAgree) {

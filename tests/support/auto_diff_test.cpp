@@ -98,7 +98,7 @@ TYPED_TEST(AutoDiffTest, VariableHasUnitDerivative) {
 
 TYPED_TEST(AutoDiffTest, FunctionsMatchDifferences) {
   using Real = typename TestFixture::T;
-  const auto check = [this](const auto& f, const char* name, std::vector<double> points) {
+  const auto check = [this](const auto& f, const char* name, const std::vector<double>& points) {
     for (const double at : points) this->expectMatchesDifferences(f, static_cast<Real>(at), name);
   };
   using std::abs, std::atan2, std::cos, std::exp, std::log, std::pow, std::sin, std::sqrt, std::tan;

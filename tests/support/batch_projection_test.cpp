@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -11,6 +10,7 @@
 
 #include "support/camera_projection.h"
 #include "tests/testing/lenses.h"
+#include "tests/testing/same_bits.h"
 
 namespace norv {
 namespace {
@@ -43,14 +43,13 @@ CameraTransform examplePose() {
 }
 
 void expectSameBits(const Vector2_f& a, const Vector2_f& b) {
-  EXPECT_EQ(std::memcmp(a.data(), b.data(), 2 * sizeof(float)), 0)
-      << a.transpose() << " and " << b.transpose();
+  EXPECT_TRUE(testing::sameBits(a, b)) << a.transpose() << " and " << b.transpose();
 }
 
 class BatchTest : public ::testing::TestWithParam<NamedLens> {
  protected:
-  const float* distortion() const { return GetParam().coefficients.data(); }
-  std::vector<float> distortionVector() const {
+  static const float* distortion() { return GetParam().coefficients.data(); }
+  static std::vector<float> distortionVector() {
     return {GetParam().coefficients.begin(), GetParam().coefficients.end()};
   }
 };

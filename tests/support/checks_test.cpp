@@ -23,7 +23,9 @@ struct Source {
 };
 
 bool readProto() { return false; }
-bool readFile(const std::string& path, int* result) { return path.empty() && result == nullptr; }
+bool readFile(const std::string& path, const int* result) {
+  return path.empty() && result == nullptr;
+}
 
 TEST(Checks, PassingChecksSayNothing) {
   ScopedLogCapture capture;

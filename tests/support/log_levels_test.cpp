@@ -13,7 +13,6 @@ namespace norv {
 namespace {
 
 using internal::logLevelName;
-using internal::LogLevelSpec;
 using internal::parseLogLevelSpec;
 using ::testing::ElementsAre;
 using ::testing::Pair;

@@ -328,6 +328,7 @@ TEST_F(LoggingTest, ConcurrentStatementsReachTheSinkOneByOne) {
   std::vector<std::string> received;  // unguarded on purpose: the logger makes one call at a time
   setLogSink([&](const LogRecord& record) { received.push_back(record.text); });
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([t] {
       for (int i = 0; i < kStatements; ++i) {
@@ -345,9 +346,12 @@ TEST_F(LoggingTest, ConcurrentStatementsReachTheSinkOneByOne) {
   // Each thread's statements arrive whole and in their order.
   std::vector<int> next(kThreads, 0);
   for (const std::string& text : received) {
+    std::istringstream words(text);
+    std::string thread;
+    std::string statement;
     int t = -1;
     int i = -1;
-    ASSERT_EQ(std::sscanf(text.c_str(), "thread %d statement %d", &t, &i), 2) << text;
+    ASSERT_TRUE(words >> thread >> t >> statement >> i) << text;
     ASSERT_EQ(next.at(static_cast<std::size_t>(t))++, i);
   }
 }
@@ -358,6 +362,7 @@ TEST_F(LoggingTest, ConcurrentLinesOnStandardErrorDoNotInterleave) {
   const std::string payload(300, 'p');
   CaptureStderr();
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&] {
       for (int i = 0; i < kStatements; ++i) NORV_LOG(kLogError, "a") << payload;

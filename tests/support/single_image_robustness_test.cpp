@@ -9,9 +9,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "support/single_image_calibration.h"
@@ -41,6 +41,10 @@ using View = testing::SingleImageView;
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
+std::string bytesOf(const Projection& projection) {
+  return {reinterpret_cast<const char*>(&projection), sizeof(projection)};
+}
+
 /// Runs the fit on a projection full of marks and expects it back bit by bit.
 void expectNoFit(const View& view) {
   Projection projection;
@@ -60,7 +64,7 @@ void expectNoFit(const View& view) {
   EXPECT_EQ(calibrateFromSingleImage(view.observed, view.reference, view.size, view.scale, {7, 5},
                                      &projection),
             kInfinity);
-  EXPECT_EQ(std::memcmp(&before, &projection, sizeof projection), 0);
+  EXPECT_EQ(bytesOf(projection), bytesOf(before));
 }
 
 // The number of points decides what is fitted.
@@ -87,13 +91,12 @@ View viewOf(std::size_t count) {
 /// Whether the radial coefficients are those of a lens family, from k3 on or from k1 on.
 bool isOfALensFamily(const Projection& p, std::size_t first) {
   const std::array<double, 24> values = parametersOf(valuesOf(p));
-  for (const single_image_fit::LensFamily& family : single_image_fit::kLensFamilies) {
-    if (std::equal(family.k.begin() + static_cast<std::ptrdiff_t>(first), family.k.end(),
-                   values.begin() + 4 + static_cast<std::ptrdiff_t>(first))) {
-      return true;
-    }
-  }
-  return false;
+  const auto skip = static_cast<std::ptrdiff_t>(first);
+  return std::any_of(single_image_fit::kLensFamilies.begin(), single_image_fit::kLensFamilies.end(),
+                     [&](const single_image_fit::LensFamily& family) {
+                       return std::equal(family.k.begin() + skip, family.k.end(),
+                                         values.begin() + 4 + skip);
+                     });
 }
 
 TEST(SingleImageRobustness, FourAndFivePointsGiveFocalLengthAndPose) {

@@ -87,6 +87,7 @@ struct LogLine {
 
 inline std::vector<LogLine> lines(const std::vector<CapturedLog>& logs) {
   std::vector<LogLine> result;
+  result.reserve(logs.size());
   for (const CapturedLog& log : logs) result.push_back({log.level, log.channel, log.text});
   return result;
 }

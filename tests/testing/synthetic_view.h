@@ -4,6 +4,7 @@
 
 #include <Eigen/Core>
 #include <Eigen/Geometry>
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -49,7 +50,8 @@ inline void setPose(const Eigen::Matrix3d& rotation, const Eigen::Vector3d& tran
                     SyntheticCamera* camera) {
   for (int row = 0; row < 3; ++row) {
     for (int column = 0; column < 3; ++column) {
-      camera->rotation[static_cast<std::size_t>(3 * row + column)] = rotation(row, column);
+      camera->rotation[3 * static_cast<std::size_t>(row) + static_cast<std::size_t>(column)] =
+          rotation(row, column);
     }
     camera->translation[static_cast<std::size_t>(row)] = translation[row];
   }
@@ -102,10 +104,9 @@ inline bool placeBoard(const std::vector<Vector2_f>& board, const Eigen::Matrix3
     setPose(rotation, distance * half_side * ray - rotation.leftCols<2>() * centre, camera);
     const std::optional<std::vector<Eigen::Array2d>> observed = observe(*camera, board);
     if (!observed) return false;
-    for (const Eigen::Array2d& pixel : *observed) {
-      if (!((pixel - size.centre()).abs() < fill * size.centre()).all()) return false;
-    }
-    return true;
+    return std::all_of(observed->begin(), observed->end(), [&](const Eigen::Array2d& pixel) {
+      return ((pixel - size.centre()).abs() < fill * size.centre()).all();
+    });
   };
   double too_close = 0.3;
   double distance = 60;

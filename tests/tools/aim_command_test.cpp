@@ -24,7 +24,6 @@ using calibration::PTZCameraModelConfiguration;
 using calibration::PTZCameraModelPtr;
 using calibration::PTZCameraParameters;
 using nlohmann::json;
-using testing::examplePtz;
 using testing::expectBadUsage;
 using testing::expectToolRefuses;
 using testing::kRadians;

@@ -111,7 +111,7 @@ TEST(AtomicFile, ReplacesAFileAndKeepsItsPermissions) {
 
 TEST(AtomicFile, LargeContents) {
   const TemporaryFolder folder;
-  const std::string contents(20'000'000, 'x');
+  const std::string contents(8'000'000, 'x');
   writeFileAtomically(folder.path("file"), contents);
   EXPECT_TRUE(contentsOf(folder.path("file")) == contents);
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <random>
 
 #include "calibration_common/pan_tilt_model.h"
@@ -25,6 +26,7 @@ using testing::uniform;
 using testing::UprightHead;
 
 constexpr double kPi = 180 * kRadians;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// The largest difference between the poses of two heads over random motor positions, metres for
 /// the translation.
@@ -123,7 +125,7 @@ TEST(HeadGeometry, WhatIsServed) {
   EXPECT_FALSE(servesPanAxis(geometry(0, 0, 0.00317, 0)));
   EXPECT_TRUE(hasServedTiltAxis(geometry(0, 0, 0, 0.9)));
   EXPECT_FALSE(hasServedTiltAxis(geometry(0, 0, 0, 1.1)));
-  const HeadGeometry unknown = geometry(NAN, NAN, NAN, NAN);
+  const HeadGeometry unknown = geometry(kNaN, kNaN, kNaN, kNaN);
   EXPECT_FALSE(hasServedAzimuth(unknown));
   EXPECT_FALSE(hasServedElevation(unknown));
   EXPECT_FALSE(hasServedTiltAxis(unknown));

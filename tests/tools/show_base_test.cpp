@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <string>
 
 #include "proto/norv_base_calibration.pb.h"
@@ -117,7 +118,8 @@ TEST(ShowBase, KindCanBeGiven) {
 TEST(ShowBase, ValuesThatAreNotFinite) {
   BaseCalibrationProto base = exampleBase();
   base.set_wheel_base(NAN);
-  base.mutable_global_transform_adjustment()->mutable_global_transform()->set_a(0, INFINITY);
+  base.mutable_global_transform_adjustment()->mutable_global_transform()->set_a(
+      0, std::numeric_limits<double>::infinity());
   const TemporaryFolder folder;
   const json document = toolJson("show '" + folder.write("base", base.SerializeAsString()) + "'");
   EXPECT_TRUE(document["wheel_base"].is_null());

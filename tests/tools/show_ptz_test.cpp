@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <string>
 
 #include "tests/testing/example_ptz.h"
@@ -250,7 +251,7 @@ TEST(ShowPtz, WhatElsePointingCannotDo) {
 TEST(ShowPtz, ValuesThatAreNotFinite) {
   PTZCameraParameters ptz = examplePtz();
   ptz.mutable_intrinsics()->mutable_samples(3)->set_focal_length(std::nan(""));
-  ptz.mutable_pan_tilt()->mutable_pan_to_tilt()->set_a(0, INFINITY);
+  ptz.mutable_pan_tilt()->mutable_pan_to_tilt()->set_a(0, std::numeric_limits<double>::infinity());
   const TemporaryFolder folder;
   const std::string path = folder.write("ptz", ptz.SerializeAsString());
   const json document = toolJson("show '" + path + "'");

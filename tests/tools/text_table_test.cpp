@@ -37,7 +37,7 @@ TEST(FormatFixed, ZeroHasNoSign) {
   EXPECT_EQ(formatFixed(12.3456, 2), "12.35");
   EXPECT_EQ(formatFixed(-12.0, 0), "-12");
   EXPECT_EQ(formatFixed(NAN, 2), "nan");
-  EXPECT_EQ(formatFixed(std::copysign(NAN, -1.0), 2), "nan");
+  EXPECT_EQ(formatFixed(std::copysign(NAN, -1.0F), 2), "nan");
   EXPECT_EQ(formatFixed(-INFINITY, 2), "-inf");
 }
 

@@ -15,6 +15,7 @@ namespace {
 /// A centred grid of 5 x 5 points of about unit radius.
 std::vector<PointPair> grid() {
   std::vector<PointPair> points;
+  points.reserve(25);
   for (int i = 0; i < 25; ++i) {
     points.push_back(
         {0, 0, (i % 5 - 2) / 2.0, (i / 5 - 2) / 2.0});  // NOLINT(bugprone-integer-division)
@@ -25,6 +26,7 @@ std::vector<PointPair> grid() {
 std::vector<Eigen::Vector2d> imagesOf(const std::vector<PointPair>& plane,
                                       const Eigen::Matrix3d& homography) {
   std::vector<Eigen::Vector2d> images;
+  images.reserve(plane.size());
   for (const PointPair& point : plane) {
     images.emplace_back(
         (homography * Eigen::Vector3d(point.plane_x, point.plane_y, 1)).hnormalized());
