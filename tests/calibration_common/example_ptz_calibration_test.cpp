@@ -27,6 +27,7 @@ using ::testing::IsEmpty;
 using testing::lines;
 using testing::Move;
 using testing::narrow;
+using testing::randomPixel;
 using testing::ScopedLogCapture;
 using testing::uniform;
 
@@ -105,7 +106,7 @@ TEST(ExamplePtzCalibration, EveryPixelSolvesAndIsCentred) {
     move.before = {static_cast<int>(uniform(&random, head.min_pan(), head.max_pan())),
                    static_cast<int>(uniform(&random, head.min_tilt(), head.max_tilt())),
                    static_cast<int>(uniform(&random, 0, kLongEnd))};
-    const Vector2_f pixel(narrow(uniform(&random, 0, 1920)), narrow(uniform(&random, 0, 1080)));
+    const Vector2_f pixel = randomPixel(&random);
     const auto now = move.configuration();
     ASSERT_TRUE(now.getPanTilt(pixel, &move.after.pan, &move.after.tilt)) << trial;
     // At a limit the head may not get there.

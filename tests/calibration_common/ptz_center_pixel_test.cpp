@@ -31,6 +31,7 @@ using testing::pointingError;
 using testing::PointingOutcome;
 using testing::Position;
 using testing::ptzModel;
+using testing::randomPixel;
 using testing::randomPosition;
 using testing::ScopedLogCapture;
 using testing::threeSamples;
@@ -223,7 +224,7 @@ TEST(CenterPixel, ThePixelReprojectsToTheOpticalAxis) {
   for (int trial = 0; trial < 3000; ++trial) {
     move.before = randomPosition(&random);
     const auto now = move.configuration();
-    const Vector2_f pixel(narrow(uniform(&random, 0, 1920)), narrow(uniform(&random, 0, 1080)));
+    const Vector2_f pixel = randomPixel(&random);
     const Vector3_f target = now.getCameraCenter() + now.projectPixelToRay(pixel).normalized();
     float pan = 0;
     float tilt = 0;

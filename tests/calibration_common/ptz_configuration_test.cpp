@@ -34,6 +34,7 @@ using testing::lines;
 using testing::LogLine;
 using ::testing::MatchesRegex;
 using testing::ptzModel;
+using testing::randomPixel;
 using testing::ScopedLogCapture;
 using testing::uniform;
 
@@ -412,7 +413,7 @@ TEST(PTZConfiguration, PixelToRayAndBack) {
                                                     static_cast<int>(uniform(&random, -5934, 5934)),
                                                     static_cast<int>(uniform(&random, -1047, 3141)),
                                                     static_cast<int>(uniform(&random, 0, 10999)));
-    const Vector2_f pixel(narrow(uniform(&random, 0, 1920)), narrow(uniform(&random, 0, 1080)));
+    const Vector2_f pixel = randomPixel(&random);
     const Vector3_f ray = configuration.projectPixelToRay(pixel);
     const Vector3_f point =
         configuration.getCameraCenter() + narrow(uniform(&random, 0.5, 20)) * ray;

@@ -35,6 +35,7 @@ using testing::pointingError;
 using testing::PointingOutcome;
 using testing::Position;
 using testing::ptzModel;
+using testing::randomPixel;
 using testing::randomPosition;
 using testing::ScopedLogCapture;
 using testing::threeSamples;
@@ -308,10 +309,8 @@ struct Box {
 };
 
 Box randomBox(std::mt19937_64* random) {
-  const auto pixel = [&] {
-    return Vector2_f(narrow(uniform(random, 0, 1920)), narrow(uniform(random, 0, 1080)));
-  };
-  return {pixel(), pixel()};
+  const Vector2_f corner = randomPixel(random);
+  return {corner, randomPixel(random)};
 }
 
 /// The largest share of half the image that a corner of the box takes up after the move, its

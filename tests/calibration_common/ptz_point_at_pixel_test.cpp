@@ -27,6 +27,7 @@ using testing::plainPtz;
 using testing::pointingError;
 using testing::Position;
 using testing::ptzModel;
+using testing::randomPixel;
 using testing::randomPosition;
 using testing::ScopedLogCapture;
 using testing::threeSamples;
@@ -58,7 +59,7 @@ TEST(PointAtPixel, IsTheSolversAnswerForTheRectifiedPixel) {
   for (int trial = 0; trial < 500; ++trial) {
     const Position now = randomPosition(&random);
     const PTZCameraModelConfiguration configuration(model, now.pan, now.tilt, now.zoom);
-    const Vector2_f pixel(narrow(uniform(&random, 0, 1920)), narrow(uniform(&random, 0, 1080)));
+    const Vector2_f pixel = randomPixel(&random);
     const Vector3_f world(narrow(uniform(&random, -9, 9)), narrow(uniform(&random, -9, 9)),
                           narrow(uniform(&random, 0, 3)));
     const Matrix3x3_f& k = configuration.getIntrinsics();
@@ -88,7 +89,7 @@ TEST(PointAtPixel, ThePointAppearsAtThePixel) {
   for (int trial = 0; trial < 1000; ++trial) {
     const int zoom = static_cast<int>(uniform(&random, 0, 10000));
     const PTZCameraModelConfiguration now(model, 0, 0, zoom);
-    const Vector2_f pixel(narrow(uniform(&random, 0, 1920)), narrow(uniform(&random, 0, 1080)));
+    const Vector2_f pixel = randomPixel(&random);
     const Vector3_f world(narrow(uniform(&random, 2, 9)), narrow(uniform(&random, -9, 9)),
                           narrow(uniform(&random, 0, 3)));
     float pan = 0;

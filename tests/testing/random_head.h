@@ -149,4 +149,12 @@ inline Eigen::Matrix4d cameraFromBaseAtSteps(const calibration::PanTiltSystemPar
           static_cast<double>(head.tilt_scale()));
 }
 
+/// A pixel of the example lens' picture. Its coordinates are drawn one by one, since compilers
+/// differ in the order of arguments.
+inline Vector2_f randomPixel(std::mt19937_64* random) {
+  const float y = static_cast<float>(uniform(random, 0, 1080));
+  const float x = static_cast<float>(uniform(random, 0, 1920));
+  return {x, y};
+}
+
 }  // namespace norv::testing

@@ -14,13 +14,16 @@
 
 namespace norv::testing {
 
-/// The same numbers everywhere: the distributions of the standard library are not specified.
+/// The same numbers everywhere: the distributions of the standard library are not specified. (Nor
+/// is the order in which arguments are computed, so each number is drawn in a statement of its
+/// own.)
 class FixedNumbers {
  public:
   double between(double low, double high) {
     state_ = state_ * 6364136223846793005U + 1442695040888963407U;
     return low + (high - low) * (static_cast<double>(state_ >> 40U) / (1 << 24));
   }
+  float narrowBetween(double low, double high) { return static_cast<float>(between(low, high)); }
   int whole(int low, int high) { return static_cast<int>(between(low, high)); }
 
  private:
@@ -88,12 +91,12 @@ inline void addHeads(FixedNumbers* numbers, ResultLines* results) {
     results->addMatrix("head", head.getFullTransform(pan, tilt).transform);
     float found_pan = 0;
     float found_tilt = 0;
-    const Vector3_f world(static_cast<float>(numbers->between(-4, 4)),
-                          static_cast<float>(numbers->between(-4, 4)),
-                          static_cast<float>(numbers->between(0.5, 3)));
-    const Vector2_f dev(static_cast<float>(numbers->between(-0.2, 0.2)),
-                        static_cast<float>(numbers->between(-0.2, 0.2)));
-    const bool found = head.computePanTilt(world, dev, &found_pan, &found_tilt);
+    const float z = numbers->narrowBetween(0.5, 3);
+    const float y = numbers->narrowBetween(-4, 4);
+    const float x = numbers->narrowBetween(-4, 4);
+    const float dev_y = numbers->narrowBetween(-0.2, 0.2);
+    const float dev_x = numbers->narrowBetween(-0.2, 0.2);
+    const bool found = head.computePanTilt({x, y, z}, {dev_x, dev_y}, &found_pan, &found_tilt);
     results->add("pointing", {found ? 1.0F : 0.0F, found_pan, found_tilt});
   }
 }
@@ -101,17 +104,19 @@ inline void addHeads(FixedNumbers* numbers, ResultLines* results) {
 inline void addZoomLenses(FixedNumbers* numbers, ResultLines* results) {
   const calibration::PTZCameraModelPtr model = ptzModel(examplePtz());
   for (int i = 0; i < 40; ++i) {
-    const calibration::PTZCameraModelConfiguration configuration(
-        model, numbers->whole(-5000, 5000), numbers->whole(-900, 2000), numbers->whole(0, 10999));
+    const int at_zoom = numbers->whole(0, 10999);
+    const int at_tilt = numbers->whole(-900, 2000);
+    const int at_pan = numbers->whole(-5000, 5000);
+    const calibration::PTZCameraModelConfiguration configuration(model, at_pan, at_tilt, at_zoom);
     results->addMatrix("zoomed", configuration.getIntrinsics());
     results->add("distortion", configuration.getDistortion());
     results->add("factor", {model->stepsToZoomXFactor(configuration.getZoom())});
-    const Vector2_f corner(static_cast<float>(numbers->between(100, 1800)),
-                           static_cast<float>(numbers->between(100, 900)));
+    const float y = numbers->narrowBetween(100, 900);
+    const float x = numbers->narrowBetween(100, 1800);
     int pan = 0;
     int tilt = 0;
     int zoom = 0;
-    configuration.getPanTiltZoom(corner, {900, 500}, &pan, &tilt, &zoom);
+    configuration.getPanTiltZoom({x, y}, {900, 500}, &pan, &tilt, &zoom);
     results->add("framing",
                  {static_cast<float>(pan), static_cast<float>(tilt), static_cast<float>(zoom)});
   }
