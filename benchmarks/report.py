@@ -6,9 +6,8 @@ they are compared with, and the same for the start-up programs in FOLDER.
 """
 
 import json
-import os
 import pathlib
-import statistics
+import subprocess
 import sys
 
 # What, our benchmark, the one that it is compared with, the ratio aimed at, and a factor of the latter.
@@ -94,28 +93,21 @@ def print_benchmarks(results):
         print_row(what, cell(name), f"{bound:g} ns", median(name) / bound, 1)
 
 
-def run_program(path):
-    """Processor seconds and peak kilobytes of one run."""
-    child = os.fork()
-    if child == 0:
-        os.execv(path, [str(path)])
-    _, status, usage = os.wait4(child, 0)
-    if status != 0:
-        sys.exit(f"{path} failed")
-    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss
+def run_repeatedly(folder, program):
+    """Median processor milliseconds and peak megabytes of a program."""
+    output = subprocess.run([folder / "startup_measure", "41", folder / program], check=True, capture_output=True)
+    return [float(word) for word in output.stdout.split()]
 
 
 def print_startup(folder):
-    programs = [pathlib.Path(folder) / name for name in ("startup_construct_set", "startup_link_opencv")]
-    if not all(program.exists() for program in programs):
+    if not (folder / "startup_link_opencv").exists():
         print("| start to end | not measured | | | |")
         return
-    runs = {program: [run_program(program) for _ in range(41)] for program in programs}
-    times, memory = ([statistics.median(run[i] for run in runs[program]) for program in programs] for i in (0, 1))
-    print_row("start to end, processor time, linking OpenCV", *(f"{1000 * t:.2f} ms" for t in times),
-              times[0] / times[1], 2.0)
-    print_row("start to end, peak memory, linking OpenCV", *(f"{m / 1024:.1f} MB" for m in memory),
-              memory[0] / memory[1], 1.0)
+    ours = run_repeatedly(folder, "startup_construct_set")
+    theirs = run_repeatedly(folder, "startup_link_opencv")
+    for i, (what, unit, aim) in enumerate([("processor time", "ms", 2.0), ("peak memory", "MB", 1.0)]):
+        print_row(f"start to end, {what}, linking OpenCV", f"{ours[i]:.1f} {unit}", f"{theirs[i]:.1f} {unit}",
+                  ours[i] / theirs[i], aim)
 
 
 def main():
@@ -123,7 +115,7 @@ def main():
         sys.exit(__doc__)
     print("| what, and beside what | ours | theirs | ratio | aim |\n|---|---|---|---|---|")
     print_benchmarks(read_aggregates(sys.argv[1]))
-    print_startup(sys.argv[2])
+    print_startup(pathlib.Path(sys.argv[2]))
 
 
 if __name__ == "__main__":

@@ -5,11 +5,15 @@
 namespace norv {
 
 void CameraTransform::setTransform(const Matrix4x4_f& m, MatrixType type) {
-  // A copy, since `m` may be one of the two members that are written.
-  const Matrix4x4_f given = m;
-  const Matrix4x4_f inverted = given.inverse();
-  transform = type == kForward ? given : inverted;
-  inverse = type == kForward ? inverted : given;
+  // In this order `m` may be one of the two members: it is read before it is written.
+  const Matrix4x4_f inverted = m.inverse();
+  if (type == kForward) {
+    transform = m;
+    inverse = inverted;
+  } else {
+    inverse = m;
+    transform = inverted;
+  }
 }
 
 Vector3_f CameraTransform::getCameraCenter() const { return inverse.col(3).head<3>(); }
