@@ -337,6 +337,7 @@ TEST(CameraParametersSet, CamerasAreUsableWhileTheSetIsReloaded) {
   std::thread user([&] {
     for (int i = 0; i < 2000; ++i) {
       EXPECT_EQ(held->getIntrinsics(800, 600)(2, 2), 1);
+      // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): for its reference count
       const std::shared_ptr<CameraParameters> copy = held;
       EXPECT_EQ(copy->getModel(), "b910");
     }

@@ -26,7 +26,6 @@ using google::protobuf::util::MessageDifferencer;
 using ::testing::IsEmpty;
 using testing::lines;
 using testing::Move;
-using testing::narrow;
 using testing::randomPixel;
 using testing::ScopedLogCapture;
 using testing::uniform;

@@ -29,7 +29,6 @@ using testing::kRadians;
 using testing::lensOf;
 using testing::modelInfo;
 using testing::Move;
-using testing::narrow;
 using testing::plainPtz;
 using testing::pointingError;
 using testing::PointingOutcome;
@@ -39,7 +38,6 @@ using testing::randomPixel;
 using testing::randomPosition;
 using testing::ScopedLogCapture;
 using testing::threeSamples;
-using testing::uniform;
 
 constexpr int kLargest = std::numeric_limits<int>::max();
 
