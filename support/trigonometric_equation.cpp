@@ -20,6 +20,7 @@ double wrap(double angle) {
 int solveAsinBcosCeqn(double a, double b, double c, double* solutions, double eps) {
   if (!std::isfinite(a) || !std::isfinite(b) || !std::isfinite(c)) return 0;
   const double r = std::hypot(a, b);
+  if (!std::isfinite(r)) return 0;  // beyond the range of double
   if (r <= eps) {
     if (std::abs(c) > eps) return 0;
     solutions[0] = 0;

@@ -16,8 +16,8 @@ namespace norv {
 /// `eps` is the tolerance of the degenerate cases. An equation whose curve misses zero by at most
 /// eps * r counts as touching it. Two solutions that differ by at most `eps` as angles are one, the
 /// first. Where r <= eps the equation does not depend on x: then 0 stands for every angle when
-/// |c| <= eps, and there is no solution otherwise. Coefficients that are not finite have none.
-/// Thread-safe.
+/// |c| <= eps, and there is no solution otherwise. Coefficients that are not finite have none,
+/// nor have those whose hypot is not. Thread-safe.
 NORV_EXPORT int solveAsinBcosCeqn(double a, double b, double c, double* solutions, double eps);
 
 }  // namespace norv

@@ -91,6 +91,10 @@ TEST(TrigonometricEquation, NothingIsSolvedWithoutFiniteCoefficients) {
   }
 }
 
+TEST(TrigonometricEquation, NothingIsSolvedBeyondTheRangeOfDouble) {
+  EXPECT_TRUE(solve(1.5e308, 1.5e308, 1e308).empty());
+}
+
 TEST(TrigonometricEquation, RandomEquations) {
   std::mt19937_64 random(31);
   std::uniform_real_distribution<double> coefficient(-2, 2);
