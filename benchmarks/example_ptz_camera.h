@@ -10,7 +10,7 @@
 
 #include "calibration_common/ptz_camera_model.h"
 #include "support/logging.h"
-#include "tests/testing/example_ptz.h"
+#include "testing/example_ptz.h"
 
 namespace norv::benchmarks {
 

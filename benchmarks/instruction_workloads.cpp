@@ -12,8 +12,8 @@
 #include "support/auto_diff_eigen.h"
 #include "support/camera_projection.h"
 #include "support/logging.h"
-#include "tests/testing/calibration_messages.h"
-#include "tests/testing/example_ptz.h"
+#include "testing/calibration_messages.h"
+#include "testing/example_ptz.h"
 
 namespace norv::benchmarks {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "calibration_common/camera_parameters.h"
-#include "tests/testing/calibration_messages.h"
+#include "testing/calibration_messages.h"
 
 namespace norv::calibration {
 namespace {

@@ -39,7 +39,7 @@ void BaseCalibrationData::loadDefault() {
   NORV_CHECK(File::readFileToString(
       EmbeddedFile::kEmbeddedPrefix + "calibration/default_base_cal.txt", &data));
   NORV_CHECK_AS("google::protobuf::TextFormat::ParseFromString(data, default_cal_.get())",
-                internal::parseText(data, default_cal_.get()));
+                parseText(data, default_cal_.get()));
 }
 
 bool BaseCalibrationData::readProto() {
@@ -62,7 +62,7 @@ bool BaseCalibrationData::setDefault() {
 }
 
 bool BaseCalibrationData::loadFromString(const std::string& data) {
-  if (!internal::parseBinaryOrText(data, cal_.get())) return setDefault();
+  if (!parseBinaryOrText(data, cal_.get())) return setDefault();
   return readProto() || setDefault();
 }
 

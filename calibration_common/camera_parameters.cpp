@@ -9,7 +9,6 @@
 #include "support/checks.h"
 #include "support/file.h"
 #include "support/logging.h"
-#include "support/matrix_rows.h"
 #include "support/message_parsing.h"
 #include "support/sensor_transform.h"
 #include "support/single_image_calibration.h"
@@ -24,7 +23,7 @@ namespace {
 constexpr const char* kChannel = "camera_parameters";
 
 /// A fit that misses the sample points by more, in pixels, is of no use.
-constexpr double kLargestErrorPerPoint = 10.0;
+constexpr double kMaxErrorPerPoint = 10.0;
 
 /// A rectangle of the full frame and the image size that it is delivered at, pixels.
 struct Crop {
@@ -201,15 +200,13 @@ Matrix3x3_f CameraParameters::recomputeKMatrix(const Intrinsics& in, int x0, int
                                                int target_width, int target_height) const {
   const float sx = static_cast<float>(target_width) / static_cast<float>(source_width);
   const float sy = static_cast<float>(target_height) / static_cast<float>(source_height);
-  // Rows of the camera matrix. All terms of the product are computed, those with zero included:
-  // they turn into NaN where the image is empty.
-  using internal::FloatTriple;
-  const FloatTriple k0 = {in.fx, in.skew, in.cx};
-  const FloatTriple k1 = {0.0F, in.fy, in.cy};
-  const FloatTriple k2 = {0.0F, 0.0F, 1.0F};
-  const auto row = [&](float a, float b, float c) { return a * k0 + (b * k1 + c * k2); };
-  return internal::toMatrix(row(sx, 0.0F, -sx * static_cast<float>(x0)),
-                            row(0.0F, sy, -sy * static_cast<float>(y0)), row(0.0F, 0.0F, 1.0F));
+  Matrix3x3_f target_from_source;
+  target_from_source << sx, 0.0F, -sx * static_cast<float>(x0),  //
+      0.0F, sy, -sy * static_cast<float>(y0),                    //
+      0.0F, 0.0F, 1.0F;
+  // All terms of the product are computed, those with zero included: they turn into NaN where the
+  // image is empty.
+  return target_from_source * cameraMatrix(in);
 }
 
 void CameraParameters::affineIntrinsics(const Intrinsics& in, int x0, int y0, int source_width,
@@ -288,7 +285,7 @@ bool CameraParameters::recomputeIntrinsics(const ImageSensorTransform& transform
                                static_cast<double>(intrinsics.sample_scale()),
                                {intrinsics.sample_size_x(), intrinsics.sample_size_y()}, &fitted);
   NORV_LOG(kLogInfo, kChannel) << "Recomputed intrinsics : error per point=" << error;
-  if (error > kLargestErrorPerPoint) {
+  if (error > kMaxErrorPerPoint) {
     NORV_LOG(kLogError, kChannel) << "Error recomputing calibration. Error per point=" << error;
     return false;
   }
@@ -363,7 +360,7 @@ bool CameraParametersSet::loadFromFile(const string& path) {
 }
 
 bool CameraParametersSet::loadFromString(const string& data) {
-  if (!internal::parseBinaryOrText(data, robotcal_.get())) {
+  if (!parseBinaryOrText(data, robotcal_.get())) {
     NORV_LOG(kLogWarning, kChannel) << "Loading default camera calibration.";
     return setDefault();
   }
@@ -386,7 +383,7 @@ bool CameraParametersSet::setDefault() {
   NORV_CHECK(File::readFileToString(
       EmbeddedFile::kEmbeddedPrefix + "calibration/default_head_cal.txt", &data));
   NORV_CHECK_AS("google::protobuf::TextFormat::ParseFromString(data, robotcal_.get())",
-                internal::parseText(data, robotcal_.get()));
+                parseText(data, robotcal_.get()));
   NORV_CHECK(readProto());
   return false;
 }

@@ -11,7 +11,7 @@
 #include "calibration_common/camera_parameters.h"
 #include "calibration_common/pointing_residual.h"
 #include "support/logging.h"
-#include "support/matrix_rows.h"
+#include "support/numeric/matrix_rows.h"
 #include "support/trigonometric_equation.h"
 
 namespace norv::calibration {

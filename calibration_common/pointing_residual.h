@@ -8,8 +8,8 @@
 
 #include "support/auto_diff.h"
 #include "support/auto_diff_eigen.h"
-#include "support/double_pair.h"
 #include "support/matrix_types.h"
+#include "support/numeric/lanes.h"
 
 namespace norv::calibration {
 

@@ -8,7 +8,7 @@
 #include "support/camera_projection.h"
 #include "support/checks.h"
 #include "support/logging.h"
-#include "support/saturate.h"
+#include "support/numeric/saturate.h"
 
 namespace norv::calibration {
 namespace {
@@ -49,7 +49,7 @@ PTZCameraModel::PTZCameraModel(const PTZCameraParameters& params) : params_(para
 int PTZCameraModel::getIntrinsicsIndex(int zoom) const {
   const std::int64_t interval = params_.intrinsics().zoom_interval();
   if (interval == 0) return 0;
-  return clampToInt((std::int64_t{zoom} - params_.intrinsics().zoom_start()) / interval);
+  return internal::clampToInt((std::int64_t{zoom} - params_.intrinsics().zoom_start()) / interval);
 }
 
 const PTZIntrinsicsItem* PTZCameraModel::getIntrinsics(int index) const {
@@ -68,11 +68,12 @@ int PTZCameraModel::zoomXFactorToSteps(float factor) const {
     const PTZIntrinsicsItem& a = samples[i - 1];
     const PTZIntrinsicsItem& b = samples[i];
     if (!(b.focal_length() >= focal_length)) continue;
-    return truncateToInt(std::round((focal_length - a.focal_length()) * (b.zoom() - a.zoom()) /
-                                        (b.focal_length() - a.focal_length()) +
-                                    a.zoom()));
+    return internal::truncateToInt(
+        std::round((focal_length - a.focal_length()) * (b.zoom() - a.zoom()) /
+                       (b.focal_length() - a.focal_length()) +
+                   a.zoom()));
   }
-  return truncateToInt(std::round(samples[samples.size() - 1].zoom()));
+  return internal::truncateToInt(std::round(samples[samples.size() - 1].zoom()));
 }
 
 float PTZCameraModel::stepsToZoomXFactor(int steps) const {
@@ -102,8 +103,8 @@ PTZCameraModelConfiguration::PTZCameraModelConfiguration(const PTZCameraModelPtr
 /// Sets the lens from the samples on both sides of the zoom position.
 void PTZCameraModelConfiguration::blendLenses() {
   const std::int64_t index = model_->getIntrinsicsIndex(zoom_);
-  const PTZIntrinsicsItem& a = *model_->getIntrinsics(clampToInt(index));
-  const PTZIntrinsicsItem& b = *model_->getIntrinsics(clampToInt(index + 1));
+  const PTZIntrinsicsItem& a = *model_->getIntrinsics(internal::clampToInt(index));
+  const PTZIntrinsicsItem& b = *model_->getIntrinsics(internal::clampToInt(index + 1));
   // At and beyond the last sample the two are one, and nothing that follows is finite.
   const double a1 = (b.zoom() - zoom_) / (b.zoom() - a.zoom());
   const double a2 = 1 - a1;
@@ -179,8 +180,8 @@ bool PTZCameraModelConfiguration::turnTo(const Vector3_f& target, int* pan, int*
   if (!model_->getPanTiltModel().computePanTilt(target, Vector2_f(0, 0), &exact_pan, &exact_tilt)) {
     return false;
   }
-  *pan = truncateToInt(static_cast<double>(std::round(exact_pan)));
-  *tilt = truncateToInt(static_cast<double>(std::round(exact_tilt)));
+  *pan = internal::truncateToInt(static_cast<double>(std::round(exact_pan)));
+  *tilt = internal::truncateToInt(static_cast<double>(std::round(exact_tilt)));
   limitToMotorRange(model_->getParams().pan_tilt(), pan, tilt);
   return true;
 }
@@ -240,15 +241,15 @@ bool PTZCameraModelConfiguration::getPanTiltZoom(const Vector2_f& corner, const 
     return sample.focal_length() > longest;
   });
   if (upper == samples.end()) {
-    *zoom = truncateToInt(samples[samples.size() - 1].zoom());
+    *zoom = internal::truncateToInt(samples[samples.size() - 1].zoom());
     NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " " << *zoom;
     return true;
   }
   const auto lower = upper - 1;
   const auto fraction = static_cast<float>((longest - lower->focal_length()) /
                                            (upper->focal_length() - lower->focal_length()));
-  *zoom = truncateToInt(static_cast<double>(fraction) * (upper->zoom() - lower->zoom()) +
-                        lower->zoom());
+  *zoom = internal::truncateToInt(static_cast<double>(fraction) * (upper->zoom() - lower->zoom()) +
+                                  lower->zoom());
   NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " "
                                << lower->DebugString() << " " << upper->DebugString() << " "
                                << *zoom;

@@ -19,32 +19,32 @@ set(library_sources
   support/camera_transform.cpp
   support/checks.cpp
   support/file.cpp
-  support/lens_curve.cpp
-  support/lens_inverse.cpp
-  support/log_levels.cpp
   support/logging.cpp
   support/message_parsing.cpp
-  support/monotone_cubic.cpp
-  support/polynomial_zero.cpp
-  support/radial_branch.cpp
-  support/rectifying_warp.cpp
   support/rotation_z.cpp
   support/sensor_transform.cpp
   support/single_image_calibration.cpp
-  support/single_image_fit/candidate_choice.cpp
-  support/single_image_fit/fit_problem.cpp
-  support/single_image_fit/fit_stages.cpp
-  support/single_image_fit/fitted_camera.cpp
-  support/single_image_fit/lens_families.cpp
-  support/single_image_fit/levenberg_marquardt.cpp
-  support/single_image_fit/normal_equations.cpp
-  support/single_image_fit/planar_view.cpp
-  support/single_image_fit/plane_pose.cpp
-  support/single_image_fit/priors.cpp
-  support/single_image_fit/projector.cpp
-  support/single_image_fit/regular_map.cpp
-  support/single_image_fit/start_search.cpp
-  support/trigonometric_equation.cpp)
+  support/trigonometric_equation.cpp
+  support/fit/candidate_choice.cpp
+  support/fit/fit_problem.cpp
+  support/fit/fit_stages.cpp
+  support/fit/fitted_camera.cpp
+  support/fit/lens_families.cpp
+  support/fit/levenberg_marquardt.cpp
+  support/fit/normal_equations.cpp
+  support/fit/planar_view.cpp
+  support/fit/plane_pose.cpp
+  support/fit/priors.cpp
+  support/fit/projector.cpp
+  support/fit/regular_map.cpp
+  support/fit/start_search.cpp
+  support/lens/lens_inverse.cpp
+  support/lens/radial_branch.cpp
+  support/log/levels.cpp
+  support/numeric/monotone_cubic.cpp
+  support/numeric/polynomial_zero.cpp
+  support/sensor/lens_curve.cpp
+  support/sensor/sensor_warp.cpp)
 
 # Headers that those who link the library include, directly or through another one.
 set(public_headers
@@ -62,6 +62,7 @@ set(public_headers
   support/lens_distortion.h
   support/logging.h
   support/matrix_types.h
+  support/message_parsing.h
   support/opencv_projection.h
   support/rotation_z.h
   support/sensor_transform.h

@@ -19,7 +19,7 @@ file(WRITE "${OUTPUT}.new" "// Written by cmake/WriteEmbeddedFiles.cmake.
 
 #include <iterator>
 
-#include \"support/embedded_files.h\"
+#include \"support/messages/embedded_files.h\"
 
 namespace norv::internal {
 namespace {

@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <memory>
 
-#include "support/embedded_files.h"
 #include "support/logging.h"
 #include "support/message_parsing.h"
+#include "support/messages/embedded_files.h"
 
 namespace norv {
 namespace {
@@ -66,13 +66,13 @@ bool sameMessage(const Message& a, const Message& b) {
 
 void requireRoundTrip(const Message& message) {
   const std::unique_ptr<Message> again(message.New());
-  require(internal::parseBinary(message.SerializeAsString(), again.get()), "binary reads again");
+  require(norv::parseBinary(message.SerializeAsString(), again.get()), "binary reads again");
   require(sameMessage(message, *again), "binary reads back the same");
   // Unknown fields print, but do not parse.
   const std::unique_ptr<Message> known(message.New());
   known->CopyFrom(message);
   known->DiscardUnknownFields();
-  require(internal::parseText(printText(*known), again.get()), "text reads again");
+  require(norv::parseText(printText(*known), again.get()), "text reads again");
   require(sameMessage(*known, *again), "text reads back the same");
 }
 

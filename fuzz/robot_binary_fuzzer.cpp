@@ -7,7 +7,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   norv::fuzz::silenceLogs();
   norv::calibration::RobotCalibration robot;
-  if (norv::internal::parseBinary(norv::fuzz::asString(data, size), &robot)) {
+  if (norv::parseBinary(norv::fuzz::asString(data, size), &robot)) {
     norv::fuzz::requireRoundTrip(robot);
   }
   return 0;

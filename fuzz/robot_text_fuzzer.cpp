@@ -7,8 +7,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   norv::fuzz::silenceLogs();
   norv::calibration::RobotCalibration robot;
-  norv::internal::TextParseError error;
-  if (norv::internal::parseText(norv::fuzz::asString(data, size), &robot, &error)) {
+  norv::TextParseError error;
+  if (norv::parseText(norv::fuzz::asString(data, size), &robot, &error)) {
     norv::fuzz::requireRoundTrip(robot);
   } else {
     norv::fuzz::require(!error.message.empty(), "a text that does not parse has an error");

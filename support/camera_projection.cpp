@@ -3,9 +3,9 @@
 #include <cmath>
 #include <limits>
 
-#include "support/double_pair.h"
+#include "support/lens/lens_inverse.h"
 #include "support/lens_distortion.h"
-#include "support/lens_inverse.h"
+#include "support/numeric/lanes.h"
 
 namespace norv {
 namespace {
@@ -111,7 +111,7 @@ class Rectifier {
   double cy_;
   double fx_;
   double fy_;
-  LensInverse lens_;
+  internal::LensInverse lens_;
 };
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "support/embedded_files.h"
+#include "support/messages/embedded_files.h"
 
 namespace norv {
 namespace {

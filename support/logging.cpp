@@ -12,7 +12,7 @@
 
 #include <locale.h>
 
-#include "support/log_levels.h"
+#include "support/log/levels.h"
 
 namespace norv {
 namespace internal {

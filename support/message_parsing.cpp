@@ -5,7 +5,7 @@
 
 #include <climits>
 
-namespace norv::internal {
+namespace norv {
 namespace {
 
 /// Deeper than any message of ours; keeps a hostile text from exhausting the stack.
@@ -50,4 +50,4 @@ bool parseBinaryOrText(const std::string& data, google::protobuf::Message* messa
   return parseBinary(data, message) || parseText(data, message);
 }
 
-}  // namespace norv::internal
+}  // namespace norv

@@ -9,7 +9,7 @@
 
 #include "support/export.h"
 
-namespace norv::internal {
+namespace norv {
 
 /// Where and why a text could not be parsed.
 struct TextParseError {
@@ -30,4 +30,4 @@ NORV_EXPORT bool parseText(const std::string& data, google::protobuf::Message* m
 /// Tries the binary and then the text format.
 NORV_EXPORT bool parseBinaryOrText(const std::string& data, google::protobuf::Message* message);
 
-}  // namespace norv::internal
+}  // namespace norv

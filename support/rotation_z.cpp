@@ -1,6 +1,6 @@
 #include "support/rotation_z.h"
 
-#include "support/matrix_rows.h"
+#include "support/numeric/matrix_rows.h"
 
 namespace norv {
 

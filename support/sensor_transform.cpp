@@ -4,22 +4,22 @@
 #include <optional>
 #include <utility>
 
-#include "support/lens_curve.h"
-#include "support/rectifying_warp.h"
+#include "support/sensor/lens_curve.h"
+#include "support/sensor/sensor_warp.h"
 
 namespace norv::calibration {
 namespace {
 
 /// Null where the arguments describe no warp.
-std::unique_ptr<const internal::RectifyingWarp> makeWarp(int width, int height, float factor,
-                                                         const std::vector<float>& radii,
-                                                         const std::vector<float>& degrees) {
+std::unique_ptr<const internal::SensorWarp> makeWarp(int width, int height, float factor,
+                                                     const std::vector<float>& radii,
+                                                     const std::vector<float>& degrees) {
   if (!(std::isfinite(factor) && factor > 0)) return nullptr;
   std::optional<internal::LensCurve> curve = internal::LensCurve::fromTable(radii, degrees);
   if (!curve) return nullptr;
   // The full frame is twice the output's size both ways.
   const Eigen::Vector2d centre(width, height);
-  return std::make_unique<internal::RectifyingWarp>(centre, factor, std::move(*curve));
+  return std::make_unique<internal::SensorWarp>(centre, factor, std::move(*curve));
 }
 
 }  // namespace
@@ -36,11 +36,11 @@ AptinaSTE::AptinaSTE(int width, int height, float factor, const std::vector<floa
 AptinaSTE::~AptinaSTE() = default;
 
 Vector2_f AptinaSTE::transformPoint(const Vector2_f& p) const {
-  return warp_ ? Vector2_f(warp_->rectify(p.cast<double>()).cast<float>()) : p;
+  return warp_ ? Vector2_f(warp_->warp(p.cast<double>()).cast<float>()) : p;
 }
 
 Vector2_f AptinaSTE::inverseTransformPoint(const Vector2_f& p) const {
-  return warp_ ? Vector2_f(warp_->unrectify(p.cast<double>()).cast<float>()) : p;
+  return warp_ ? Vector2_f(warp_->unwarp(p.cast<double>()).cast<float>()) : p;
 }
 
 }  // namespace norv::calibration

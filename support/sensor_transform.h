@@ -10,7 +10,7 @@
 #include "support/matrix_types.h"
 
 namespace norv::internal {
-class RectifyingWarp;
+class SensorWarp;
 }  // namespace norv::internal
 
 namespace norv::calibration {
@@ -73,7 +73,7 @@ class NORV_EXPORT AptinaSTE : public ImageSensorTransform {
   float factor_;
   std::vector<float> table1_;
   std::vector<float> table2_;
-  std::unique_ptr<const internal::RectifyingWarp> warp_;  ///< null where both operations do nothing
+  std::unique_ptr<const internal::SensorWarp> warp_;  ///< null where both operations do nothing
 };
 
 }  // namespace norv::calibration

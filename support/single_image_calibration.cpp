@@ -7,15 +7,15 @@
 #include <limits>
 #include <optional>
 
-#include "support/single_image_fit/candidate_choice.h"
-#include "support/single_image_fit/fit_stages.h"
-#include "support/single_image_fit/fitted_camera.h"
-#include "support/single_image_fit/planar_view.h"
+#include "support/fit/candidate_choice.h"
+#include "support/fit/fit_stages.h"
+#include "support/fit/fitted_camera.h"
+#include "support/fit/planar_view.h"
 
 namespace norv::calibration {
 namespace {
 
-namespace fit = single_image_fit;
+namespace fit = internal::fit;
 
 using Projection = OpenCVProjection<autodiff::AutoDiff1<double, 20>>;
 

@@ -5,9 +5,9 @@
 #include <iostream>
 #include <string>
 
-#include "tools/adjust_command.h"
-#include "tools/aim_command.h"
-#include "tools/show_command.h"
+#include "tools/adjust/adjust_command.h"
+#include "tools/aim/aim_command.h"
+#include "tools/show/show_command.h"
 #include "tools/tool_error.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 
 #include "calibration_common/camera_parameters.h"
-#include "tests/testing/calibration_messages.h"
-#include "tests/testing/log_capture.h"
+#include "testing/calibration_messages.h"
+#include "testing/log_capture.h"
 
 namespace norv::calibration {
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 #include <type_traits>
 
-#include "tests/testing/log_capture.h"
-#include "tests/testing/same_bits.h"
+#include "testing/log_capture.h"
+#include "testing/same_bits.h"
 
 namespace norv::calibration {
 namespace {

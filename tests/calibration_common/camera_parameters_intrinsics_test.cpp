@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "calibration_common/camera_parameters.h"
-#include "tests/testing/calibration_messages.h"
-#include "tests/testing/camera_parameters_peer.h"
-#include "tests/testing/log_capture.h"
+#include "testing/calibration_messages.h"
+#include "testing/camera_parameters_peer.h"
+#include "testing/log_capture.h"
 
 namespace norv::calibration {
 namespace {

@@ -7,7 +7,7 @@
 #include <random>
 
 #include "calibration_common/camera_parameters.h"
-#include "tests/testing/log_capture.h"
+#include "testing/log_capture.h"
 
 namespace norv::calibration {
 namespace {

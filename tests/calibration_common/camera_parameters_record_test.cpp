@@ -7,8 +7,8 @@
 #include <type_traits>
 
 #include "calibration_common/camera_parameters.h"
-#include "tests/testing/calibration_messages.h"
-#include "tests/testing/log_capture.h"
+#include "testing/calibration_messages.h"
+#include "testing/log_capture.h"
 
 namespace norv::calibration {
 namespace {

@@ -10,10 +10,10 @@
 #include "calibration_common/camera_parameters.h"
 #include "support/sensor_transform.h"
 #include "support/single_image_calibration.h"
-#include "tests/testing/calibration_messages.h"
-#include "tests/testing/camera_parameters_peer.h"
-#include "tests/testing/lens_tables.h"
-#include "tests/testing/log_capture.h"
+#include "testing/calibration_messages.h"
+#include "testing/camera_parameters_peer.h"
+#include "testing/lens_tables.h"
+#include "testing/log_capture.h"
 
 namespace norv::calibration {
 namespace {

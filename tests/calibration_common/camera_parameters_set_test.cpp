@@ -8,9 +8,9 @@
 #include <type_traits>
 
 #include "calibration_common/camera_parameters.h"
-#include "tests/testing/calibration_messages.h"
-#include "tests/testing/log_capture.h"
-#include "tests/testing/temporary_folder.h"
+#include "testing/calibration_messages.h"
+#include "testing/log_capture.h"
+#include "testing/temporary_folder.h"
 
 namespace norv::calibration {
 namespace {

@@ -9,7 +9,7 @@
 #include "calibration_common/camera_parameters.h"
 #include "support/camera_projection.h"
 #include "support/sensor_transform.h"
-#include "tests/testing/log_capture.h"
+#include "testing/log_capture.h"
 
 namespace norv::calibration {
 namespace {

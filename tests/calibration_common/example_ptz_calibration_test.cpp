@@ -14,10 +14,10 @@
 #include "calibration_common/ptz_camera_model.h"
 #include "support/file.h"
 #include "support/message_parsing.h"
-#include "tests/testing/example_ptz.h"
-#include "tests/testing/log_capture.h"
-#include "tests/testing/ptz_pointing.h"
-#include "tests/testing/random_head.h"
+#include "testing/example_ptz.h"
+#include "testing/log_capture.h"
+#include "testing/ptz_pointing.h"
+#include "testing/random_head.h"
 
 namespace norv::calibration {
 namespace {
@@ -37,8 +37,8 @@ PTZCameraParameters exampleCalibration() {
   EXPECT_TRUE(File::readFileToString(
       CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt", &text));
   PTZCameraParameters params;
-  internal::TextParseError error;
-  EXPECT_TRUE(internal::parseText(text, &params, &error)) << error.line << ": " << error.message;
+  norv::TextParseError error;
+  EXPECT_TRUE(norv::parseText(text, &params, &error)) << error.line << ": " << error.message;
   return params;
 }
 

@@ -10,8 +10,8 @@
 
 #include "calibration_common/base_calibration_data.h"
 #include "calibration_common/camera_parameters.h"
-#include "support/embedded_files.h"
-#include "tests/testing/log_capture.h"
+#include "support/messages/embedded_files.h"
+#include "testing/log_capture.h"
 
 namespace norv {
 namespace {

@@ -9,8 +9,8 @@
 #include <random>
 
 #include "calibration_common/pan_tilt_model.h"
-#include "tests/testing/random_head.h"
-#include "tests/testing/solver_outcome.h"
+#include "testing/random_head.h"
+#include "testing/solver_outcome.h"
 
 namespace norv::calibration {
 namespace {

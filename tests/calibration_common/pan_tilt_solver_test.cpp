@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "calibration_common/pan_tilt_model.h"
-#include "tests/testing/example_ptz.h"
-#include "tests/testing/log_capture.h"
-#include "tests/testing/random_head.h"
-#include "tests/testing/solver_outcome.h"
+#include "testing/example_ptz.h"
+#include "testing/log_capture.h"
+#include "testing/random_head.h"
+#include "testing/solver_outcome.h"
 
 namespace norv::calibration {
 namespace {

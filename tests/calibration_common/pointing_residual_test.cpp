@@ -10,8 +10,8 @@
 #include <random>
 
 #include "support/rotation_z.h"
-#include "tests/testing/numeric_derivative.h"
-#include "tests/testing/random_head.h"
+#include "testing/numeric_derivative.h"
+#include "testing/random_head.h"
 
 namespace norv::calibration {
 namespace {

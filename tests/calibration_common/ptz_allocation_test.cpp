@@ -12,8 +12,8 @@
 
 #include "calibration_common/ptz_camera_model.h"
 #include "support/logging.h"
-#include "tests/testing/allocation_count.h"
-#include "tests/testing/example_ptz.h"
+#include "testing/allocation_count.h"
+#include "testing/example_ptz.h"
 
 namespace norv::calibration {
 namespace {

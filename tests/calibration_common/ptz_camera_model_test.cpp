@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "calibration_common/ptz_camera_model.h"
-#include "tests/testing/example_ptz.h"
-#include "tests/testing/log_capture.h"
+#include "testing/example_ptz.h"
+#include "testing/log_capture.h"
 
 namespace norv::calibration {
 namespace {

@@ -9,10 +9,10 @@
 #include <random>
 
 #include "calibration_common/ptz_camera_model.h"
-#include "tests/testing/example_ptz.h"
-#include "tests/testing/log_capture.h"
-#include "tests/testing/ptz_pointing.h"
-#include "tests/testing/random_head.h"
+#include "testing/example_ptz.h"
+#include "testing/log_capture.h"
+#include "testing/ptz_pointing.h"
+#include "testing/random_head.h"
 
 namespace norv::calibration {
 namespace {

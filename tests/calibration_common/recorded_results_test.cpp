@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/testing/recorded_results.h"
+#include "testing/recorded_results.h"
 
 namespace norv {
 namespace {

@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "tests/testing/numeric_derivative.h"
+#include "testing/numeric_derivative.h"
 
 namespace norv::autodiff {
 namespace {

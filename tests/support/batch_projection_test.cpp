@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "support/camera_projection.h"
-#include "tests/testing/lenses.h"
-#include "tests/testing/same_bits.h"
+#include "testing/lenses.h"
+#include "testing/same_bits.h"
 
 namespace norv {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "support/lens_distortion.h"
-#include "tests/testing/lenses.h"
+#include "testing/lenses.h"
 
 namespace norv {
 namespace {

@@ -6,7 +6,7 @@
 #include <csignal>
 #include <string>
 
-#include "tests/testing/log_capture.h"
+#include "testing/log_capture.h"
 
 namespace norv {
 namespace {

@@ -11,7 +11,7 @@
 #include <string>
 #include <thread>
 
-#include "tests/testing/temporary_folder.h"
+#include "testing/temporary_folder.h"
 
 namespace norv {
 namespace {

@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "support/auto_diff.h"
-#include "tests/testing/lenses.h"
-#include "tests/testing/numeric_derivative.h"
+#include "testing/lenses.h"
+#include "testing/numeric_derivative.h"
 
 namespace norv::calibration {
 namespace {

@@ -15,8 +15,8 @@
 
 #include <Eigen/Core>
 
-#include "tests/testing/log_capture.h"
-#include "tests/testing/temporary_folder.h"
+#include "testing/log_capture.h"
+#include "testing/temporary_folder.h"
 
 namespace norv {
 namespace {

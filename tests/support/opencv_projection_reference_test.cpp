@@ -12,7 +12,7 @@
 #include "support/auto_diff.h"
 #include "support/camera_projection.h"
 #include "support/opencv_projection.h"
-#include "tests/testing/lenses.h"
+#include "testing/lenses.h"
 
 namespace norv::calibration {
 namespace {

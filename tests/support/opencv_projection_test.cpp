@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "support/auto_diff.h"
-#include "tests/testing/numeric_derivative.h"
+#include "testing/numeric_derivative.h"
 
 namespace norv::calibration {
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "support/camera_projection.h"
-#include "tests/testing/lenses.h"
+#include "testing/lenses.h"
 
 namespace norv::calibration {
 namespace {

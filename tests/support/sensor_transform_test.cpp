@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/testing/allocation_count.h"
-#include "tests/testing/lens_tables.h"
+#include "testing/allocation_count.h"
+#include "testing/lens_tables.h"
 
 namespace norv::calibration {
 namespace {

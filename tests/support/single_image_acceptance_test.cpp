@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "support/single_image_calibration.h"
-#include "tests/testing/lens_comparison.h"
-#include "tests/testing/random_view.h"
+#include "testing/lens_comparison.h"
+#include "testing/random_view.h"
 
 namespace norv::calibration {
 namespace {

@@ -12,9 +12,9 @@
 #include <random>
 #include <vector>
 
-#include "tests/testing/lens_comparison.h"
-#include "tests/testing/random_view.h"
-#include "tests/testing/single_image_view.h"
+#include "testing/lens_comparison.h"
+#include "testing/random_view.h"
+#include "testing/single_image_view.h"
 
 namespace norv::calibration {
 namespace {

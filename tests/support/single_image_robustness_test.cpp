@@ -14,10 +14,10 @@
 #include <string>
 #include <vector>
 
+#include "support/fit/lens_families.h"
 #include "support/single_image_calibration.h"
-#include "support/single_image_fit/lens_families.h"
-#include "tests/testing/random_view.h"
-#include "tests/testing/single_image_view.h"
+#include "testing/random_view.h"
+#include "testing/single_image_view.h"
 
 namespace norv::calibration {
 namespace {
@@ -92,8 +92,8 @@ View viewOf(std::size_t count) {
 bool isOfALensFamily(const Projection& p, std::size_t first) {
   const std::array<double, 24> values = parametersOf(valuesOf(p));
   const auto skip = static_cast<std::ptrdiff_t>(first);
-  return std::any_of(single_image_fit::kLensFamilies.begin(), single_image_fit::kLensFamilies.end(),
-                     [&](const single_image_fit::LensFamily& family) {
+  return std::any_of(internal::fit::kLensFamilies.begin(), internal::fit::kLensFamilies.end(),
+                     [&](const internal::fit::LensFamily& family) {
                        return std::equal(family.k.begin() + skip, family.k.end(),
                                          values.begin() + 4 + skip);
                      });

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "tests/testing/run_program.h"
+#include "testing/run_program.h"
 
 namespace norv::testing {
 

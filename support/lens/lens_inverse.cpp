@@ -1,0 +1,111 @@
+#include "support/lens/lens_inverse.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+#include "support/numeric/bracketed_newton.h"
+
+namespace norv::internal {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+bool allFinite(const calibration::LensDistortion<double>& l,
+               const calibration::NormalizedPoint<double>& p) {
+  const double all[] = {l.k1, l.k2, l.p1, l.p2, l.k3, l.k4, l.k5, l.k6, p.x, p.y};
+  return std::all_of(std::begin(all), std::end(all), [](double c) { return std::isfinite(c); });
+}
+
+}  // namespace
+
+LensInverse::Point LensInverse::search(const Point& target) {
+  if (!allFinite(lens_, target)) return {kNaN, kNaN};
+  const double distorted_radius = std::hypot(target.x, target.y);
+  if (beyondReach(distorted_radius)) return {kNaN, kNaN};
+  const double scale = undistortedRadius(distorted_radius) / distorted_radius;
+  Point p = {scale * target.x, scale * target.y};
+  if (tangential_ > 0) p = dampedNewton(p, target);
+  return isAnswer(p, target) ? p : Point{kNaN, kNaN};
+}
+
+bool LensInverse::beyondReach(double distorted_radius) {
+  const double s = branch_.end();
+  if (!std::isfinite(s)) return false;
+  const double radial = distorted_radius - 3 * tangential_ * s;
+  // Both sides times the denominator, which vanishes where the branch ends in a pole.
+  return std::sqrt(s) * lens_.numerator(s) < radial * lens_.denominator(s);
+}
+
+double LensInverse::undistortedRadius(double distorted_radius) {
+  // D (r_d(r) - distorted_radius), which changes sign at the solution and has no pole.
+  const auto excess = [this, distorted_radius](double r) {
+    const double s = r * r;
+    const double n = lens_.numerator(s);
+    const double n1 = lens_.k1 + s * (2 * lens_.k2 + s * (3 * lens_.k3));
+    const double d1 = lens_.k4 + s * (2 * lens_.k5 + s * (3 * lens_.k6));
+    return ValueAndSlope{r * n - distorted_radius * lens_.denominator(s),
+                         n + 2 * r * (r * n1 - distorted_radius * d1)};
+  };
+  double end = std::sqrt(branch_.end());
+  if (!std::isfinite(end)) {
+    // A radial map that rises for ever is unbounded. Answers are in single precision, below 3.5e38.
+    end = std::max(1.0, 2 * distorted_radius);
+    while (end < 1e39 && excess(end).value < 0) end *= 2;
+  }
+  return excess(end).value > 0 ? bracketedNewton(excess, 0, end, 0.5 * end) : end;
+}
+
+LensInverse::Point LensInverse::dampedNewton(Point p, const Point& target) const {
+  constexpr double kSufficientDecrease = 1e-4;
+  constexpr double kSmallestFraction = 1e-6;
+  const double bound = errorBound(target);
+  LensNewtonStep at(lens_, p, target);
+  while (!at.regular()) {
+    p = {0.75 * p.x, 0.75 * p.y};
+    at = LensNewtonStep(lens_, p, target);
+  }
+  double t = 1;
+  for (int i = 0; i < 200 && t > kSmallestFraction && !at.closerThan(bound); ++i) {
+    const Point trial = at.next(t);
+    const LensNewtonStep there(lens_, trial, target);
+    if (there.regular() && there.error() < (1 - kSufficientDecrease * t) * at.error()) {
+      p = trial;
+      at = there;
+      t = 1;
+    } else {
+      t *= 0.5;
+    }
+  }
+  return p;
+}
+
+bool LensInverse::isAnswer(const Point& p, const Point& target) {
+  const LensNewtonStep at(lens_, p, target);
+  return at.closerThan(errorBound(target)) && at.regular() && at.squaredRadius() < branch_.end() &&
+         (tangential_ == 0 || surelyInside(at.squaredRadius()) || regularUpTo(p));
+}
+
+bool LensInverse::regularUpTo(const Point& p) const {
+  constexpr int kSamples = 64;
+  const auto at = [&](double i) {
+    const double t = i / kSamples;
+    return LensNewtonStep(lens_, {t * p.x, t * p.y}, {0, 0});
+  };
+  double before_last = 1;
+  double last = 1;
+  for (int i = 1; i <= kSamples; ++i) {
+    const LensNewtonStep here = at(i);
+    if (!here.regular()) return false;
+    const double determinant = here.determinant();
+    if (last < before_last && last <= determinant) {
+      const double curvature = before_last - 2 * last + determinant;
+      if (!at(i - 1 + 0.5 * (before_last - determinant) / curvature).regular()) return false;
+    }
+    before_last = last;
+    last = determinant;
+  }
+  return true;
+}
+
+}  // namespace norv::internal

@@ -1,0 +1,129 @@
+#include "support/numeric/polynomial_zero.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "support/numeric/bracketed_newton.h"
+
+namespace norv::internal {
+namespace {
+
+constexpr std::size_t kDegree = 6;
+constexpr std::array<double, 7> kOneOverBinomial = {1,        1.0 / 6, 1.0 / 15, 1.0 / 20,
+                                                    1.0 / 15, 1.0 / 6, 1};
+
+/// A piece of a polynomial in the Bernstein basis of [begin, end]. The number of zeros inside is at
+/// most the number of sign changes among the coefficients, and of the same parity. (Farouki, The
+/// Bernstein polynomial basis: a centennial retrospective, CAGD 29, 2012.)
+struct BernsteinPiece {
+  Sextic coefficients;
+  double begin;
+  double end;
+
+  int signChanges() const {
+    int changes = 0;
+    bool negative = false;
+    for (const double c : coefficients) {
+      if (c != 0 && (c < 0) != negative) {
+        negative = !negative;
+        ++changes;
+      }
+    }
+    return changes;
+  }
+
+  /// Cuts itself down to the right half and returns the left one (de Casteljau).
+  BernsteinPiece splitLeft() {
+    BernsteinPiece left = *this;
+    left.end = begin = 0.5 * (begin + end);
+    for (std::size_t level = 1; level <= kDegree; ++level) {
+      for (std::size_t i = 0; i <= kDegree - level; ++i) {
+        coefficients[i] = 0.5 * (coefficients[i] + coefficients[i + 1]);
+      }
+      left.coefficients[level] = coefficients[0];
+    }
+    return left;
+  }
+};
+
+struct Bracket {
+  double begin;
+  double end;
+};
+
+/// An interval that holds the first zero and no other, or that is too short to divide further; an
+/// empty one at infinity when there is no zero. The value at the piece's begin is positive.
+Bracket isolateFirstZero(BernsteinPiece piece, int divisions) {
+  const int changes = piece.signChanges();
+  if (changes == 0) {
+    const double none = std::numeric_limits<double>::infinity();
+    return {none, none};
+  }
+  if (changes == 1 || divisions == 0) return {piece.begin, piece.end};
+  const BernsteinPiece left = piece.splitLeft();
+  const Bracket first = isolateFirstZero(left, divisions - 1);
+  return std::isfinite(first.begin) ? first : isolateFirstZero(piece, divisions - 1);
+}
+
+ValueAndSlope evaluate(const Sextic& c, double s) {
+  double value = c[kDegree];
+  double slope = 0;
+  for (std::size_t i = kDegree; i-- > 0;) {
+    slope = value + s * slope;
+    value = c[i] + s * value;
+  }
+  return {value, slope};
+}
+
+/// Exponent e such that with s = 2^e t no coefficient in t exceeds 1.
+int scalingExponent(const Sextic& c) {
+  int scale = std::numeric_limits<int>::max();
+  for (int i = 1; i <= static_cast<int>(kDegree); ++i) {
+    if (c[static_cast<std::size_t>(i)] == 0) continue;
+    const int bits = std::ilogb(c[static_cast<std::size_t>(i)]) + 1;  // |c| < 2^bits
+    scale = std::min(scale, static_cast<int>(std::floor(-static_cast<double>(bits) / i)));
+  }
+  return scale;
+}
+
+}  // namespace
+
+double firstPositiveZero(const Sextic& polynomial) {
+  if (std::all_of(polynomial.begin(), polynomial.end(), [](double c) { return c >= 0; })) {
+    return std::numeric_limits<double>::infinity();
+  }
+  const int exponent = scalingExponent(polynomial);
+  Sextic scaled;
+  // With t = u / (1 - u), (1 - u)^6 times the polynomial has the Bernstein coefficients c_i over
+  // (6 choose i) on 0 <= u <= 1, which is all of 0 <= t.
+  BernsteinPiece whole{{}, 0, 1};
+  for (std::size_t i = 0; i <= kDegree; ++i) {
+    scaled[i] = std::ldexp(polynomial[i], exponent * static_cast<int>(i));
+    whole.coefficients[i] = scaled[i] * kOneOverBinomial[i];
+  }
+  const Bracket u = isolateFirstZero(whole, 30);
+  if (!std::isfinite(u.begin)) return u.begin;
+  const double begin = u.begin / (1 - u.begin);
+  double end = u.end < 1 ? u.end / (1 - u.end) : std::max(1.0, 2 * begin);
+  // Beyond 1e40 of the scale nothing is looked for: that counts as a zero itself.
+  while (u.end == 1 && end < 1e40 && evaluate(scaled, end).value > 0) end *= 2;
+  if (!(evaluate(scaled, end).value <= 0)) return std::ldexp(u.end < 1 ? begin : end, exponent);
+  const double t = bracketedNewton([&](double at) { return evaluate(scaled, at); }, end, begin,
+                                   0.5 * (begin + end));
+  return std::ldexp(t, exponent);
+}
+
+bool bernsteinPositive(const Sextic& polynomial, double end) {
+  Sextic b;
+  double power = 1;
+  for (std::size_t i = 0; i <= kDegree; ++i, power *= end) {
+    b[i] = polynomial[i] * power * kOneOverBinomial[i];
+  }
+  for (std::size_t level = 1; level <= kDegree; ++level) {
+    for (std::size_t i = kDegree; i >= level; --i) b[i] += b[i - 1];
+  }
+  return std::all_of(b.begin(), b.end(), [](double c) { return c > 0; });
+}
+
+}  // namespace norv::internal

@@ -1,0 +1,443 @@
+// The verb `aim`, run as the user runs it.
+
+#include <gmock/gmock.h>
+#include <google/protobuf/text_format.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "calibration_common/ptz_camera_model.h"
+#include "testing/calibration_messages.h"
+#include "testing/example_ptz.h"
+#include "testing/random_head.h"
+#include "testing/temporary_folder.h"
+#include "tests/tools/run_tool.h"
+
+namespace norv {
+namespace {
+
+using calibration::PTZCameraModelConfiguration;
+using calibration::PTZCameraModelPtr;
+using calibration::PTZCameraParameters;
+using nlohmann::json;
+using testing::expectBadUsage;
+using testing::expectToolRefuses;
+using testing::kRadians;
+using testing::TemporaryFolder;
+using testing::toolJson;
+using testing::toolOutput;
+using testing::uniform;
+
+constexpr double kFocalLength = 1500;  ///< of the lens at zoom 0, pixels
+constexpr double kStep = 0.0005;       ///< radians
+
+/// A camera whose numbers can be told by hand: no distortion, the picture's centre on the optical
+/// axis, and no lever arms. Positive pan turns it to the right and positive tilt upwards.
+PTZCameraParameters plainPtz() {
+  PTZCameraParameters ptz;
+  *ptz.mutable_intrinsics() = testing::pinholeLens();
+  *ptz.mutable_pan_tilt() = testing::headWithoutLeverArms();
+  return ptz;
+}
+
+/// A calibration in a file, and the command line that aims with it.
+class Calibration {
+ public:
+  explicit Calibration(const PTZCameraParameters& ptz)
+      : path_(folder_.write("ptz", ptz.SerializeAsString())) {}
+
+  const std::string& path() const { return path_; }
+  std::string aim(const std::string& arguments) const { return "aim '" + path_ + "' " + arguments; }
+
+ private:
+  TemporaryFolder folder_;
+  std::string path_;
+};
+
+PTZCameraModelPtr exampleModel() {
+  std::ostringstream text;
+  text << std::ifstream(CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt").rdbuf();
+  PTZCameraParameters ptz;
+  EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString(text.str(), &ptz));
+  return testing::ptzModel(ptz);
+}
+
+std::string aimExample(const std::string& arguments) {
+  return "aim '" CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt' " + arguments;
+}
+
+double number(const json& document, const char* key) { return document[key].get<double>(); }
+
+TEST(AimCommand, PixelToTheRight) {
+  const Calibration calibration(plainPtz());
+  // 400 steps of 0.0005 rad are 0.2 rad, 11.459 degrees; 1500 px tan 0.2 are 304.065 px.
+  EXPECT_EQ(
+      toolOutput(calibration.aim("--at 0,0,0 --pixel 1264.065,540")),
+      "pan   400 steps  11.459 deg\n"
+      "tilt    0 steps   0.000 deg\n"
+      "zoom    0 steps     1.000 x\n"
+      "within the range of the motors\n"
+      "the target, taken 1.00 m away, lands at 960.00, 540.00, 0.00 px from 960.00, 540.00\n");
+}
+
+TEST(AimCommand, PixelAboveFromAnotherPosition) {
+  const Calibration calibration(plainPtz());
+  // From a pan of 1000 steps and a zoom of 10000, where the lens is 20 times as long; 0.1 rad are
+  // 30000 px tan 0.1 = 3010.04 px above the middle.
+  const json aim = toolJson(calibration.aim("--at 1000,0,10000 --pixel 960,-2470.04"));
+  EXPECT_EQ(aim["pan"], 1000);
+  EXPECT_EQ(aim["tilt"], 200);
+  EXPECT_EQ(aim["zoom"], 10000);
+  EXPECT_NEAR(number(aim, "pan_degrees"), 1000 * kStep / kRadians, 1e-5);
+  EXPECT_NEAR(number(aim, "tilt_degrees"), 200 * kStep / kRadians, 1e-5);
+  EXPECT_NEAR(number(aim, "zoom_factor"), 20, 1e-5);
+  EXPECT_EQ(aim["limited"], false);
+}
+
+TEST(AimCommand, OffsetsCountInTheAngles) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_pan_tilt()->set_pan_offset(100);
+  ptz.mutable_pan_tilt()->set_tilt_offset(-50);
+  const Calibration calibration(ptz);
+  const json aim = toolJson(calibration.aim("--at 100,-50,0 --pixel 1264.065,540"));
+  EXPECT_EQ(aim["pan"], 500);
+  EXPECT_EQ(aim["tilt"], -50);
+  EXPECT_NEAR(number(aim, "pan_degrees"), 400 * kStep / kRadians, 1e-5);
+  EXPECT_NEAR(number(aim, "tilt_degrees"), 0, 1e-5);
+}
+
+TEST(AimCommand, WorldPoint) {
+  const Calibration calibration(plainPtz());
+  // 0.25 rad to the right, 5 m away.
+  const std::string point =
+      std::to_string(5 * std::cos(0.25)) + "," + std::to_string(-5 * std::sin(0.25));
+  EXPECT_EQ(toolOutput(calibration.aim("--at 7,8,0 --point " + point + ",0")),
+            "pan   500 steps  14.324 deg\n"
+            "tilt    0 steps   0.000 deg\n"
+            "zoom    0 steps     1.000 x\n"
+            "within the range of the motors\n"
+            "the target lands at 960.00, 540.00, 0.00 px from 960.00, 540.00\n");
+}
+
+TEST(AimCommand, WorldPointOnAPixel) {
+  const Calibration calibration(plainPtz());
+  // Straight ahead is wanted 304.065 px right of the middle: the head turns 0.2 rad to the left.
+  const json aim = toolJson(calibration.aim("--at 0,0,0 --point 5,0,0 --pixel 1264.065,540"));
+  EXPECT_EQ(aim["pan"], -400);
+  EXPECT_EQ(aim["tilt"], 0);
+  EXPECT_EQ(aim["target"], (json{5, 0, 0}));
+  EXPECT_NEAR(aim["wanted_at"][0].get<double>(), 1264.065, 1e-3);
+  EXPECT_NEAR(aim["lands_at"][0].get<double>(), 1264.065, 2e-3);
+  EXPECT_NEAR(aim["lands_at"][1].get<double>(), 540, 2e-3);
+  EXPECT_NEAR(number(aim, "distance_pixels"), 0, 3e-3);
+}
+
+TEST(AimCommand, Box) {
+  const Calibration calibration(plainPtz());
+  // 200 x 100 px in the middle, at f = 1500: the corners are 100 / 1500 and 50 / 1500 off the
+  // axis. They reach the picture's sides at f = 960 * 15 = 14400 and its top and bottom at 16200.
+  // 14400 lies between the samples at 7000 and 8000.
+  const json aim = toolJson(calibration.aim("--at 0,0,0 --box 860,490,1060,590"));
+  EXPECT_EQ(aim["pan"], 0);
+  EXPECT_EQ(aim["tilt"], 0);
+  const double low = kFocalLength * std::pow(20, 0.7);
+  const double high = kFocalLength * std::pow(20, 0.8);
+  EXPECT_NEAR(number(aim, "zoom"), 7000 + 1000 * (14400 - low) / (high - low), 1);
+  // One step of zoom is 4.3 px of focal length, 0.29 px at the sides.
+  EXPECT_NEAR(aim["box_lands"][0].get<double>(), 0.15, 0.15);
+  EXPECT_NEAR(aim["box_lands"][1].get<double>(), 540 - 480, 0.3);
+  EXPECT_NEAR(aim["box_lands"][2].get<double>(), 1919.85, 0.15);
+  EXPECT_NEAR(aim["box_lands"][3].get<double>(), 540 + 480, 0.3);
+  EXPECT_NEAR(number(aim, "distance_pixels"), 0, 1e-2);
+  EXPECT_TRUE(aim["note"].is_null());
+}
+
+TEST(AimCommand, BoxWiderThanThePicture) {
+  const Calibration calibration(plainPtz());
+  // The corners are (-0.84, -0.36) and (0.84, 0.36) off the axis: the sum of their unit rays is
+  // 2 / |(0.84, 0.36, 1)| = 1.48 m long. The zoom stays, and so does what is seen.
+  EXPECT_EQ(
+      toolOutput(calibration.aim("--at 0,0,0 --box -300,0,2220,1080")),
+      "pan   0 steps  0.000 deg\n"
+      "tilt  0 steps  0.000 deg\n"
+      "zoom  0 steps    1.000 x\n"
+      "within the range of the motors\n"
+      "the target, taken 1.48 m away, lands at 960.00, 540.00, 0.00 px from 960.00, 540.00\n"
+      "the box spans -300.00, 0.00 to 2220.00, 1080.00 of the 1920x1080 picture, not all of it "
+      "inside\n");
+}
+
+TEST(AimCommand, BoxSmallerThanTheLongestLensShows) {
+  const Calibration calibration(plainPtz());
+  // The answer is the last sample's position, where there is no lens to look through.
+  const std::string arguments = "--at 0,0,0 --box 959,539,961,541";
+  EXPECT_EQ(
+      toolOutput(calibration.aim(arguments)),
+      "pan       0 steps  0.000 deg\n"
+      "tilt      0 steps  0.000 deg\n"
+      "zoom  11000 steps   26.986 x\n"  // 20^1.1
+      "within the range of the motors\n"
+      "zoom position 11000 is at or beyond the last lens sample, where the lens is not known\n");
+  const json aim = toolJson(calibration.aim(arguments));
+  EXPECT_EQ(aim["zoom"], 11000);
+  for (const char* key : {"lands_at", "wanted_at", "distance_pixels", "box_lands"}) {
+    EXPECT_TRUE(aim[key].is_null()) << key;
+  }
+  EXPECT_EQ(
+      aim["note"],
+      "zoom position 11000 is at or beyond the last lens sample, where the lens is not known");
+}
+
+TEST(AimCommand, LimitOfAMotor) {
+  const Calibration calibration(plainPtz());
+  // 175 degrees to the right are 6109 steps, and 3141 or 5934 is the end: 174.65 steps, 0.087326
+  // rad are left, and 1500 px tan 0.087326 = 131.32 px.
+  const double angle = 175 * kRadians;
+  const std::string point =
+      std::to_string(5 * std::cos(angle)) + "," + std::to_string(-5 * std::sin(angle));
+  EXPECT_EQ(toolOutput(calibration.aim("--at 0,0,0 --point " + point + ",0")),
+            "pan   5934 steps  169.997 deg\n"
+            "tilt     0 steps    0.000 deg\n"
+            "zoom     0 steps      1.000 x\n"
+            "limited by the range of the motors: pan 6109 is out of reach\n"
+            "the target lands at 1091.32, 540.00, 131.32 px from 960.00, 540.00\n");
+  const json aim = toolJson(calibration.aim("--at 0,0,0 --point " + point + ",0"));
+  EXPECT_EQ(aim["limited"], true);
+  EXPECT_EQ(aim["unlimited_pan"], 6109);
+  EXPECT_EQ(aim["unlimited_tilt"], 0);
+}
+
+TEST(AimCommand, LimitsOfBothMotors) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_pan_tilt()->set_max_pan(390);
+  ptz.mutable_pan_tilt()->set_max_tilt(-10);
+  const Calibration calibration(ptz);
+  EXPECT_THAT(toolOutput(calibration.aim("--at 0,0,0 --pixel 1264.065,540")),
+              ::testing::HasSubstr("\nlimited by the range of the motors: pan 400 is out of reach, "
+                                   "tilt 0 is out of reach\n"));
+  // A box is limited likewise.
+  const json aim = toolJson(calibration.aim("--at 0,0,0 --box 1254.065,530,1274.065,550"));
+  EXPECT_EQ(aim["pan"], 390);
+  EXPECT_EQ(aim["tilt"], -10);
+  EXPECT_EQ(aim["limited"], true);
+  EXPECT_NEAR(number(aim, "unlimited_pan"), 400, 1);
+}
+
+TEST(AimCommand, NoLimits) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_pan_tilt()->clear_min_pan();
+  ptz.mutable_pan_tilt()->clear_max_pan();
+  const Calibration calibration(ptz);
+  const json aim = toolJson(calibration.aim("--at 5900,0,0 --pixel 1264.065,540"));
+  EXPECT_EQ(aim["pan"], 6300 - 12566);  // 6300 steps are 3.15 rad; angles are found within one turn
+  EXPECT_EQ(aim["limited"], false);
+}
+
+TEST(AimCommand, TargetOutsideOfThePicture) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_pan_tilt()->set_max_pan(0);
+  const Calibration calibration(ptz);
+  // 0.7 rad to the right of a head that cannot turn there: 1500 px tan 0.7 = 1263.43 px.
+  const std::string point =
+      std::to_string(5 * std::cos(0.7)) + "," + std::to_string(-5 * std::sin(0.7));
+  EXPECT_THAT(toolOutput(calibration.aim("--at 0,0,0 --point " + point + ",0")),
+              ::testing::EndsWith("\nthe target lands at 2223.43, 540.00, 1263.43 px from 960.00, "
+                                  "540.00, outside of the picture\n"));
+}
+
+TEST(AimCommand, TargetBehindTheCamera) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_pan_tilt()->set_max_pan(100);
+  const Calibration calibration(ptz);
+  const std::string arguments = "--at 0,0,0 --point -5,-1,0";
+  EXPECT_THAT(toolOutput(calibration.aim(arguments)),
+              ::testing::EndsWith(" is out of reach\nthe target is behind the camera\n"));
+  const json aim = toolJson(calibration.aim(arguments));
+  EXPECT_EQ(aim["note"], "the target is behind the camera");
+  EXPECT_TRUE(aim["lands_at"].is_null());
+}
+
+TEST(AimCommand, TargetThatTheLensFoldsBackIntoThePicture) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_pan_tilt()->set_max_pan(0);
+  // The radial factor 1 - 0.2 r^2 has its largest radius at r = sqrt(1 / 0.6) = 1.29 and is zero at
+  // 2.24, so that a target 66 degrees aside would be seen in the middle.
+  for (auto& sample : *ptz.mutable_intrinsics()->mutable_samples()) sample.set_k1(-0.2);
+  const Calibration calibration(ptz);
+  const json aim = toolJson(calibration.aim("--at 0,0,0 --point 1,-2.236,0"));
+  EXPECT_EQ(aim["note"], "the target is far outside of the picture");
+  EXPECT_TRUE(aim["lands_at"].is_null());
+}
+
+TEST(AimCommand, IsWhatTheLibraryAnswersForPixels) {
+  const PTZCameraModelPtr model = exampleModel();
+  std::mt19937_64 random(11);
+  for (int i = 0; i < 15; ++i) {
+    const int at[] = {static_cast<int>(uniform(&random, -4000, 4000)),
+                      static_cast<int>(uniform(&random, -900, 1500)),
+                      static_cast<int>(uniform(&random, 0, 10999))};
+    const auto x = static_cast<float>(static_cast<int>(uniform(&random, 0, 1920)));
+    const auto y = static_cast<float>(static_cast<int>(uniform(&random, 0, 1080)));
+    const PTZCameraModelConfiguration now(model, at[0], at[1], at[2]);
+    int pan = 0;
+    int tilt = 0;
+    ASSERT_TRUE(now.getPanTilt({x, y}, &pan, &tilt));
+    const PTZCameraModelConfiguration then(model, pan, tilt, at[2]);
+    const Vector3_f target = now.getCameraCenter() + now.projectPixelToRay({x, y}).normalized();
+    const Vector2_f lands = then.project3dToCamera(target);
+    const Vector2_f wanted(then.getIntrinsics()(0, 2), then.getIntrinsics()(1, 2));
+
+    std::ostringstream arguments;
+    arguments << "--at " << at[0] << "," << at[1] << "," << at[2] << " --pixel " << x << "," << y;
+    const json aim = toolJson(aimExample(arguments.str()));
+    EXPECT_EQ(aim["pan"], pan);
+    EXPECT_EQ(aim["tilt"], tilt);
+    EXPECT_EQ(aim["zoom"], at[2]);
+    EXPECT_EQ(aim["lands_at"], (json{lands.x(), lands.y()}));
+    EXPECT_EQ(aim["wanted_at"], (json{wanted.x(), wanted.y()}));
+    EXPECT_EQ(aim["distance_pixels"], (lands - wanted).norm());
+    // Half a step in both angles, where no limit is met.
+    if (!aim["limited"].get<bool>()) {
+      const double half_step = static_cast<double>(then.getIntrinsics()(0, 0)) * kStep / 2;
+      EXPECT_LT(number(aim, "distance_pixels"), 1.05 * std::sqrt(2.0) * half_step);
+    }
+  }
+}
+
+TEST(AimCommand, IsWhatTheLibraryAnswersForBoxes) {
+  const PTZCameraModelPtr model = exampleModel();
+  std::mt19937_64 random(12);
+  for (int i = 0; i < 15; ++i) {
+    const auto coordinate = [&](double high) {
+      return static_cast<float>(static_cast<int>(uniform(&random, 0, high)));
+    };
+    const float box[] = {coordinate(1920), coordinate(1080), coordinate(1920), coordinate(1080)};
+    const PTZCameraModelConfiguration now(model, 100, 200, 1500);
+    int pan = 0;
+    int tilt = 0;
+    int zoom = 0;
+    ASSERT_TRUE(now.getPanTiltZoom({box[0], box[1]}, {box[2], box[3]}, &pan, &tilt, &zoom));
+    std::ostringstream arguments;
+    arguments << "--at 100,200,1500 --box " << box[0] << "," << box[1] << "," << box[2] << ","
+              << box[3];
+    const json aim = toolJson(aimExample(arguments.str()));
+    EXPECT_EQ(aim["pan"], pan);
+    EXPECT_EQ(aim["tilt"], tilt);
+    EXPECT_EQ(aim["zoom"], zoom);
+    // The library frames by the focal length alone; the lens shifts the corners by up to 10 px of
+    // principal point and 7 % of distortion inwards.
+    if (aim["box_lands"].is_null()) continue;
+    EXPECT_GT(aim["box_lands"][0].get<double>(), -25);
+    EXPECT_LT(aim["box_lands"][2].get<double>(), 1945);
+    EXPECT_GT(aim["box_lands"][1].get<double>(), -25);
+    EXPECT_LT(aim["box_lands"][3].get<double>(), 1105);
+  }
+}
+
+TEST(AimCommand, IsWhatTheLibraryAnswersForPoints) {
+  const PTZCameraModelPtr model = exampleModel();
+  const PTZCameraModelConfiguration now(model, -300, 50, 2500);
+  const Vector3_f target(4, -3, 2);
+  float pan = 0;
+  float tilt = 0;
+  ASSERT_TRUE(now.getPanTilt(target, {300, 800}, &pan, &tilt));
+  const json aim = toolJson(aimExample("--at -300,50,2500 --point 4,-3,2 --pixel 300,800"));
+  EXPECT_EQ(aim["pan"], static_cast<int>(std::round(pan)));
+  EXPECT_EQ(aim["tilt"], static_cast<int>(std::round(tilt)));
+  EXPECT_EQ(aim["wanted_at"], (json{300, 800}));
+  // Half a step, 0.00025 rad, of 2.7e3 px in both angles.
+  EXPECT_LT(number(aim, "distance_pixels"), 1.2);
+}
+
+TEST(AimCommand, HeadThatIsNotServed) {
+  PTZCameraParameters ptz = plainPtz();
+  auto* head = ptz.mutable_pan_tilt();
+  testing::storePose(testing::turnZ(45 * kRadians) * testing::readPose(head->base_to_pan()),
+                     head->mutable_base_to_pan());
+  testing::storePose(testing::readPose(head->pan_to_tilt()) * testing::turnZ(-45 * kRadians),
+                     head->mutable_pan_to_tilt());
+  const Calibration calibration(ptz);
+  expectToolRefuses(calibration.aim("--at 0,0,0 --point 5,1,4"),
+                    calibration.path() +
+                        ": the head cannot point there: Could not find solutions for pan tilt; it "
+                        "should be written in another frame, which camera-parameters show prints");
+}
+
+TEST(AimCommand, TargetsThatCannotBeReached) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(3, 500);
+  const Calibration calibration(ptz);
+  // The optical axis passes the pan axis, and a target on that, at half a metre.
+  expectToolRefuses(
+      calibration.aim("--at 0,0,0 --point 0,0,3"),
+      calibration.path() + ": the head cannot point there: Large residual error for pan tilt");
+  const Calibration plain(plainPtz());
+  expectToolRefuses(plain.aim("--at 0,0,0 --pixel 1e30,1e30"),
+                    plain.path() + ": no ray reaches pixel 1e+30,1e+30");
+}
+
+TEST(AimCommand, PixelsThatNoRayReaches) {
+  PTZCameraParameters ptz = plainPtz();
+  for (auto& sample : *ptz.mutable_intrinsics()->mutable_samples()) sample.set_k1(-0.2);
+  const Calibration calibration(ptz);
+  // No ray is seen farther out than 1.29 (1 - 0.2 * 1.67) = 0.86 focal lengths.
+  const std::string reason = calibration.path() + ": no ray reaches pixel ";
+  expectToolRefuses(calibration.aim("--at 0,0,0 --pixel 2400,540"), reason + "2400,540");
+  expectToolRefuses(calibration.aim("--at 0,0,0 --box 0,0,-500,10.5"), reason + "-500,10.5");
+  expectToolRefuses(calibration.aim("--at 0,0,0 --point 5,0,0 --pixel 960,3000"),
+                    reason + "960,3000");
+}
+
+TEST(AimCommand, PositionsWithoutALens) {
+  const Calibration calibration(plainPtz());
+  for (const char* zoom : {"11000", "12000", "2147483647"}) {
+    expectToolRefuses(calibration.aim("--at 0,0," + std::string(zoom) + " --pixel 0,0"),
+                      calibration.path() + ": zoom position " + zoom +
+                          " is at or beyond the last lens sample, where the lens is not known");
+  }
+}
+
+TEST(AimCommand, MotorsThatDoNotTurn) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_pan_tilt()->clear_pan_scale();
+  const Calibration calibration(ptz);
+  expectToolRefuses(calibration.aim("--at 0,0,0 --pixel 1,1"),
+                    calibration.path() + ": the head cannot point there: a motor's step is 0 rad");
+}
+
+TEST(AimCommand, FilesThatAreRefused) {
+  const TemporaryFolder folder;
+  const std::string at = "' --at 0,0,0 --pixel 1,1";
+  std::string path = folder.path("missing");
+  expectToolRefuses("aim '" + path + at, path + ": there is no such file");
+  path = folder.write("robot",
+                      testing::robotOf({testing::exampleCamera("a", "b910")}).SerializeAsString());
+  expectToolRefuses(
+      "aim '" + path + at,
+      path + ": holds the calibration of fixed cameras, not of a pan-tilt-zoom camera");
+  path = folder.write("empty", "");
+  expectToolRefuses("aim '" + path + at, path + ": intrinsics.samples: there are no lens samples");
+  path = folder.write("text", "intrinsics { samples { zoom: x } }");
+  expectToolRefuses("aim '" + path + at,
+                    path + ":1:30: intrinsics.samples[0].zoom: Expected double, got: x");
+}
+
+TEST(AimCommand, BadUsage) {
+  const Calibration calibration(plainPtz());
+  for (const char* arguments :
+       {"", "--at 0,0,0", "--pixel 1,1", "--at 0,0 --pixel 1,1", "--at 0,0,0.5 --pixel 1,1",
+        "--at 0,0,0 --pixel 1", "--at 0,0,0 --pixel 1,nan", "--at 0,0,0 --box 1,2,3",
+        "--at 0,0,0 --point 1,2", "--at 0,0,0 --pixel", "--at 0,0,0 --box 1,2,3,4 --pixel 1,1",
+        "--at 0,0,0 --box 1,2,3,4 --point 1,1,1", "--at 0,0,0 --at 0,0,0 --pixel 1,1",
+        "--at 0,0,0 --pixel 1,1 further"}) {
+    expectBadUsage(calibration.aim(arguments));
+  }
+  expectBadUsage("aim --at 0,0,0 --pixel 1,1");
+}
+
+}  // namespace
+}  // namespace norv

@@ -1,0 +1,160 @@
+#include "tools/input/calibration_kind.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "proto/norv_base_calibration.pb.h"
+#include "proto/norv_ptz_camera.pb.h"
+#include "proto/norv_robot_calibration.pb.h"
+#include "testing/calibration_messages.h"
+#include "testing/example_ptz.h"
+#include "tools/tool_error.h"
+
+namespace norv::tools {
+namespace {
+
+using calibration::BaseCalibrationProto;
+using calibration::PTZCameraParameters;
+using calibration::RobotCalibration;
+using testing::exampleCamera;
+using testing::examplePtz;
+using testing::robotOf;
+
+CalibrationInput inputOf(const std::string& data) { return {"FILE", data, {}}; }
+
+CalibrationKind detect(const std::string& data) {
+  CalibrationInput input = inputOf(data);
+  return parseCalibration(&input, std::nullopt).kind;
+}
+
+BaseCalibrationProto exampleBase() {
+  BaseCalibrationProto base;
+  base.set_wheel_base(0.5F);
+  base.mutable_gyroscope()->set_gain(1);
+  for (const double a : {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}) {
+    base.mutable_global_transform_adjustment()->mutable_global_transform()->add_a(a);
+  }
+  return base;
+}
+
+/// The text of the error that a function throws.
+template <class Function>
+std::string errorOf(const Function& function) {
+  try {
+    function();
+  } catch (const ToolError& error) {
+    return error.what();
+  }
+  return "no error";
+}
+
+TEST(CalibrationKind, Names) {
+  EXPECT_EQ(parseCalibrationKind("robot"), CalibrationKind::kRobot);
+  EXPECT_EQ(parseCalibrationKind("ptz"), CalibrationKind::kPtz);
+  EXPECT_EQ(parseCalibrationKind("base"), CalibrationKind::kBase);
+  for (const char* name : {"", "Robot", "robot ", "camera"}) {
+    EXPECT_FALSE(parseCalibrationKind(name)) << name;
+  }
+}
+
+TEST(CalibrationKind, IsFoundOutOfBinaryAndText) {
+  const RobotCalibration robot = robotOf({exampleCamera("a", "b910")});
+  EXPECT_EQ(detect(robot.SerializeAsString()), CalibrationKind::kRobot);
+  EXPECT_EQ(detect(robot.DebugString()), CalibrationKind::kRobot);
+  EXPECT_EQ(detect(examplePtz().SerializeAsString()), CalibrationKind::kPtz);
+  EXPECT_EQ(detect(examplePtz().DebugString()), CalibrationKind::kPtz);
+  EXPECT_EQ(detect(exampleBase().SerializeAsString()), CalibrationKind::kBase);
+  EXPECT_EQ(detect(exampleBase().DebugString()), CalibrationKind::kBase);
+}
+
+TEST(CalibrationKind, OfPartsOfACalibration) {
+  PTZCameraParameters head;
+  *head.mutable_pan_tilt() = testing::exampleHead();
+  EXPECT_EQ(detect(head.SerializeAsString()), CalibrationKind::kPtz);
+  PTZCameraParameters lens;
+  *lens.mutable_intrinsics() = testing::exampleLens();
+  EXPECT_EQ(detect(lens.SerializeAsString()), CalibrationKind::kPtz);
+  BaseCalibrationProto width;
+  width.set_base_width(1);
+  EXPECT_EQ(detect(width.SerializeAsString()), CalibrationKind::kBase);
+}
+
+TEST(CalibrationKind, WhatFitsAllIsARobot) {
+  EXPECT_EQ(detect(""), CalibrationKind::kRobot);
+  EXPECT_EQ(detect("# nothing but a comment\n"), CalibrationKind::kRobot);
+  // A message of field 1 that is empty: a camera or a lens without anything.
+  EXPECT_EQ(detect(std::string("\x0a\x00", 2)), CalibrationKind::kRobot);
+}
+
+TEST(CalibrationKind, FieldsOfALaterVersionDoNotMatter) {
+  RobotCalibration robot = robotOf({exampleCamera("a", "b910")});
+  robot.GetReflection()->MutableUnknownFields(&robot)->AddVarint(77, 1);
+  EXPECT_EQ(detect(robot.SerializeAsString()), CalibrationKind::kRobot);
+  PTZCameraParameters ptz = examplePtz();
+  ptz.GetReflection()->MutableUnknownFields(&ptz)->AddVarint(77, 1);
+  EXPECT_EQ(detect(ptz.SerializeAsString()), CalibrationKind::kPtz);
+}
+
+TEST(CalibrationKind, ErrorsOfATextAreThoseOfTheKindThatItResembles) {
+  const auto error = [](const std::string& text) { return errorOf([&] { detect(text); }); };
+  EXPECT_EQ(error("wheel_base: 1\nbase_width: \"x\"\n"),
+            "FILE:2:13: base_width: Expected double, got: \"x\"");
+  EXPECT_EQ(error("pan_tilt {\n  pan_scale: 1\n  pan_scael: 2\n}\n"),
+            "FILE:3:12: pan_tilt.pan_scael: Message type "
+            "\"norv.calibration.PanTiltSystemParameters\" has no field named \"pan_scael\".");
+  EXPECT_EQ(error(std::string("\xff\x00", 2)),
+            "FILE: neither a binary nor a text-format RobotCalibration");
+}
+
+TEST(CalibrationKind, GivenKindIsTaken) {
+  CalibrationInput input = inputOf("");
+  EXPECT_EQ(parseCalibration(&input, CalibrationKind::kBase).kind, CalibrationKind::kBase);
+  input = inputOf(examplePtz().SerializeAsString());
+  const ParsedCalibration parsed = parseCalibration(&input, CalibrationKind::kBase);
+  EXPECT_EQ(parsed.kind, CalibrationKind::kBase);
+  EXPECT_EQ(parsed.message->GetDescriptor(), BaseCalibrationProto::descriptor());
+  input = inputOf(examplePtz().DebugString());
+  EXPECT_EQ(errorOf([&] { parseCalibration(&input, CalibrationKind::kBase); }),
+            "FILE:1:12: intrinsics: Message type \"norv.calibration.BaseCalibrationProto\" has no "
+            "field named \"intrinsics\".");
+}
+
+TEST(CalibrationKind, BinaryOfAnotherKindIsRefusedWhereOneIsExpected) {
+  RobotCalibration robot;
+  BaseCalibrationProto base;
+  CalibrationInput input = inputOf(exampleBase().SerializeAsString());
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kRobot, &robot); }),
+            "FILE: holds the calibration of a mobile base, not of fixed cameras");
+  input = inputOf(examplePtz().SerializeAsString());
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kBase, &base); }),
+            "FILE: holds the calibration of a pan-tilt-zoom camera, not of a mobile base");
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kRobot, &robot); }),
+            "FILE: holds the calibration of a pan-tilt-zoom camera, not of fixed cameras");
+}
+
+TEST(CalibrationKind, ExpectedKindIsParsed) {
+  BaseCalibrationProto base;
+  CalibrationInput input = inputOf("");
+  EXPECT_EQ(parseExpected(&input, CalibrationKind::kBase, &base), InputFormat::kBinary);
+  input = inputOf(exampleBase().SerializeAsString());
+  EXPECT_EQ(parseExpected(&input, CalibrationKind::kBase, &base), InputFormat::kBinary);
+  EXPECT_EQ(base.SerializeAsString(), exampleBase().SerializeAsString());
+  input = inputOf(exampleBase().DebugString());
+  EXPECT_EQ(parseExpected(&input, CalibrationKind::kBase, &base), InputFormat::kText);
+  EXPECT_EQ(base.SerializeAsString(), exampleBase().SerializeAsString());
+}
+
+TEST(CalibrationKind, UnknownFieldsAreCountedAtEveryDepth) {
+  RobotCalibration robot = robotOf({exampleCamera("a", "x"), exampleCamera("b", "x")});
+  EXPECT_EQ(countUnknownFields(robot), 0);
+  robot.GetReflection()->MutableUnknownFields(&robot)->AddVarint(77, 1);
+  auto* lens = robot.mutable_camera_calibration(1)->mutable_intrinsics();
+  lens->GetReflection()->MutableUnknownFields(lens)->AddFixed32(78, 1);
+  lens->GetReflection()->MutableUnknownFields(lens)->AddFixed32(79, 1);
+  EXPECT_EQ(countUnknownFields(robot), 3);
+}
+
+}  // namespace
+}  // namespace norv::tools

@@ -1,0 +1,256 @@
+#include "tools/output/atomic_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "testing/temporary_folder.h"
+#include "tools/tool_error.h"
+
+namespace norv::tools {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TemporaryFolder;
+
+std::string contentsOf(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+int entriesOf(const std::string& folder) {
+  return static_cast<int>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+}
+
+int permissionsOf(const std::string& path) {
+  struct stat status = {};
+  EXPECT_EQ(::stat(path.c_str(), &status), 0);
+  return static_cast<int>(status.st_mode & 07777);
+}
+
+/// The text of the error of a write, or "written".
+std::string errorOf(const std::string& path, const std::string& contents = "new") {
+  try {
+    writeFileAtomically(path, contents);
+  } catch (const ToolError& error) {
+    return error.what();
+  }
+  return "written";
+}
+
+/// While it lives, the user is one without rights of their own, if the tests run as one who may do
+/// everything.
+class ScopedOrdinaryUser {
+ public:
+  ScopedOrdinaryUser() : user_(::geteuid()) {
+    if (user_ == 0) {
+      EXPECT_EQ(::seteuid(65534), 0);
+    }
+  }
+  ScopedOrdinaryUser(const ScopedOrdinaryUser&) = delete;
+  ScopedOrdinaryUser& operator=(const ScopedOrdinaryUser&) = delete;
+  ~ScopedOrdinaryUser() { EXPECT_EQ(::seteuid(user_), 0); }
+
+ private:
+  uid_t user_;
+};
+
+/// While it lives, files cannot grow beyond a size.
+class ScopedFileSizeLimit {
+ public:
+  explicit ScopedFileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &before_), 0);
+    const rlimit limit = {bytes, before_.rlim_max};
+    EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+  }
+  ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
+  ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
+  ~ScopedFileSizeLimit() {
+    EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &before_), 0);
+    std::signal(SIGXFSZ, handler_);
+  }
+
+ private:
+  rlimit before_ = {};
+  void (*handler_)(int);
+};
+
+TEST(AtomicFile, MakesAFileWithOrdinaryPermissions) {
+  const TemporaryFolder folder;
+  const mode_t mask = ::umask(027);
+  writeFileAtomically(folder.path("new"), std::string("a\0b\n", 4));
+  ::umask(mask);
+  EXPECT_EQ(contentsOf(folder.path("new")), std::string("a\0b\n", 4));
+  EXPECT_EQ(permissionsOf(folder.path("new")), 0640);
+  EXPECT_EQ(entriesOf(folder.path()), 1);
+}
+
+TEST(AtomicFile, ReplacesAFileAndKeepsItsPermissions) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old and longer");
+  for (const int permissions : {0600, 0644, 0755, 0660}) {
+    ASSERT_EQ(::chmod(path.c_str(), static_cast<mode_t>(permissions)), 0);
+    writeFileAtomically(path, "new");
+    EXPECT_EQ(contentsOf(path), "new");
+    EXPECT_EQ(permissionsOf(path), permissions);
+  }
+  writeFileAtomically(path, "");
+  EXPECT_EQ(contentsOf(path), "");
+  EXPECT_EQ(entriesOf(folder.path()), 1);
+}
+
+TEST(AtomicFile, LargeContents) {
+  const TemporaryFolder folder;
+  const std::string contents(8'000'000, 'x');
+  writeFileAtomically(folder.path("file"), contents);
+  EXPECT_TRUE(contentsOf(folder.path("file")) == contents);
+}
+
+TEST(AtomicFile, NameAsLongAsNamesCanBe) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path(std::string(255, 'n'));
+  writeFileAtomically(path, "new");
+  EXPECT_EQ(contentsOf(path), "new");
+}
+
+TEST(AtomicFile, PathWithoutAFolder) {
+  const TemporaryFolder folder;
+  const fs::path before = fs::current_path();
+  fs::current_path(folder.path());
+  writeFileAtomically("file", "new");
+  fs::current_path(before);
+  EXPECT_EQ(contentsOf(folder.path("file")), "new");
+}
+
+TEST(AtomicFile, LinkStays) {
+  const TemporaryFolder folder;
+  fs::create_directory(folder.path("inner"));
+  folder.write("inner/file", "old");
+  fs::create_symlink("inner/file", folder.path("relative"));
+  fs::create_symlink(folder.path("relative"), folder.path("chain"));
+  writeFileAtomically(folder.path("chain"), "new");
+  EXPECT_EQ(contentsOf(folder.path("inner/file")), "new");
+  EXPECT_TRUE(fs::is_symlink(folder.path("chain")));
+  EXPECT_TRUE(fs::is_symlink(folder.path("relative")));
+  EXPECT_EQ(entriesOf(folder.path()), 3);
+  EXPECT_EQ(entriesOf(folder.path("inner")), 1);
+}
+
+TEST(AtomicFile, LinkToAFileThatIsNotThereYet) {
+  const TemporaryFolder folder;
+  fs::create_symlink("target", folder.path("link"));
+  writeFileAtomically(folder.path("link"), "new");
+  EXPECT_TRUE(fs::is_symlink(folder.path("link")));
+  EXPECT_FALSE(fs::is_symlink(folder.path("target")));
+  EXPECT_EQ(contentsOf(folder.path("target")), "new");
+}
+
+TEST(AtomicFile, LinksInACircle) {
+  const TemporaryFolder folder;
+  fs::create_symlink("b", folder.path("a"));
+  fs::create_symlink("a", folder.path("b"));
+  EXPECT_EQ(errorOf(folder.path("a")),
+            folder.path("a") + ": cannot be written: Too many levels of symbolic links");
+  EXPECT_EQ(entriesOf(folder.path()), 2);
+}
+
+TEST(AtomicFile, OtherNamesOfTheFileKeepTheOldContents) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  fs::create_hard_link(path, folder.path("other"));
+  writeFileAtomically(path, "new");
+  EXPECT_EQ(contentsOf(path), "new");
+  EXPECT_EQ(contentsOf(folder.path("other")), "old");
+}
+
+TEST(AtomicFile, WhatIsNoFileIsRefused) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(errorOf(folder.path()), folder.path() + ": cannot be written: not a regular file");
+  EXPECT_EQ(errorOf("/dev/null"), "/dev/null: cannot be written: not a regular file");
+  const std::string fifo = folder.path("fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_EQ(errorOf(fifo), fifo + ": cannot be written: not a regular file");
+  EXPECT_EQ(entriesOf(folder.path()), 1);
+}
+
+TEST(AtomicFile, FolderThatIsNotThere) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("missing/file");
+  EXPECT_EQ(errorOf(path), path + ": cannot be written: No such file or directory");
+  folder.write("file", "old");
+  EXPECT_EQ(errorOf(folder.path("file/inner")),
+            folder.path("file/inner") + ": cannot be written: Not a directory");
+  EXPECT_EQ(contentsOf(folder.path("file")), "old");
+}
+
+TEST(AtomicFile, WriteProtectedFileIsLeftAlone) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+  {
+    const ScopedOrdinaryUser user;
+    EXPECT_EQ(errorOf(path), path + ": cannot be written: Permission denied");
+  }
+  EXPECT_EQ(contentsOf(path), "old");
+  EXPECT_EQ(entriesOf(folder.path()), 1);
+}
+
+TEST(AtomicFile, FolderWithoutPermission) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+  ASSERT_EQ(::chmod(folder.path().c_str(), 0555), 0);
+  {
+    const ScopedOrdinaryUser user;
+    EXPECT_EQ(errorOf(path), path + ": cannot be written: Permission denied");
+    EXPECT_EQ(errorOf(folder.path("new")),
+              folder.path("new") + ": cannot be written: Permission denied");
+  }
+  EXPECT_EQ(contentsOf(path), "old");
+  ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+}
+
+TEST(AtomicFile, OldContentsStayWhenTheNewOnesDoNotFit) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "old");
+  {
+    const ScopedFileSizeLimit limit(1000);
+    EXPECT_EQ(errorOf(path, std::string(5000, 'x')), path + ": cannot be written: File too large");
+    EXPECT_EQ(errorOf(folder.path("other"), std::string(5000, 'x')),
+              folder.path("other") + ": cannot be written: File too large");
+  }
+  EXPECT_EQ(contentsOf(path), "old");
+  EXPECT_EQ(entriesOf(folder.path()), 1);
+}
+
+TEST(AtomicFile, ReadersSeeOneOrTheOther) {
+  const TemporaryFolder folder;
+  const std::string contents[] = {std::string(200'000, 'a'), std::string(150'000, 'b')};
+  const std::string path = folder.write("file", contents[0]);
+  std::atomic<bool> done = false;
+  std::thread writer([&] {
+    for (int i = 1; i <= 60; ++i) writeFileAtomically(path, contents[i % 2]);
+    done = true;
+  });
+  int others = 0;
+  while (!done) {
+    const std::string seen = contentsOf(path);
+    if (seen != contents[0] && seen != contents[1]) ++others;
+  }
+  writer.join();
+  EXPECT_EQ(others, 0);
+}
+
+}  // namespace
+}  // namespace norv::tools

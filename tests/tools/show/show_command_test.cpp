@@ -1,0 +1,300 @@
+// The verb `show`, run as the user runs it.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "testing/calibration_messages.h"
+#include "testing/run_program.h"
+#include "testing/temporary_folder.h"
+#include "tests/tools/run_tool.h"
+
+namespace norv {
+namespace {
+
+using calibration::CameraCalibration;
+using nlohmann::json;
+using testing::exampleCamera;
+using ::testing::HasSubstr;
+using testing::ProgramResult;
+using testing::robotOf;
+using testing::runProgram;
+using ::testing::StartsWith;
+using testing::TemporaryFolder;
+
+ProgramResult tool(const std::string& arguments) { return testing::runTool(arguments); }
+
+/// Expects that a file is refused with this line and nothing else.
+void expectRefused(const std::string& path, const std::string& reason) {
+  testing::expectToolRefuses("show '" + path + "'", reason);
+}
+
+/// A camera whose numbers are all exact in decimal.
+CameraCalibration plainCamera(const std::string& name) {
+  CameraCalibration camera = exampleCamera(name, "lab");
+  for (int i = 0; i < 6; ++i) camera.mutable_intrinsics()->set_radial(i, 0.125 * (i + 1));
+  for (int i = 0; i < 2; ++i) camera.mutable_intrinsics()->set_tangential(i, -0.25 * i);
+  camera.mutable_extrinsics()->set_a(3, 1500);
+  return camera;
+}
+
+TEST(ShowCommand, TableOfAFile) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot.txt", robotOf({plainCamera("lab")}).DebugString());
+  const ProgramResult result = tool("show '" + path + "'");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_EQ(
+      result.output,
+      path +
+          ": 1 camera\n"
+          "\n"
+          "lab   model \"lab\", full frame 1280x960, centre on the robot (-1.5000, 0.0000, "
+          "0.0000) m\n"
+          "  camera from robot  1.000000  0.000000  0.000000  1.5000 m\n"
+          "                     0.000000  1.000000  0.000000  0.0000 m\n"
+          "                     0.000000  0.000000  1.000000  0.0000 m\n"
+          "  size            fx        fy   skew       cx       cy        k1        k2        p1"
+          "         p2        k3        k4        k5        k6\n"
+          "  1280x960  1000.000  1000.000  0.000  640.000  480.000  0.125000  0.250000  0.000000"
+          "  -0.250000  0.375000  0.500000  0.625000  0.750000\n");
+}
+
+TEST(ShowCommand, DefaultCalibrationIsNamedAsSuch) {
+  const ProgramResult result = tool("show");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, StartsWith("compiled-in default calibration: 2 cameras\n"));
+  for (const char* expected :
+       {"head_camera   model \"mk512h\"", "navigation_camera   model \"mk513n\"", "\n  640x480 ",
+        "\n  1280x960 ", "\n  1280x720 "}) {
+    EXPECT_THAT(result.output, HasSubstr(expected));
+  }
+}
+
+TEST(ShowCommand, BinaryAndTextShowTheSame) {
+  const TemporaryFolder folder;
+  const auto robot = robotOf({plainCamera("a"), exampleCamera("b", "b910")});
+  folder.write("text", robot.DebugString());
+  folder.write("binary", robot.SerializeAsString());
+  const ProgramResult text = runProgram(
+      "cd '" + folder.path() + "'; '" CAMERA_PARAMETERS_TOOL "' show text --json | grep -v source");
+  const ProgramResult binary =
+      runProgram("cd '" + folder.path() +
+                 "'; '" CAMERA_PARAMETERS_TOOL "' show binary --json | grep -v source");
+  EXPECT_GT(text.output.size(), 1000U);
+  EXPECT_EQ(text.output, binary.output);
+}
+
+TEST(ShowCommand, OneCameraAndOneSize) {
+  const ProgramResult result = tool("show --camera navigation_camera --size 1280x720");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output.find("head_camera"), std::string::npos);
+  EXPECT_EQ(result.output.find("640x480"), std::string::npos);
+  EXPECT_EQ(result.output.find("(scaled)"), std::string::npos);
+  EXPECT_THAT(result.output, HasSubstr("\n  1280x720  905.000  905.000  0.000  640.000  360.000 "));
+}
+
+TEST(ShowCommand, SizeThatTheCameraDoesNotDeliver) {
+  const ProgramResult result = tool("show --camera navigation_camera --size 320x240");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, HasSubstr("\n  320x240  226.250  226.250  0.000  160.000  120.000 "));
+  EXPECT_THAT(result.output, HasSubstr("(scaled)\n"));
+}
+
+TEST(ShowCommand, JsonForPrograms) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot", robotOf({plainCamera("lab")}).SerializeAsString());
+  const ProgramResult result = tool("show --json '" + path + "' --size 640x480");
+  EXPECT_EQ(result.status, 0);
+  const json expected = {
+      {"source", path},
+      {"cameras",
+       {{{"name", "lab"},
+         {"model", "lab"},
+         {"full_frame_size", {1280, 960}},
+         {"camera_from_robot",
+          {{1.0, 0.0, 0.0, 1.5}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}},
+         {"center_on_robot", {-1.5, 0.0, 0.0}},
+         {"intrinsics",
+          {{{"width", 640},
+            {"height", 480},
+            {"camera_matrix", {{500.0, 0.0, 320.0}, {0.0, 500.0, 240.0}, {0.0, 0.0, 1.0}}},
+            {"distortion", {0.125, 0.25, 0.0, -0.25, 0.375, 0.5, 0.625, 0.75}},
+            {"scaled_from_full_frame", true}}}}}}}};
+  EXPECT_EQ(json::parse(result.output), expected);
+}
+
+TEST(ShowCommand, JsonOfStrangeValues) {
+  CameraCalibration camera = plainCamera("\xff\"\n");
+  camera.mutable_intrinsics()->set_fx(std::nan(""));
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot", robotOf({camera}).SerializeAsString());
+  const ProgramResult result = tool("show --json '" + path + "'");
+  EXPECT_EQ(result.status, 0);
+  const json document = json::parse(result.output);
+  EXPECT_EQ(document["cameras"][0]["name"], "\xef\xbf\xbd\"\n");
+  EXPECT_TRUE(document["cameras"][0]["intrinsics"][0]["camera_matrix"][0][0].is_null());
+}
+
+TEST(ShowCommand, EmptyCalibration) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("empty", "");
+  const ProgramResult result = tool("show '" + path + "'");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, path + ": 0 cameras\n");
+}
+
+TEST(ShowCommand, FilesThatCannotBeRead) {
+  const TemporaryFolder folder;
+  expectRefused(folder.path("missing"), folder.path("missing") + ": there is no such file");
+  expectRefused(folder.path("missing/file"),
+                folder.path("missing/file") + ": there is no such file");
+  expectRefused(folder.path(), folder.path() + ": is a folder");
+  expectRefused("", ": there is no such file");
+  expectRefused("/dev/zero", "/dev/zero: cannot be read as a file of at most 2 GiB");
+}
+
+TEST(ShowCommand, FilesThatAreNoCalibration) {
+  const TemporaryFolder folder;
+  std::string path = folder.write("binary", std::string("\xff\x00\x01", 3));
+  expectRefused(path, path + ": neither a binary nor a text-format RobotCalibration");
+  path = folder.write("unknown", "camera_calibration {\n  nme: \"x\"\n}\n");
+  expectRefused(path, path +
+                          ":2:6: camera_calibration[0].nme: Message type "
+                          "\"norv.calibration.CameraCalibration\" has no field named \"nme\".");
+  path = folder.write("type", "camera_calibration {\n  intrinsics {\n    width: \"x\"\n  }\n}\n");
+  expectRefused(path, path +
+                          ":3:12: camera_calibration[0].intrinsics.width: Expected integer, got: "
+                          "\"x\"");
+  path = folder.write("other", "hello: world");
+  expectRefused(path, path +
+                          ":1:6: hello: Message type \"norv.calibration.RobotCalibration\" has no "
+                          "field named \"hello\".");
+}
+
+TEST(ShowCommand, CamerasThatAreRejected) {
+  const TemporaryFolder folder;
+  CameraCalibration camera = plainCamera("bad");
+  camera.mutable_intrinsics()->mutable_radial()->Truncate(5);
+  std::string path =
+      folder.write("radial", robotOf({plainCamera("good"), camera}).SerializeAsString());
+  expectRefused(path, path +
+                          ": camera_calibration[1].intrinsics.radial: holds 5 values, at least 6 "
+                          "are needed");
+  camera = plainCamera("bad");
+  camera.mutable_intrinsics()->clear_tangential();
+  path = folder.write("tangential", robotOf({camera}).SerializeAsString());
+  expectRefused(path, path +
+                          ": camera_calibration[0].intrinsics.tangential: holds 0 values, at least "
+                          "2 are needed");
+  camera = plainCamera("bad");
+  camera.mutable_intrinsics()->clear_height();
+  path = folder.write("size", robotOf({camera}).SerializeAsString());
+  expectRefused(path, path +
+                          ": camera_calibration[0].intrinsics: needs width and height, since model "
+                          "\"lab\" is not known");
+  camera = plainCamera("bad");
+  camera.set_model("mk512h");
+  path = folder.write("samples", robotOf({camera}).SerializeAsString());
+  expectRefused(path, path +
+                          ": camera_calibration[0].intrinsics.samples: Can not find calibration "
+                          "sample points to recompute intrinsics parameters.");
+}
+
+TEST(ShowCommand, RejectedCameraOfATextHasItsPlace) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot.txt",
+                                        "camera_calibration {\n"
+                                        "  name: \"bad\"\n"
+                                        "  intrinsics {\n"
+                                        "    radial: [1, 2, 3, 4, 5, 6]\n"
+                                        "    tangential: [1, 2]\n"
+                                        "  }\n"
+                                        "  extrinsics { a: [1, 2, 3] }\n"
+                                        "}\n");
+  expectRefused(path, path +
+                          ":7:16: camera_calibration[0].extrinsics.a: holds 3 values, at least 12 "
+                          "are needed");
+}
+
+TEST(ShowCommand, UnknownCamera) {
+  const ProgramResult result = tool("show --camera Head_Camera");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(
+      result.errors,
+      "camera-parameters: compiled-in default calibration: no camera \"Head_Camera\" (there are: "
+      "head_camera, navigation_camera)\n");
+}
+
+TEST(ShowCommand, UnknownCameraAmongMany) {
+  const TemporaryFolder folder;
+  calibration::RobotCalibration robot;
+  for (int i = 0; i < 23; ++i) *robot.add_camera_calibration() = plainCamera(std::to_string(i));
+  robot.mutable_camera_calibration(1)->set_name("one\n\x1b[31m");
+  const std::string path = folder.write("robot", robot.SerializeAsString());
+  testing::expectToolRefuses(
+      "show --camera x '" + path + "'",
+      path +
+          ": no camera \"x\" (there are: 0, one\\x0a\\x1b[31m, 2, 3, 4, 5, 6, 7, "
+          "8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19 and 3 more)");
+}
+
+TEST(ShowCommand, NamesCannotForgeLines) {
+  const TemporaryFolder folder;
+  const std::string path =
+      folder.write("robot", robotOf({plainCamera("a\nb\t")}).SerializeAsString());
+  const ProgramResult result = tool("show '" + path + "'");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, HasSubstr("\na\\x0ab\\x09   model \"lab\""));
+}
+
+TEST(ShowCommand, TextThatIsNestedTooDeeply) {
+  const TemporaryFolder folder;
+  std::string text;
+  for (int i = 0; i < 200; ++i) text += "camera_calibration {";
+  const ProgramResult result = tool("show '" + folder.write("deep", text) + "'");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "");
+  EXPECT_THAT(result.errors, StartsWith("camera-parameters: " + folder.path("deep") + ":1:"));
+}
+
+TEST(ShowCommand, OutputThatCannotBeWritten) {
+  const ProgramResult result = tool("show > /dev/full");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.errors, "camera-parameters: cannot write to standard output\n");
+}
+
+TEST(ToolUsage, BadUsageIsStatusTwo) {
+  for (const char* arguments :
+       {"", "frobnicate", "show --frobnicate", "show a b", "show --size", "show --size 640",
+        "show --size 640x", "show --size x480", "show --size 640x480x2", "show --size -1x2",
+        "show --size 0x480", "show --size 99999999999x1", "show --camera"}) {
+    const ProgramResult result = tool(arguments);
+    EXPECT_EQ(result.status, 2) << arguments;
+    EXPECT_EQ(result.output, "") << arguments;
+    EXPECT_NE(result.errors, "") << arguments;
+  }
+}
+
+TEST(ToolUsage, Version) {
+  const ProgramResult result = tool("--version");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, ::testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(ToolUsage, Help) {
+  const ProgramResult result = tool("show --help");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, HasSubstr("--size WxH"));
+}
+
+}  // namespace
+}  // namespace norv

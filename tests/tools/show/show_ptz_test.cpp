@@ -1,0 +1,311 @@
+// The verb `show` on a pan-tilt-zoom camera, run as the user runs it.
+
+#include <gmock/gmock.h>
+#include <google/protobuf/text_format.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "testing/example_ptz.h"
+#include "testing/random_head.h"
+#include "testing/temporary_folder.h"
+#include "tests/tools/run_tool.h"
+
+namespace norv {
+namespace {
+
+using calibration::PTZCameraParameters;
+using nlohmann::json;
+using testing::examplePtz;
+using testing::expectToolRefuses;
+using ::testing::HasSubstr;
+using testing::kRadians;
+using ::testing::Not;
+using ::testing::StartsWith;
+using testing::storePose;
+using testing::TemporaryFolder;
+using testing::toolJson;
+using testing::toolOutput;
+using testing::turnZ;
+
+/// Two lens samples without distortion, 90 and 53.13 degrees across, and the example head without
+/// upper limits.
+PTZCameraParameters plainPtz() {
+  PTZCameraParameters ptz = examplePtz();
+  calibration::PTZIntrinsicsTable* lens = ptz.mutable_intrinsics();
+  *lens = testing::pinholeLens();
+  lens->mutable_samples()->DeleteSubrange(2, lens->samples_size() - 2);
+  lens->mutable_samples(0)->set_focal_length(960);
+  lens->mutable_samples(1)->set_focal_length(1920);
+  ptz.mutable_pan_tilt()->clear_max_pan();
+  ptz.mutable_pan_tilt()->clear_max_tilt();
+  ptz.mutable_pan_tilt()->set_home_tilt(1000);
+  return ptz;
+}
+
+/// The head turned in its own description: the same poses, the optical axis at this azimuth.
+PTZCameraParameters turnedPtz(double azimuth) {
+  PTZCameraParameters ptz = examplePtz();
+  calibration::PanTiltSystemParameters* head = ptz.mutable_pan_tilt();
+  storePose(turnZ(azimuth) * testing::readPose(head->base_to_pan()), head->mutable_base_to_pan());
+  storePose(testing::readPose(head->pan_to_tilt()) * turnZ(-azimuth), head->mutable_pan_to_tilt());
+  return ptz;
+}
+
+TEST(ShowPtz, WholeText) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz.txt", plainPtz().DebugString());
+  // 2 atan(540 / 960) = 58.72 degrees, 2 atan(0.5) = 53.13, 2 atan(540 / 1920) = 31.42; 5934 steps
+  // of 0.0005 rad are 170.00 degrees, 1047 are 29.99, 1000 are 28.65.
+  EXPECT_EQ(
+      toolOutput("show '" + path + "'"),
+      path +
+          ": pan-tilt-zoom camera\n"
+          "\n"
+          "lens, image 1920x1080, zoom position 0 and every 1000 steps\n"
+          "  zoom  factor  focal px       view deg      cx      cy       k1       k4        p1"
+          "        p2\n"
+          "  0      1.000     960.0  90.00 x 58.72  960.00  540.00  0.00000  0.00000  0.000000"
+          "  0.000000\n"
+          "  1000   2.000    1920.0  53.13 x 31.42  960.00  540.00  0.00000  0.00000  0.000000"
+          "  0.000000\n"
+          "  the lens is known before the last sample, zoom position 1000, only\n"
+          "\n"
+          "head\n"
+          "  base to pan     1.000000  0.000000   0.000000  -0.1000 m\n"
+          "                  0.000000  1.000000   0.000000   0.0000 m\n"
+          "                  0.000000  0.000000   1.000000  -1.2000 m\n"
+          "  pan to tilt     1.000000  0.000000   0.000000  -0.0250 m\n"
+          "                  0.000000  0.000000  -1.000000   0.0600 m\n"
+          "                  0.000000  1.000000   0.000000   0.0000 m\n"
+          "  tilt to camera  0.000000  0.000000  -1.000000   0.0020 m\n"
+          "                  0.000000  1.000000   0.000000   0.0120 m\n"
+          "                  1.000000  0.000000   0.000000  -0.0300 m\n"
+          "\n"
+          "  motor        step  zero               lowest  highest              home\n"
+          "  pan    0.0005 rad     0  -5934 (-170.00 deg)     none              none\n"
+          "  tilt   0.0005 rad     0   -1047 (-29.99 deg)     none  1000 (28.65 deg)\n"
+          "\n"
+          "pointing (docs/pan_tilt_heads.md)\n"
+          "  optical axis at zero tilt, in the pan frame: azimuth 0.00 deg, elevation 0.00 deg, "
+          "2.00 mm from the pan axis\n"
+          "  tilt axis: 0.00 deg from square to both of them\n"
+          "  tilt angles from -90 to 90 deg are found\n"
+          "  this head is served, targets on the pan axis included\n");
+}
+
+TEST(ShowPtz, BinaryAndTextShowTheSame) {
+  const TemporaryFolder folder;
+  const std::string text = folder.write("text", examplePtz().DebugString());
+  const std::string binary = folder.write("binary", examplePtz().SerializeAsString());
+  json of_text = toolJson("show '" + text + "'");
+  json of_binary = toolJson("show '" + binary + "'");
+  EXPECT_EQ(of_text["source"], text);
+  EXPECT_EQ(of_binary["source"], binary);
+  of_text.erase("source");
+  of_binary.erase("source");
+  EXPECT_EQ(of_text, of_binary);
+}
+
+TEST(ShowPtz, JsonForPrograms) {
+  const TemporaryFolder folder;
+  const json document =
+      toolJson("show '" + folder.write("ptz", plainPtz().SerializeAsString()) + "' --kind ptz");
+  EXPECT_EQ(document["image_size"], (json{1920, 1080}));
+  EXPECT_EQ(document["zoom_interval"], 1000);
+  EXPECT_EQ(document["samples"].size(), 2U);
+  const json& sample = document["samples"][1];
+  EXPECT_EQ(sample["zoom"], 1000);
+  EXPECT_EQ(sample["zoom_factor"], 2);
+  EXPECT_EQ(sample["principal_point"], (json{960, 540}));
+  EXPECT_NEAR(sample["view_degrees"][0].get<double>(), 2 * std::atan(0.5) / kRadians, 1e-5);
+  EXPECT_EQ(document["notes"], json::array());
+  EXPECT_EQ(document["pan_to_tilt"][1][2], -1);
+  EXPECT_EQ(document["pan_range"], (json{-5934, nullptr}));
+  EXPECT_EQ(document["tilt_range"], (json{-1047, nullptr}));
+  EXPECT_EQ(document["home"], (json{nullptr, 1000}));
+  EXPECT_EQ(document["optical_axis_azimuth_degrees"], 0);
+  EXPECT_EQ(document["optical_axis_elevation_degrees"], 0);
+  EXPECT_NEAR(document["optical_axis_from_pan_axis_metres"].get<double>(), 0.002, 1e-12);
+  EXPECT_EQ(document["tilt_axis_error_degrees"], 0);
+  EXPECT_EQ(document["pointing_notes"], json::array());
+  EXPECT_TRUE(document["better_pan_tilt"].is_null());
+}
+
+TEST(ShowPtz, ViewThroughADistortedLens) {
+  // Inverting (1 + k1 s) / (1 + k4 s) for a point 1 away from the axis: at k1 = -0.1 and k4 = 0.2,
+  // r = 1 is seen at 0.9 / 1.2 = 0.75 focal lengths, so that 960 px are 45 degrees at f = 1280.
+  PTZCameraParameters ptz = plainPtz();
+  for (auto& sample : *ptz.mutable_intrinsics()->mutable_samples()) {
+    sample.set_focal_length(1280);
+    sample.set_k1(-0.1);
+    sample.set_k4(0.2);
+  }
+  const TemporaryFolder folder;
+  const json document = toolJson("show '" + folder.write("ptz", ptz.SerializeAsString()) + "'");
+  EXPECT_NEAR(document["samples"][0]["view_degrees"][0].get<double>(), 90, 1e-5);
+}
+
+TEST(ShowPtz, ViewThatTheLensDoesNotReach) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_intrinsics()->mutable_samples(0)->set_k1(-1);
+  const TemporaryFolder folder;
+  const json document = toolJson("show '" + folder.write("ptz", ptz.SerializeAsString()) + "'");
+  EXPECT_TRUE(document["samples"][0]["view_degrees"][0].is_null());
+}
+
+TEST(ShowPtz, TablesThatAreNotAsTheLibraryTakesThem) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_intrinsics()->mutable_samples(1)->set_zoom(900);
+  ptz.mutable_intrinsics()->mutable_samples(1)->set_focal_length(960);
+  const TemporaryFolder folder;
+  EXPECT_EQ(toolJson("show '" + folder.write("a", ptz.SerializeAsString()) + "'")["notes"],
+            (json{"samples 0 and 1 do not increase in zoom and focal length",
+                  "sample 1 is at zoom 900, where zoom_start and zoom_interval say 1000"}));
+  ptz.mutable_intrinsics()->mutable_samples()->RemoveLast();
+  EXPECT_EQ(toolJson("show '" + folder.write("b", ptz.SerializeAsString()) + "'")["notes"],
+            (json{"a single sample gives a lens at no zoom position"}));
+}
+
+TEST(ShowPtz, HeadThatPointingDoesNotServe) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", turnedPtz(60 * kRadians).SerializeAsString());
+  const std::string text = toolOutput("show '" + path + "'");
+  EXPECT_THAT(text,
+              HasSubstr("azimuth 60.00 deg, elevation 0.00 deg, 2.00 mm from the pan axis\n"));
+  EXPECT_THAT(text, HasSubstr("  note: the azimuth is neither 0 nor 180 deg: targets are missed"));
+  EXPECT_THAT(text, Not(HasSubstr("this head is served")));
+  EXPECT_THAT(text, HasSubstr("\nthe same head in a frame that pointing serves, every pose as it "
+                              "was:\n\npan_tilt {\n  base_to_pan {\n"));
+}
+
+TEST(ShowPtz, BlockToPasteIsTheSameHeadInAServedFrame) {
+  const TemporaryFolder folder;
+  for (const double azimuth : {30.0, 90.0, -135.0, 179.0}) {
+    const PTZCameraParameters ptz = turnedPtz(azimuth * kRadians);
+    const std::string path = folder.write("ptz", ptz.SerializeAsString());
+    const std::string text = toolOutput("show '" + path + "'");
+    const std::string block = text.substr(text.find("\npan_tilt {") + 1);
+    EXPECT_EQ(toolJson("show '" + path + "'")["better_pan_tilt"], block);
+
+    PTZCameraParameters pasted;
+    ASSERT_TRUE(google::protobuf::TextFormat::ParseFromString(block, &pasted));
+    *pasted.mutable_intrinsics() = ptz.intrinsics();
+    // turnedPtz turned the example head, whose azimuth is 0. Stored to 12 decimals.
+    for (int i = 0; i < 12; ++i) {
+      EXPECT_NEAR(pasted.pan_tilt().base_to_pan().a(i), examplePtz().pan_tilt().base_to_pan().a(i),
+                  1e-9);
+      EXPECT_NEAR(pasted.pan_tilt().pan_to_tilt().a(i), examplePtz().pan_tilt().pan_to_tilt().a(i),
+                  1e-9);
+      EXPECT_EQ(pasted.pan_tilt().tilt_to_camera().a(i),
+                examplePtz().pan_tilt().tilt_to_camera().a(i));
+    }
+    EXPECT_EQ(pasted.pan_tilt().max_tilt(), 3141);
+    const std::string again = folder.write("pasted.txt", pasted.DebugString());
+    EXPECT_THAT(toolOutput("show '" + again + "'"), HasSubstr("  this head is served"));
+  }
+}
+
+TEST(ShowPtz, HeadWithItsZeroOfTiltElsewhere) {
+  // The camera looks up by 60 degrees at zero tilt.
+  PTZCameraParameters ptz = examplePtz();
+  calibration::PanTiltSystemParameters* head = ptz.mutable_pan_tilt();
+  storePose(testing::readPose(head->tilt_to_camera()) * turnZ(60 * kRadians),
+            head->mutable_tilt_to_camera());
+  const TemporaryFolder folder;
+  const std::string text =
+      toolOutput("show '" + folder.write("ptz", ptz.SerializeAsString()) + "'");
+  EXPECT_THAT(text, HasSubstr("elevation 60.00 deg"));
+  EXPECT_THAT(text, HasSubstr("  note: the elevation is not within 0 to 30 deg"));
+  EXPECT_THAT(text, HasSubstr("every pose as it was (zero tilt moved by -60.00 deg):\n"));
+}
+
+TEST(ShowPtz, WhatElsePointingCannotDo) {
+  PTZCameraParameters ptz = examplePtz();
+  ptz.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(3, 4);
+  const TemporaryFolder folder;
+  EXPECT_EQ(toolJson("show '" + folder.write("a", ptz.SerializeAsString()) + "'")["pointing_notes"],
+            (json{"a target exactly on the pan axis is missed, since the optical axis passes that "
+                  "by more than 3.16 mm"}));
+  ptz = examplePtz();
+  ptz.mutable_pan_tilt()->clear_tilt_scale();
+  EXPECT_EQ(toolJson("show '" + folder.write("b", ptz.SerializeAsString()) + "'")["pointing_notes"],
+            (json{"nothing can be pointed at, since a motor's step is 0 rad"}));
+  // A tilt axis 2 degrees out of level; what follows it is turned back.
+  ptz = examplePtz();
+  calibration::PanTiltSystemParameters* head = ptz.mutable_pan_tilt();
+  Eigen::Matrix4d roll = Eigen::Matrix4d::Identity();
+  roll.topLeftCorner<3, 3>() =
+      Eigen::AngleAxisd(2 * kRadians, Eigen::Vector3d::UnitX()).toRotationMatrix();
+  storePose(roll * testing::readPose(head->pan_to_tilt()), head->mutable_pan_to_tilt());
+  storePose(testing::readPose(head->tilt_to_camera()) * roll.inverse(),
+            head->mutable_tilt_to_camera());
+  const json document = toolJson("show '" + folder.write("c", ptz.SerializeAsString()) + "'");
+  EXPECT_NEAR(document["tilt_axis_error_degrees"].get<double>(), 2, 1e-9);
+  EXPECT_EQ(document["pointing_notes"],
+            (json{"the tilt axis is not where it is taken to be: part of the targets is missed"}));
+}
+
+TEST(ShowPtz, ValuesThatAreNotFinite) {
+  PTZCameraParameters ptz = examplePtz();
+  ptz.mutable_intrinsics()->mutable_samples(3)->set_focal_length(std::nan(""));
+  ptz.mutable_pan_tilt()->mutable_pan_to_tilt()->set_a(0, std::numeric_limits<double>::infinity());
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", ptz.SerializeAsString());
+  const json document = toolJson("show '" + path + "'");
+  EXPECT_TRUE(document["samples"][3]["focal_length"].is_null());
+  EXPECT_TRUE(document["optical_axis_azimuth_degrees"].is_null());
+  EXPECT_TRUE(document["better_pan_tilt"].is_null());
+  EXPECT_THAT(toolOutput("show '" + path + "'"), HasSubstr("azimuth nan deg"));
+}
+
+TEST(ShowPtz, CalibrationsThatAreRefused) {
+  const TemporaryFolder folder;
+  PTZCameraParameters ptz = examplePtz();
+  ptz.mutable_intrinsics()->clear_samples();
+  std::string path = folder.write("samples", ptz.SerializeAsString());
+  expectToolRefuses("show '" + path + "'",
+                    path + ": intrinsics.samples: there are no lens samples");
+  ptz = examplePtz();
+  ptz.mutable_pan_tilt()->mutable_pan_to_tilt()->mutable_a()->Truncate(11);
+  path = folder.write("pose", ptz.SerializeAsString());
+  expectToolRefuses("show '" + path + "'",
+                    path + ": pan_tilt.pan_to_tilt.a: holds 11 values, at least 12 are needed");
+  path = folder.write("text",
+                      "intrinsics {\n  samples { zoom: 0 }\n}\n"
+                      "pan_tilt {\n  base_to_pan { a: [1, 2] }\n}\n");
+  expectToolRefuses("show '" + path + "'",
+                    path + ":5:17: pan_tilt.base_to_pan.a: holds 2 values, at least 12 are needed");
+  path = folder.write("field", "intrinsics {\n  samples { zoom: 0 fokal: 1 }\n}\n");
+  expectToolRefuses("show '" + path + "'",
+                    path +
+                        ":2:26: intrinsics.samples[0].fokal: Message type "
+                        "\"norv.calibration.PTZIntrinsicsItem\" has no field named \"fokal\".");
+}
+
+TEST(ShowPtz, OptionsOfFixedCamerasDoNotFit) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", examplePtz().SerializeAsString());
+  for (const char* option : {" --camera x", " --size 640x480"}) {
+    expectToolRefuses("show '" + path + "'" + option,
+                      path + ": --camera and --size are for calibrations of fixed cameras");
+  }
+  testing::expectBadUsage("show --kind lens '" + path + "'");
+}
+
+TEST(ShowPtz, ExampleCalibration) {
+  const std::string path = CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt";
+  const std::string text = toolOutput("show '" + path + "'");
+  EXPECT_THAT(text, StartsWith(path + ": pan-tilt-zoom camera\n"));
+  EXPECT_THAT(text, HasSubstr("\n  this head is served, targets on the pan axis included\n"));
+  EXPECT_THAT(text, Not(HasSubstr("note:")));
+  const json document = toolJson("show '" + path + "'");
+  // What the file's comments say of the lens: 20 times as long at 10000, 3.7 degrees across.
+  EXPECT_NEAR(document["samples"][10]["zoom_factor"].get<double>(), 20, 1e-12);
+  EXPECT_NEAR(document["samples"][10]["view_degrees"][0].get<double>(), 3.7, 0.05);
+}
+
+}  // namespace
+}  // namespace norv

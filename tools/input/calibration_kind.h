@@ -1,0 +1,47 @@
+#pragma once
+
+/// Which kind of calibration a file holds.
+
+#include <google/protobuf/message.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tools/input/calibration_input.h"
+
+namespace norv::tools {
+
+enum class CalibrationKind {
+  kRobot,  ///< fixed cameras: RobotCalibration
+  kPtz,    ///< a pan-tilt-zoom camera: PTZCameraParameters
+  kBase,   ///< the mobile base: BaseCalibrationProto
+};
+
+/// "robot", "ptz" or "base"; nullopt for anything else.
+std::optional<CalibrationKind> parseCalibrationKind(const std::string& name);
+
+/// What a kind holds, for messages to the user: "fixed cameras", "a pan-tilt-zoom camera" or "a
+/// mobile base".
+const char* describeKind(CalibrationKind kind);
+
+struct ParsedCalibration {
+  CalibrationKind kind;
+  std::unique_ptr<google::protobuf::Message> message;  ///< of the kind's type
+};
+
+/// Parses the input as the given kind, or as the one that it fits best: the one of which it leaves
+/// the fewest fields unknown, the first in the order above where several do. Throws ToolError when
+/// it is none; of a text, the error is that of the kind whose parser came farthest.
+ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind);
+
+/// Parses the input into a message of the kind that a command needs. Throws ToolError when it does
+/// not parse, and when it is a binary message that fits another kind better: the format alone would
+/// take nearly any message for nearly any other.
+InputFormat parseExpected(CalibrationInput* input, CalibrationKind kind,
+                          google::protobuf::Message* message);
+
+/// Number of fields, in a message and all that it contains, that this version does not know.
+int countUnknownFields(const google::protobuf::Message& message);
+
+}  // namespace norv::tools

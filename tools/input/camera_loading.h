@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "calibration_common/base_calibration_data.h"
+#include "calibration_common/camera_parameters.h"
+#include "tools/input/calibration_input.h"
+
+namespace norv::tools {
+
+/// Loads entry `index` of a robot calibration, without a line in the log. Throws ToolError, with
+/// the field that is amiss and its place, when the library would not load it.
+std::unique_ptr<calibration::CameraParameters> loadCamera(
+    const CalibrationInput& input, int index, const calibration::CameraCalibration& calibration);
+
+/// Loads a base calibration, likewise.
+std::unique_ptr<calibration::BaseCalibrationData> loadBase(
+    const CalibrationInput& input, const calibration::BaseCalibrationProto& base);
+
+}  // namespace norv::tools

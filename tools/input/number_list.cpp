@@ -1,0 +1,48 @@
+#include "tools/input/number_list.h"
+
+#include <charconv>
+#include <cmath>
+#include <system_error>
+
+namespace norv::tools {
+namespace {
+
+/// Reads numbers separated by commas; true when `text` is exactly `count` of them.
+template <class Number>
+bool parseList(const std::string& text, Number* numbers, std::size_t count) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i > 0 && (at == end || *at++ != ',')) return false;
+    const auto [stop, error] = std::from_chars(at, end, numbers[i]);
+    if (error != std::errc()) return false;
+    at = stop;
+  }
+  return at == end;
+}
+
+}  // namespace
+
+template <std::size_t N>
+std::optional<std::array<int, N>> parseIntegers(const std::string& text) {
+  std::array<int, N> numbers;
+  if (!parseList(text, numbers.data(), N)) return std::nullopt;
+  return numbers;
+}
+
+template <std::size_t N>
+std::optional<std::array<float, N>> parseNumbers(const std::string& text) {
+  std::array<float, N> numbers;
+  if (!parseList(text, numbers.data(), N)) return std::nullopt;
+  for (const float number : numbers) {
+    if (!std::isfinite(number)) return std::nullopt;
+  }
+  return numbers;
+}
+
+template std::optional<std::array<int, 3>> parseIntegers<3>(const std::string& text);
+template std::optional<std::array<float, 2>> parseNumbers<2>(const std::string& text);
+template std::optional<std::array<float, 3>> parseNumbers<3>(const std::string& text);
+template std::optional<std::array<float, 4>> parseNumbers<4>(const std::string& text);
+
+}  // namespace norv::tools

@@ -1,0 +1,100 @@
+#include "tools/show/show_base.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <ctime>
+#include <vector>
+
+#include "tools/input/camera_loading.h"
+#include "tools/output/json_output.h"
+#include "tools/output/text_table.h"
+
+namespace norv::tools {
+namespace {
+
+using calibration::BaseCalibrationData;
+using calibration::BaseCalibrationProto;
+using calibration::CalibrationMetadataProto;
+
+/// "2024-05-14 09:00:00 UTC" of nanoseconds since 1970.
+std::string dateText(std::int64_t nanoseconds) {
+  constexpr std::int64_t kPerSecond = 1000000000;
+  const std::int64_t whole = nanoseconds / kPerSecond;
+  const std::time_t seconds = nanoseconds % kPerSecond < 0 ? whole - 1 : whole;
+  return fmt::format("{:%Y-%m-%d %H:%M:%S} UTC", fmt::gmtime(seconds));
+}
+
+std::string metadataText(bool present, const CalibrationMetadataProto& metadata) {
+  if (!present) return "    no metadata\n";
+  const std::string time =
+      metadata.has_calibration_time()
+          ? fmt::format("{} ({} ns since 1970)", dateText(metadata.calibration_time()),
+                        metadata.calibration_time())
+          : "not stated";
+  return fmt::format(
+      "    time               {}\n"
+      "    gain validity key  \"{}\"\n"
+      "    validity key       \"{}\"\n"
+      "    tool version       \"{}\"\n"
+      "    operator's note    \"{}\"\n",
+      time, printable(metadata.gain_validity_key()), printable(metadata.validity_key()),
+      printable(metadata.tool_version()), printable(metadata.operator_note()));
+}
+
+std::string baseText(const BaseCalibrationData& data, const BaseCalibrationProto& base) {
+  const Matrix3x3_f rotation = data.getWorldRotation();
+  const Vector3_f translation = data.getWorldTranslation();
+  std::vector<std::vector<std::string>> rows;
+  for (int r = 0; r < 3; ++r) {
+    rows.push_back({r == 0 ? "global transform" : ""});
+    for (int c = 0; c < 3; ++c) rows.back().push_back(formatFixed(rotation(r, c), 6));
+    rows.back().push_back(formatFixed(translation(r), 5) + " m");
+  }
+  const auto& adjustment = base.global_transform_adjustment();
+  return alignTable({{"wheel base", formatFixed(data.getWheelBase(), 4) + " m"},
+                     {"base width", formatFixed(data.getBaseWidth(), 4) + " m"},
+                     {"base length", formatFixed(data.getBaseLength(), 4) + " m"}},
+                    2) +
+         alignTable(rows, 2) + metadataText(adjustment.has_metadata(), adjustment.metadata()) +
+         alignTable({{"gyroscope gain", formatFixed(data.getGyroscopeGain(), 6)}}, 2) +
+         metadataText(base.gyroscope().has_metadata(), base.gyroscope().metadata());
+}
+
+json metadataJson(bool present, const CalibrationMetadataProto& metadata) {
+  if (!present) return nullptr;
+  return {{"calibration_time_ns", metadata.calibration_time()},
+          {"gain_validity_key", metadata.gain_validity_key()},
+          {"validity_key", metadata.validity_key()},
+          {"tool_version", metadata.tool_version()},
+          {"operator_note", metadata.operator_note()}};
+}
+
+json baseJson(const CalibrationInput& input, const BaseCalibrationData& data,
+              const BaseCalibrationProto& base) {
+  const Vector3_f translation = data.getWorldTranslation();
+  const auto& adjustment = base.global_transform_adjustment();
+  return {
+      {"source", input.name},
+      {"wheel_base", data.getWheelBase()},
+      {"base_width", data.getBaseWidth()},
+      {"base_length", data.getBaseLength()},
+      {"world_rotation", rowsOf(data.getWorldRotation())},
+      {"world_translation", {translation.x(), translation.y(), translation.z()}},
+      {"global_transform_metadata", metadataJson(adjustment.has_metadata(), adjustment.metadata())},
+      {"gyroscope_gain", data.getGyroscopeGain()},
+      {"gyroscope_metadata",
+       metadataJson(base.gyroscope().has_metadata(), base.gyroscope().metadata())}};
+}
+
+}  // namespace
+
+std::string showBase(const CalibrationInput& input, const BaseCalibrationProto& base,
+                     const ShowOptions& options) {
+  const auto data = loadBase(input, base);
+  if (options.json) return printJson(baseJson(input, *data, base));
+  return fmt::format("{}: calibration of the mobile base\n\n", input.name) + baseText(*data, base);
+}
+
+}  // namespace norv::tools

@@ -1,0 +1,140 @@
+#include "tools/show/show_cameras.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "calibration_common/camera_parameters.h"
+#include "tools/input/camera_loading.h"
+#include "tools/output/json_output.h"
+#include "tools/output/text_table.h"
+#include "tools/tool_error.h"
+
+namespace norv::tools {
+namespace {
+
+using calibration::CameraCalibration;
+using calibration::CameraParameters;
+using calibration::RobotCalibration;
+using Cells = std::vector<std::string>;
+
+/// A camera at one image size.
+struct View {
+  ImageSize size;
+  Matrix3x3_f camera_matrix;
+  std::vector<float> distortion;
+  bool scaled;  ///< from the full frame, since the camera does not deliver this size
+};
+
+View viewAt(const CameraParameters& camera, ImageSize size) {
+  bool in_table = false;
+  for (const auto& entry : camera.getIntrinsicsTable()) {
+    in_table = in_table || (entry.width == size.width && entry.height == size.height);
+  }
+  return {size, camera.getIntrinsics(size.width, size.height),
+          camera.getDistortion(size.width, size.height), !in_table};
+}
+
+std::vector<View> viewsOf(const CameraParameters& camera, const std::optional<ImageSize>& only) {
+  if (only) return {viewAt(camera, *only)};
+  std::vector<View> views;
+  for (const auto& entry : camera.getIntrinsicsTable()) {
+    views.push_back(viewAt(camera, {entry.width, entry.height}));
+  }
+  return views;
+}
+
+std::string viewTable(const std::vector<View>& views) {
+  std::vector<Cells> rows = {
+      {"size", "fx", "fy", "skew", "cx", "cy", "k1", "k2", "p1", "p2", "k3", "k4", "k5", "k6", ""}};
+  for (const View& view : views) {
+    const Matrix3x3_f& k = view.camera_matrix;
+    Cells row = {fmt::format("{}x{}", view.size.width, view.size.height)};
+    for (const float element : {k(0, 0), k(1, 1), k(0, 1), k(0, 2), k(1, 2)}) {
+      row.push_back(formatFixed(element, 3));
+    }
+    for (const float coefficient : view.distortion) row.push_back(formatFixed(coefficient, 6));
+    if (view.scaled) row.emplace_back("(scaled)");
+    rows.push_back(row);
+  }
+  return alignTable(rows, 2);
+}
+
+std::string poseTable(const CameraParameters& camera) {
+  const Matrix4x4_f& camera_from_robot = camera.getTransform().transform;
+  std::vector<Cells> rows;
+  for (int r = 0; r < 3; ++r) {
+    Cells row = {r == 0 ? "camera from robot" : ""};
+    for (int c = 0; c < 3; ++c) row.push_back(formatFixed(camera_from_robot(r, c), 6));
+    row.push_back(formatFixed(camera_from_robot(r, 3), 4) + " m");
+    rows.push_back(row);
+  }
+  return alignTable(rows, 2);
+}
+
+std::string cameraText(const CameraParameters& camera, const std::vector<View>& views) {
+  const Vector3_f center = camera.getTransform().getCameraCenter();
+  const auto& full = camera.getFullFrame();
+  return fmt::format("\n{}   model \"{}\", full frame {}x{}, centre on the robot ({}, {}, {}) m\n",
+                     printable(camera.getCalibration().name()), printable(camera.getModel()),
+                     full.width, full.height, formatFixed(center.x(), 4),
+                     formatFixed(center.y(), 4), formatFixed(center.z(), 4)) +
+         poseTable(camera) + viewTable(views);
+}
+
+json cameraJson(const CameraParameters& camera, const std::vector<View>& views) {
+  const Vector3_f center = camera.getTransform().getCameraCenter();
+  json result = {
+      {"name", camera.getCalibration().name()},
+      {"model", camera.getModel()},
+      {"full_frame_size", {camera.getFullFrame().width, camera.getFullFrame().height}},
+      {"camera_from_robot", rowsOf(camera.getTransform().transform)},
+      {"center_on_robot", {center.x(), center.y(), center.z()}},
+      {"intrinsics", json::array()},
+  };
+  for (const View& view : views) {
+    result["intrinsics"].push_back({{"width", view.size.width},
+                                    {"height", view.size.height},
+                                    {"camera_matrix", rowsOf(view.camera_matrix)},
+                                    {"distortion", view.distortion},
+                                    {"scaled_from_full_frame", view.scaled}});
+  }
+  return result;
+}
+
+[[noreturn]] void refuseName(const CalibrationInput& input, const RobotCalibration& robot,
+                             const std::string& name) {
+  constexpr int kMostNames = 20;
+  std::string known;
+  for (int i = 0; i < std::min(robot.camera_calibration_size(), kMostNames); ++i) {
+    known += (i == 0 ? "" : ", ") + printable(robot.camera_calibration(i).name());
+  }
+  const int further = robot.camera_calibration_size() - kMostNames;
+  if (further > 0) known += fmt::format(" and {} more", further);
+  throw ToolError(fmt::format("{}: no camera \"{}\" (there are: {})", input.name, name,
+                              known.empty() ? "none" : known));
+}
+
+}  // namespace
+
+std::string showCameras(const CalibrationInput& input, const RobotCalibration& robot,
+                        const ShowOptions& options) {
+  std::string text = fmt::format("{}: {} camera{}\n", input.name, robot.camera_calibration_size(),
+                                 robot.camera_calibration_size() == 1 ? "" : "s");
+  json cameras = json::array();
+  for (int i = 0; i < robot.camera_calibration_size(); ++i) {
+    const CameraCalibration& calibration = robot.camera_calibration(i);
+    if (!options.camera.empty() && calibration.name() != options.camera) continue;
+    const auto camera = loadCamera(input, i, calibration);
+    const std::vector<View> views = viewsOf(*camera, options.size);
+    text += cameraText(*camera, views);
+    cameras.push_back(cameraJson(*camera, views));
+  }
+  if (!options.camera.empty() && cameras.empty()) refuseName(input, robot, options.camera);
+  if (!options.json) return text;
+  return printJson({{"source", input.name}, {"cameras", cameras}});
+}
+
+}  // namespace norv::tools

@@ -1,0 +1,102 @@
+#include "tools/show/show_command.h"
+
+#include <charconv>
+
+#include "support/file.h"
+#include "tools/show/show_base.h"
+#include "tools/show/show_cameras.h"
+#include "tools/show/show_ptz.h"
+#include "tools/tool_error.h"
+
+namespace norv::tools {
+namespace {
+
+using calibration::BaseCalibrationProto;
+using calibration::PTZCameraParameters;
+using calibration::RobotCalibration;
+
+constexpr const char* kDefaultCalibration = "calibration/default_head_cal.txt";
+
+/// A whole positive number, nothing before or after it.
+std::optional<int> parsePositive(const char* begin, const char* end) {
+  int value = 0;
+  const auto [stop, error] = std::from_chars(begin, end, value);
+  if (error != std::errc() || stop != end || value <= 0) return std::nullopt;
+  return value;
+}
+
+CalibrationInput readCalibration(const std::optional<std::string>& path) {
+  if (path) return readInput(*path);
+  CalibrationInput input = readInput(EmbeddedFile::kEmbeddedPrefix + kDefaultCalibration);
+  input.name = "compiled-in default calibration";
+  return input;
+}
+
+/// Cameras and image sizes are of robot calibrations alone.
+void requireOptionsFit(const CalibrationInput& input, const ShowOptions& options,
+                       CalibrationKind kind) {
+  if (kind == CalibrationKind::kRobot) return;
+  if (options.camera.empty() && !options.size) return;
+  throw ToolError(input.name + ": --camera and --size are for calibrations of fixed cameras");
+}
+
+}  // namespace
+
+std::optional<ImageSize> parseImageSize(const std::string& text) {
+  const std::size_t cross = text.find('x');
+  if (cross == std::string::npos) return std::nullopt;
+  const char* const begin = text.data();
+  const std::optional<int> width = parsePositive(begin, begin + cross);
+  const std::optional<int> height = parsePositive(begin + cross + 1, begin + text.size());
+  if (!width || !height) return std::nullopt;
+  return ImageSize{*width, *height};
+}
+
+CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
+  CLI::App* show = app->add_subcommand(
+      "show",
+      "Print what a calibration says: of fixed cameras the pose, and the camera matrix and "
+      "distortion per image size; of a pan-tilt-zoom camera the lens and the head; of a base its "
+      "transform");
+  show->add_option(
+      "FILE", options->path,
+      "Calibration in binary or text format; without it the compiled-in default of the fixed "
+      "cameras");
+  show->add_option("--camera", options->camera, "Show this camera only")->type_name("NAME");
+  show->add_option_function<std::string>(
+          "--size", [options](const std::string& text) { options->size = parseImageSize(text); },
+          "Show this image size only, in pixels; scaled from the full frame if it is not in the "
+          "table")
+      ->type_name("WxH")
+      ->check([](const std::string& text) {
+        return parseImageSize(text) ? std::string() : "not a size such as 640x480: " + text;
+      });
+  show->add_option_function<std::string>(
+          "--kind",
+          [options](const std::string& name) { options->kind = parseCalibrationKind(name); },
+          "What FILE holds: fixed cameras, a pan-tilt-zoom camera or the base; found out by "
+          "default")
+      ->type_name("robot|ptz|base")
+      ->check([](const std::string& name) {
+        return parseCalibrationKind(name) ? std::string() : "not robot, ptz or base: " + name;
+      });
+  show->add_flag("--json", options->json, "Print JSON for programs");
+  return show;
+}
+
+std::string runShowCommand(const ShowOptions& options) {
+  CalibrationInput input = readCalibration(options.path);
+  const ParsedCalibration parsed = parseCalibration(&input, options.kind);
+  requireOptionsFit(input, options, parsed.kind);
+  switch (parsed.kind) {
+    case CalibrationKind::kRobot:
+      return showCameras(input, dynamic_cast<RobotCalibration&>(*parsed.message), options);
+    case CalibrationKind::kPtz:
+      return showPtz(input, dynamic_cast<PTZCameraParameters&>(*parsed.message), options);
+    case CalibrationKind::kBase:
+      break;
+  }
+  return showBase(input, dynamic_cast<BaseCalibrationProto&>(*parsed.message), options);
+}
+
+}  // namespace norv::tools
