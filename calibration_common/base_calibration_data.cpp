@@ -1,6 +1,6 @@
 #include "calibration_common/base_calibration_data.h"
 
-#include "calibration_common/camera_parameters.h"
+#include "calibration_common/stored_pose.h"
 #include "support/checks.h"
 #include "support/file.h"
 #include "support/logging.h"
@@ -44,13 +44,13 @@ void BaseCalibrationData::loadDefault() {
 
 bool BaseCalibrationData::readProto() {
   const CameraExtrinsics& stored = cal_->global_transform_adjustment().global_transform();
-  if (stored.a_size() < 12) {
+  if (!internal::hasPose(stored)) {
     NORV_LOG(kLogError, kChannel) << "global_transform does not have enough parameters.";
     return false;
   }
-  Matrix4x4_f global_transform = Matrix4x4_f::Zero();
-  CameraParameters::convert(stored, &global_transform);
-  CameraParameters::convert(global_transform, &world_rotation_, &world_translation_);
+  const Matrix4x4_f global_transform = internal::readPose(stored);
+  world_rotation_ = global_transform.topLeftCorner<3, 3>();
+  world_translation_ = global_transform.topRightCorner<3, 1>();
   return true;
 }
 
@@ -67,10 +67,11 @@ bool BaseCalibrationData::loadFromString(const std::string& data) {
 }
 
 void BaseCalibrationData::updatePBMatrix() {
-  Matrix4x4_f global_transform;
-  CameraParameters::convert(world_rotation_, world_translation_, &global_transform);
-  CameraParameters::convert(
-      global_transform, cal_->mutable_global_transform_adjustment()->mutable_global_transform());
+  Matrix4x4_f global_transform = Matrix4x4_f::Identity();
+  global_transform.topLeftCorner<3, 3>() = world_rotation_;
+  global_transform.topRightCorner<3, 1>() = world_translation_;
+  internal::storePose(global_transform,
+                      cal_->mutable_global_transform_adjustment()->mutable_global_transform());
 }
 
 void BaseCalibrationData::setGlobalTransform(const Matrix3x3_f& R, const Vector3_f& t,

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "calibration_common/base_calibration_data.h"
+#include "calibration_common/stored_pose.h"
 #include "support/checks.h"
 #include "support/file.h"
 #include "support/logging.h"
@@ -146,7 +147,7 @@ bool CameraParameters::readProto(const CameraCalibration& calibration) {
   full_frame_.cx = static_cast<float>(intrinsics.cx());
   full_frame_.cy = static_cast<float>(intrinsics.cy());
   if (intrinsics.radial_size() < 6 || intrinsics.tangential_size() < 2 ||
-      extrinsics.a_size() < 12) {
+      !internal::hasPose(extrinsics)) {
     NORV_LOG(kLogError, kChannel) << "Parameter list too short in " << calibration.DebugString();
     return false;
   }
@@ -159,8 +160,7 @@ bool CameraParameters::readProto(const CameraCalibration& calibration) {
     full_frame_.distortion.push_back(static_cast<float>(coefficient));
   }
   model_ = calibration.model();
-  Matrix4x4_f camera_from_robot;
-  convert(extrinsics, &camera_from_robot);
+  const Matrix4x4_f camera_from_robot = internal::readPose(extrinsics);
   convert(camera_from_robot, &rotation_, &translation_);
   transform_.setTransform(camera_from_robot, CameraTransform::kForward);
   return precomputeIntrinsics();
@@ -319,22 +319,15 @@ void CameraParameters::convert(const Matrix3x3_f& rotation, const Vector3_f& tra
 }
 
 void CameraParameters::convert(const Matrix4x4_f& m, CameraExtrinsics* dst) {
-  dst->Clear();
-  for (int r = 0; r < 3; ++r) {
-    for (int c = 0; c < 3; ++c) dst->add_a(static_cast<double>(m(r, c)));
-    dst->add_a(static_cast<double>(m(r, 3)) * 1000.0);
-  }
+  internal::storePose(m, dst);
 }
 
 void CameraParameters::convert(const CameraExtrinsics& src, Matrix4x4_f* m) {
+  // The text of the check is part of the log's format, its number included.
+  static_assert(internal::kPoseValues == 12);
   NORV_CHECK_GE(src.a_size(), 12);
   // For a logger that lets the failed check pass: no pose rather than values that are not there.
-  if (src.a_size() < 12) return;
-  for (int r = 0; r < 3; ++r) {
-    for (int c = 0; c < 3; ++c) (*m)(r, c) = static_cast<float>(src.a(4 * r + c));
-    (*m)(r, 3) = static_cast<float>(src.a(4 * r + 3) * 0.001);
-  }
-  m->row(3) << 0.0F, 0.0F, 0.0F, 1.0F;
+  if (internal::hasPose(src)) *m = internal::readPose(src);
 }
 
 CameraParametersSet::CameraParametersSet() : robotcal_(std::make_shared<RobotCalibration>()) {

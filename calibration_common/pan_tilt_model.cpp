@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <optional>
 
-#include "calibration_common/camera_parameters.h"
 #include "calibration_common/pointing_residual.h"
+#include "calibration_common/stored_pose.h"
 #include "support/logging.h"
 #include "support/numeric/matrix_rows.h"
 #include "support/trigonometric_equation.h"
@@ -34,13 +34,9 @@ using NormalMatrix = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen
 using NormalVector = Eigen::Matrix<double, Eigen::Dynamic, 1, Eigen::ColMajor, 2, 1>;
 using Vector4_f = Eigen::Matrix<float, 4, 1>;
 
-bool hasPose(const CameraExtrinsics& pose) { return pose.a_size() > 11; }
-
-CameraTransform readPose(const CameraExtrinsics& stored) {
-  Matrix4x4_f m = Matrix4x4_f::Zero();
-  CameraParameters::convert(stored, &m);
+CameraTransform readTransform(const CameraExtrinsics& stored) {
   CameraTransform pose;
-  pose.setTransform(m, CameraTransform::kForward);
+  pose.setTransform(internal::readPose(stored), CameraTransform::kForward);
   return pose;
 }
 
@@ -174,6 +170,7 @@ bool acceptError(double error, const Vector3_f& world, const Vector2_f& dev) {
 PanTiltModel::PanTiltModel() = default;
 
 bool PanTiltModel::readFromPB(const PanTiltSystemParameters& params) {
+  using internal::hasPose;
   if (!hasPose(params.base_to_pan()) || !hasPose(params.pan_to_tilt()) ||
       !hasPose(params.tilt_to_camera())) {
     NORV_LOG(kLogError, kChannel) << "Not enough matrix elements in PanTiltSystemParameters";
@@ -183,18 +180,18 @@ bool PanTiltModel::readFromPB(const PanTiltSystemParameters& params) {
   tilt_scale_ = params.tilt_scale();
   pan_offset_ = params.pan_offset();
   tilt_offset_ = params.tilt_offset();
-  base_to_pan_ = readPose(params.base_to_pan());
-  pan_to_tilt_ = readPose(params.pan_to_tilt());
-  tilt_to_camera_ = readPose(params.tilt_to_camera());
+  base_to_pan_ = readTransform(params.base_to_pan());
+  pan_to_tilt_ = readTransform(params.pan_to_tilt());
+  tilt_to_camera_ = readTransform(params.tilt_to_camera());
   aux_value_1_ = params.aux_value_1();
   aux_value_2_ = params.aux_value_2();
   return true;
 }
 
 void PanTiltModel::writeToPB(PanTiltSystemParameters* params) const {
-  CameraParameters::convert(base_to_pan_.transform, params->mutable_base_to_pan());
-  CameraParameters::convert(pan_to_tilt_.transform, params->mutable_pan_to_tilt());
-  CameraParameters::convert(tilt_to_camera_.transform, params->mutable_tilt_to_camera());
+  internal::storePose(base_to_pan_.transform, params->mutable_base_to_pan());
+  internal::storePose(pan_to_tilt_.transform, params->mutable_pan_to_tilt());
+  internal::storePose(tilt_to_camera_.transform, params->mutable_tilt_to_camera());
   params->set_pan_scale(pan_scale_);
   params->set_tilt_scale(tilt_scale_);
   params->set_pan_offset(pan_offset_);

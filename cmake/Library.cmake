@@ -15,6 +15,7 @@ set(library_sources
   calibration_common/pan_tilt_model.cpp
   calibration_common/pointing_residual.cpp
   calibration_common/ptz_camera_model.cpp
+  calibration_common/stored_pose.cpp
   support/camera_projection.cpp
   support/camera_transform.cpp
   support/checks.cpp
