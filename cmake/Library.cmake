@@ -22,6 +22,7 @@ set(library_sources
   support/file.cpp
   support/logging.cpp
   support/message_parsing.cpp
+  support/printable_text.cpp
   support/rotation_z.cpp
   support/sensor_transform.cpp
   support/single_image_calibration.cpp
@@ -41,6 +42,7 @@ set(library_sources
   support/fit/start_search.cpp
   support/lens/lens_inverse.cpp
   support/lens/radial_branch.cpp
+  support/log/escapes.cpp
   support/log/levels.cpp
   support/numeric/monotone_cubic.cpp
   support/numeric/polynomial_zero.cpp
@@ -65,6 +67,7 @@ set(public_headers
   support/matrix_types.h
   support/message_parsing.h
   support/opencv_projection.h
+  support/printable_text.h
   support/rotation_z.h
   support/sensor_transform.h
   support/single_image_calibration.h
