@@ -1,6 +1,7 @@
 #pragma once
 
-/// Running of the command-line tool, whose path the build defines.
+/// Running of the command-line tool, whose path the build defines, in an environment that does not
+/// depend on who runs the tests.
 
 #include <gtest/gtest.h>
 
@@ -11,8 +12,15 @@
 
 namespace norv::testing {
 
-inline ProgramResult runTool(const std::string& arguments) {
-  return runProgram("'" CAMERA_PARAMETERS_TOOL "' " + arguments);
+/// The shell's words that run the tool: the log at its default, no locale, no width of a terminal
+/// and no home of its caller's. `environment` adds to that: "NORV_LOG=info".
+inline std::string toolCommand(const std::string& environment = "") {
+  return "env -u NORV_LOG -u LANG -u LANGUAGE -u COLUMNS LC_ALL=C HOME=/nonexistent " +
+         environment + " '" CAMERA_PARAMETERS_TOOL "' ";
+}
+
+inline ProgramResult runTool(const std::string& arguments, const std::string& environment = "") {
+  return runProgram(toolCommand(environment) + arguments);
 }
 
 /// Runs the tool where it must succeed, and returns what it prints.

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -351,6 +352,18 @@ TEST(AimCommand, IsWhatTheLibraryAnswersForPoints) {
   EXPECT_EQ(aim["wanted_at"], (json{300, 800}));
   // Half a step, 0.00025 rad, of 2.7e3 px in both angles.
   EXPECT_LT(number(aim, "distance_pixels"), 1.2);
+}
+
+TEST(AimCommand, CallersEnvironmentDoesNotReachTheTests) {
+  const Calibration calibration(plainPtz());
+  const std::string arguments = calibration.aim("--at 0,0,0 --pixel 1264.065,540");
+  EXPECT_EQ(setenv("NORV_LOG", "info", 1), 0);
+  const testing::ProgramResult quiet = testing::runTool(arguments);
+  const testing::ProgramResult loud = testing::runTool(arguments, "NORV_LOG=info");
+  EXPECT_EQ(unsetenv("NORV_LOG"), 0);
+  EXPECT_EQ(quiet.errors, "");
+  EXPECT_THAT(loud.errors, ::testing::HasSubstr("zoom=0 a1=1.000000, a2=0.000000"));
+  EXPECT_EQ(quiet.output, loud.output);
 }
 
 TEST(AimCommand, HeadThatIsNotServed) {

@@ -80,11 +80,9 @@ TEST(ShowCommand, BinaryAndTextShowTheSame) {
   const auto robot = robotOf({plainCamera("a"), exampleCamera("b", "b910")});
   folder.write("text", robot.DebugString());
   folder.write("binary", robot.SerializeAsString());
-  const ProgramResult text = runProgram(
-      "cd '" + folder.path() + "'; '" CAMERA_PARAMETERS_TOOL "' show text --json | grep -v source");
-  const ProgramResult binary =
-      runProgram("cd '" + folder.path() +
-                 "'; '" CAMERA_PARAMETERS_TOOL "' show binary --json | grep -v source");
+  const std::string show = "cd '" + folder.path() + "'; " + testing::toolCommand() + "show ";
+  const ProgramResult text = runProgram(show + "text --json | grep -v source");
+  const ProgramResult binary = runProgram(show + "binary --json | grep -v source");
   EXPECT_GT(text.output.size(), 1000U);
   EXPECT_EQ(text.output, binary.output);
 }
