@@ -16,8 +16,21 @@ struct NORV_EXPORT File {
   /// library; any other path is looked up in the file system. False, with `*contents` as it was,
   /// when the file cannot be opened or read, is not a regular file (a folder, a FIFO or a device,
   /// which may have no end), is larger than 2 GiB, or is not among the compiled-in ones. Logs
-  /// nothing. Thread-safe.
+  /// nothing. Throws std::bad_alloc, with `*contents` as it was, when memory does not hold the
+  /// file. Thread-safe.
   static bool readFileToString(const std::string& path, std::string* contents);
+
+  /// The same, and writes into `*reason` why the file was not read: what the system says, such as
+  /// "No such file or directory" or "Permission denied" (in the language of the program's locale),
+  /// or one of
+  ///
+  /// - "Not a regular file but a folder", "... a FIFO", "... a device",
+  /// - "Larger than 2 GiB",
+  /// - "Null character in the path",
+  /// - "No such compiled-in file".
+  ///
+  /// `*reason` stays as it was when the file was read.
+  static bool readFileToString(const std::string& path, std::string* contents, std::string* reason);
 };
 
 /// Files compiled into the library.

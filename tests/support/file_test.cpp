@@ -25,21 +25,22 @@ void expectUnreadable(const std::string& path) {
   EXPECT_EQ(contents, "as before") << path;
 }
 
+/// Why `path` cannot be read; "none" where it can.
+std::string reasonFor(const std::string& path) {
+  std::string contents = "as before";
+  std::string reason = "none";
+  const bool read = File::readFileToString(path, &contents, &reason);
+  EXPECT_EQ(read, reason == "none") << path;
+  EXPECT_TRUE(read || contents == "as before") << path;
+  return reason;
+}
+
 std::string readSource(const std::string& relative) {
   std::ifstream file(std::string(CAMERA_PARAMETERS_SOURCE_DIR "/") + relative, std::ios::binary);
   std::ostringstream contents;
   contents << file.rdbuf();
   return contents.str();
 }
-
-/// Read by a global object's constructor, before main.
-std::string readEarly() {
-  std::string contents;
-  File::readFileToString(EmbeddedFile::kEmbeddedPrefix + "calibration/default_head_cal.txt",
-                         &contents);
-  return contents;
-}
-const std::string early_contents = readEarly();
 
 TEST(File, ReadsBytesAsTheyAre) {
   const TemporaryFolder folder;
@@ -118,6 +119,72 @@ TEST(File, LargestSize) {
   expectUnreadable(path);
 }
 
+TEST(FileReason, NoneForAFileThatIsRead) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(reasonFor(folder.write("file", "text")), "none");
+  EXPECT_EQ(reasonFor(EmbeddedFile::kEmbeddedPrefix + "calibration/default_head_cal.txt"), "none");
+}
+
+TEST(FileReason, WhatTheSystemSays) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(reasonFor(folder.path("missing")), "No such file or directory");
+  EXPECT_EQ(reasonFor(""), "No such file or directory");
+  EXPECT_EQ(reasonFor(folder.write("file", "text") + "/below"), "Not a directory");
+  EXPECT_EQ(reasonFor(folder.path(std::string(256, 'x'))), "File name too long");
+  std::filesystem::create_symlink(folder.path("link"), folder.path("link"));
+  EXPECT_EQ(reasonFor(folder.path("link")), "Too many levels of symbolic links");
+  // Its first page is never mapped: reading fails where opening does not.
+  EXPECT_EQ(reasonFor("/proc/self/mem"), "Input/output error");
+}
+
+/// Gives up the superuser's rights on files for its scope.
+class ScopedOrdinaryUser {
+ public:
+  ScopedOrdinaryUser() { EXPECT_EQ(::seteuid(is_superuser_ ? kNobody : ::geteuid()), 0); }
+  ScopedOrdinaryUser(const ScopedOrdinaryUser&) = delete;
+  ScopedOrdinaryUser& operator=(const ScopedOrdinaryUser&) = delete;
+  ~ScopedOrdinaryUser() { EXPECT_EQ(::seteuid(is_superuser_ ? 0 : ::geteuid()), 0); }
+
+ private:
+  static constexpr ::uid_t kNobody = 65534;
+  const bool is_superuser_ = ::geteuid() == 0;
+};
+
+TEST(FileReason, MissingPermission) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("secret", "text");
+  ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+  ASSERT_EQ(::chmod(path.c_str(), 0), 0);
+  const ScopedOrdinaryUser user;
+  EXPECT_EQ(reasonFor(path), "Permission denied");
+}
+
+TEST(FileReason, WhatIsNoRegularFile) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(reasonFor(folder.path()), "Not a regular file but a folder");
+  const std::string fifo = folder.path("fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_EQ(reasonFor(fifo), "Not a regular file but a FIFO");
+  EXPECT_EQ(reasonFor("/dev/null"), "Not a regular file but a device");
+}
+
+TEST(FileReason, TooLarge) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("large", "");
+  ASSERT_EQ(::truncate(path.c_str(), (off_t{1} << 31) + 1), 0);
+  EXPECT_EQ(reasonFor(path), "Larger than 2 GiB");
+}
+
+TEST(FileReason, NullCharacterInThePath) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(reasonFor(folder.write("file", "text") + std::string("\0.txt", 5)),
+            "Null character in the path");
+}
+
+TEST(FileReason, NotCompiledIn) {
+  EXPECT_EQ(reasonFor(EmbeddedFile::kEmbeddedPrefix + "nothing.txt"), "No such compiled-in file");
+}
+
 TEST(File, ConcurrentReaders) {
   const TemporaryFolder folder;
   const std::string path = folder.write("file", std::string(100000, 'x'));
@@ -159,10 +226,6 @@ TEST(EmbeddedFile, OnlyCompiledInFilesAreFound) {
   expectUnreadable(EmbeddedFile::kEmbeddedPrefix + "calibration/default_head_cal.tx");
   expectUnreadable(EmbeddedFile::kEmbeddedPrefix + "calibration/default_head_cal.txt ");
   expectUnreadable(EmbeddedFile::kEmbeddedPrefix + "calibration/example_ptz_cal.txt");
-}
-
-TEST(EmbeddedFile, UsableFromStaticInitialisers) {
-  EXPECT_EQ(early_contents, readSource("calibration/default_head_cal.txt"));
 }
 
 }  // namespace
