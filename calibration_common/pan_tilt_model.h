@@ -3,12 +3,43 @@
 /// The kinematics of a motorised pan-tilt head. Units and frames: docs/conventions.md; which heads
 /// the inverse serves and how to write one so that it does: docs/pan_tilt_heads.md.
 
+#include <limits>
+
 #include "proto/norv_pan_tilt_system.pb.h"
 #include "support/camera_transform.h"
 #include "support/export.h"
 #include "support/matrix_types.h"
 
 namespace norv::calibration {
+
+/// How the inverse of a pan-tilt head came out.
+enum class PanTiltVerdict {
+  kSolved,         ///< the error is at most 1e-5
+  kNoCandidate,    ///< the closed form finds no angles to start from
+  kHighResidual,   ///< the error is beyond 1e-5 and at most 0.01
+  kLargeResidual,  ///< the error is beyond 0.01
+};
+
+/// Answer of `PanTiltModel::solve`. Without a candidate all its numbers are NaN; otherwise they are
+/// what the solver arrived at, good or not.
+struct PanTiltSolution {
+  PanTiltVerdict verdict = PanTiltVerdict::kNoCandidate;
+
+  /// Motor positions in steps, neither rounded nor limited to the motors' range nor wrapped to one
+  /// turn; scales of zero make them infinite or NaN.
+  float pan = std::numeric_limits<float>::quiet_NaN();
+  float tilt = std::numeric_limits<float>::quiet_NaN();
+
+  /// Angles of the joints, in radians, that the closed form gave.
+  float start_pan = std::numeric_limits<float>::quiet_NaN();
+  float start_tilt = std::numeric_limits<float>::quiet_NaN();
+
+  /// The square of |e x q| before the last step, with e = (dev, 1) and q the point in the camera
+  /// frame: square metres for a ray near the axis.
+  double error = std::numeric_limits<double>::quiet_NaN();
+
+  bool solved() const { return verdict == PanTiltVerdict::kSolved; }
+};
 
 /// A head that turns a camera by two motors: three fixed poses with a rotation about the local z
 /// axis between each two.
@@ -37,16 +68,20 @@ class NORV_EXPORT PanTiltModel {
   CameraTransform getFullTransform(float pan, float tilt) const;
 
   /// Motor positions at which the point `world` (base frame, metres) is seen in the direction
-  /// `dev` = (x/z, y/z) of the camera frame; (0, 0) is the optical axis. They are written to `*pan`
-  /// and `*tilt` in steps, neither rounded nor limited to the motors' range nor wrapped to one
-  /// turn; scales of zero make them infinite or NaN.
+  /// `dev` = (x/z, y/z) of the camera frame; (0, 0) is the optical axis.
   ///
   /// A closed form that treats all poses as rotations gives the start, and five Gauss-Newton steps
-  /// on the whole chain the answer. True when the error before the last step, the square of |e x q|
-  /// with e = (dev, 1) and q the point in the camera frame, was at most 1e-5. False with nothing
-  /// written and an error line when the closed form finds no start. False with the result written
-  /// and a line when the error was larger: a warning up to 0.01, an error line beyond. A point
-  /// behind the camera on the same line counts as seen.
+  /// on the whole chain the answer; the verdict is on the error before the last step. A point
+  /// behind the camera on the same line counts as seen. Input that is not finite has no candidate.
+  /// `getFullTransform` of the answer gives the pose, which undoes this.
+  ///
+  /// Logs nothing and allocates nothing.
+  PanTiltSolution solve(const Vector3_f& world, const Vector2_f& dev) const;
+
+  /// `solve`, with its motor positions written to `*pan` and `*tilt`, its reasons logged, and true
+  /// when it solved. Without a candidate nothing is written. An error line tells that there is no
+  /// candidate and that the residual is large, a warning that it is high; each stage is traced at
+  /// the levels info and debug.
   ///
   /// Allocates nothing while its log statements are disabled.
   bool computePanTilt(const Vector3_f& world, const Vector2_f& dev, float* pan, float* tilt) const;

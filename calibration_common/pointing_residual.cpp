@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstddef>
 
-namespace norv::calibration {
+namespace norv::internal {
 namespace {
 
 using DualMatrix = Eigen::Matrix<PanTiltDual, 4, 4, Eigen::RowMajor>;
@@ -67,7 +67,6 @@ PointingState PointingEvaluator::evaluate(double pan, double tilt) const {
   double ct;
   ::sincos(tilt, &st, &ct);
   // First elements are values, second ones derivatives by the tilt angle.
-  using internal::DoublePair;
   const DoublePair sine = {st, ct};
   const DoublePair cosine = {ct, -st};
   const auto& p = pan_to_tilt_;
@@ -99,4 +98,4 @@ PointingState PointingEvaluator::evaluate(double pan, double tilt) const {
           cross(q[0][1], q[1][1], q[2][1])};
 }
 
-}  // namespace norv::calibration
+}  // namespace norv::internal

@@ -11,7 +11,7 @@
 #include "support/matrix_types.h"
 #include "support/numeric/lanes.h"
 
-namespace norv::calibration {
+namespace norv::internal {
 
 /// A number with its derivatives with respect to the pan and the tilt angle.
 using PanTiltDual = autodiff::AutoDiff1<double, 2>;
@@ -62,4 +62,4 @@ class PointingEvaluator {
   double dev_y_;
 };
 
-}  // namespace norv::calibration
+}  // namespace norv::internal

@@ -13,6 +13,7 @@ set(library_sources
   calibration_common/base_calibration_data.cpp
   calibration_common/camera_parameters.cpp
   calibration_common/pan_tilt_model.cpp
+  calibration_common/pan_tilt_solver.cpp
   calibration_common/pointing_residual.cpp
   calibration_common/ptz_camera_model.cpp
   calibration_common/stored_pose.cpp

@@ -8,7 +8,7 @@
 
 #include "calibration_common/pointing_residual.h"
 
-namespace norv::calibration {
+namespace norv::internal {
 namespace {
 
 template <class Matrix>
@@ -75,4 +75,4 @@ TEST(PointingEvaluator, SparseProblems) {
 }
 
 }  // namespace
-}  // namespace norv::calibration
+}  // namespace norv::internal

@@ -13,9 +13,10 @@
 #include "testing/numeric_derivative.h"
 #include "testing/random_head.h"
 
-namespace norv::calibration {
+namespace norv::internal {
 namespace {
 
+using calibration::PanTiltSystemParameters;
 using testing::numericDerivative;
 using testing::uniform;
 using Derivatives = std::array<double, 2>;
@@ -238,4 +239,4 @@ TEST(PointingResidual, UsesTheHomogeneousPointAsItStands) {
 }
 
 }  // namespace
-}  // namespace norv::calibration
+}  // namespace norv::internal
