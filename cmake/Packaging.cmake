@@ -33,6 +33,6 @@ install(FILES "${PROJECT_BINARY_DIR}/camera_parameters.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
 install(FILES ${proto_files} DESTINATION "${CMAKE_INSTALL_DATADIR}/camera_parameters/proto")
-install(FILES docs/conventions.md docs/pan_tilt_heads.md docs/single_image_fit.md
+install(FILES docs/conventions.md docs/models_and_sizes.md docs/pan_tilt_heads.md docs/single_image_fit.md
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs")
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
