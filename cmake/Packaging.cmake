@@ -34,5 +34,6 @@ install(FILES "${PROJECT_BINARY_DIR}/camera_parameters.pc"
 
 install(FILES ${proto_files} DESTINATION "${CMAKE_INSTALL_DATADIR}/camera_parameters/proto")
 install(FILES docs/conventions.md docs/models_and_sizes.md docs/pan_tilt_heads.md docs/single_image_fit.md
+  docs/versions_and_files.md
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs")
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")

@@ -1,0 +1,47 @@
+# Run as a script: PAGE says which VERSION the library has, which SONAME, what CMake's VERSION_FILE
+# answers for each version that is asked for, and what a second copy of the messages says.
+
+file(READ "${PAGE}" page)
+
+function(expect_said text)
+  string(FIND "${page}" "${text}" position)
+  if(position EQUAL -1)
+    message(SEND_ERROR "${PAGE} does not say: ${text}")
+  endif()
+endfunction()
+
+expect_said("this is version ${VERSION}.")
+expect_said("`libcamera_parameters.so.${VERSION}`")
+expect_said("SONAME `${SONAME}`")
+expect_said("| with version ${VERSION} installed, `find_package(camera_parameters ...)` asks for | it is found |")
+
+# What find_package sets for a version file.
+function(ask version found)
+  set(PACKAGE_FIND_VERSION "${version}")
+  string(REPLACE "." ";" parts "${version}")
+  list(LENGTH parts PACKAGE_FIND_VERSION_COUNT)
+  list(APPEND parts 0 0 0)
+  list(GET parts 0 PACKAGE_FIND_VERSION_MAJOR)
+  list(GET parts 1 PACKAGE_FIND_VERSION_MINOR)
+  list(GET parts 2 PACKAGE_FIND_VERSION_PATCH)
+  set(PACKAGE_VERSION_COMPATIBLE FALSE)
+  set(PACKAGE_VERSION_UNSUITABLE FALSE)
+  include("${VERSION_FILE}")
+  set(answer no)
+  if(PACKAGE_VERSION_COMPATIBLE AND NOT PACKAGE_VERSION_UNSUITABLE)
+    set(answer yes)
+  endif()
+  if(NOT answer STREQUAL found)
+    message(SEND_ERROR "${PAGE} says ${found} for version ${version}, CMake ${answer}")
+  endif()
+endfunction()
+
+string(REGEX MATCHALL "\n\\| [0-9.]+ \\| (yes|no) \\|" rows "${page}")
+list(LENGTH rows count)
+if(count LESS 6)
+  message(SEND_ERROR "${PAGE} has ${count} versions in its table")
+endif()
+foreach(row IN LISTS rows)
+  string(REGEX MATCH "([0-9.]+) \\| (yes|no)" ignored "${row}")
+  ask("${CMAKE_MATCH_1}" "${CMAKE_MATCH_2}")
+endforeach()
