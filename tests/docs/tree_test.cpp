@@ -1,0 +1,110 @@
+// The documents name files and folders that there are, and what CMake presets there are.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "testing/document.h"
+
+namespace norv {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+const fs::path kRoot = CAMERA_PARAMETERS_SOURCE_DIR;
+
+std::string read(const fs::path& path) { return testing::readDocument(path.string()); }
+
+/// The documents of the top folder and of docs.
+std::vector<fs::path> documents() {
+  std::vector<fs::path> paths;
+  for (const fs::path& folder : {kRoot, kRoot / "docs"}) {
+    for (const auto& entry : fs::directory_iterator(folder)) {
+      if (entry.path().extension() == ".md") paths.push_back(entry.path());
+    }
+  }
+  return paths;
+}
+
+/// All places where the first group of `pattern` matches.
+std::set<std::string> allMatches(const std::string& text, const std::string& pattern) {
+  const std::regex regex(pattern);
+  std::set<std::string> found;
+  for (std::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at) {
+    found.insert((*at)[1]);
+  }
+  return found;
+}
+
+/// Whether the tree holds that file or folder, or the files `path`.h and .cpp.
+bool exists(const std::string& path) {
+  return fs::exists(kRoot / path) || fs::exists(kRoot / (path + ".h"));
+}
+
+TEST(DocumentsAndTree, FilesThatAreNamedExist) {
+  std::size_t named = 0;
+  for (const fs::path& document : documents()) {
+    for (const std::string& path : allMatches(
+             read(document),
+             "`((?:calibration|calibration_common|support|proto|tools|examples|docs|tests|testing|"
+             "benchmarks|fuzz|cmake|scripts)/[A-Za-z0-9_./-]*)`")) {
+      // What a build makes of a .proto file is installed beside it.
+      const std::string source = std::regex_replace(path, std::regex("\\.pb\\.h$"), ".proto");
+      EXPECT_TRUE(exists(source)) << document << " names " << path;
+      ++named;
+    }
+  }
+  EXPECT_GT(named, 10U);
+}
+
+TEST(DocumentsAndTree, ArchitectureListsTheRoomsOfSupport) {
+  const std::string text = read(kRoot / "ARCHITECTURE.md");
+  const std::size_t begin = text.find("\n    support/ ");
+  const std::size_t end = text.find("\n    proto/ ");
+  ASSERT_LT(begin, end);
+  const std::set<std::string> listed =
+      allMatches(text.substr(begin, end - begin), "\n      ([a-z]+)/ ");
+  std::set<std::string> rooms;
+  for (const auto& entry : fs::directory_iterator(kRoot / "support")) {
+    if (entry.is_directory()) rooms.insert(entry.path().filename().string());
+  }
+  EXPECT_EQ(listed, rooms);
+}
+
+TEST(DocumentsAndTree, ArchitectureListsTheFolders) {
+  const std::string text = read(kRoot / "ARCHITECTURE.md");
+  std::set<std::string> listed = allMatches(text, "\n    ([a-z_]+)/ ");
+  for (const std::string& second : allMatches(text, "\n    [a-z_]+/  ([a-z_]+)/ ")) {
+    listed.insert(second);
+  }
+  std::set<std::string> folders;
+  for (const auto& entry : fs::directory_iterator(kRoot)) {
+    const std::string name = entry.path().filename().string();
+    if (entry.is_directory() && name != "build" && name[0] != '.') folders.insert(name);
+  }
+  EXPECT_EQ(listed, folders);
+}
+
+TEST(DocumentsAndTree, ContributingNamesThePresets) {
+  const std::string contributing = read(kRoot / "CONTRIBUTING.md");
+  const std::string presets = read(kRoot / "CMakePresets.json");
+  const std::string configure = presets.substr(0, presets.find("\"buildPresets\""));
+  const std::set<std::string> names = allMatches(configure, "\"name\": \"([a-z-]+)\"");
+  EXPECT_GE(names.size(), 8U);
+  for (const std::string& name : names) {
+    const bool hidden =
+        std::regex_search(configure, std::regex("\"name\": \"" + name + "\",\\s+\"hidden\": true"));
+    if (hidden) continue;
+    EXPECT_THAT(contributing, HasSubstr("`" + name + "`"));
+  }
+}
+
+}  // namespace
+}  // namespace norv
