@@ -43,8 +43,13 @@ set(library_sources
   support/fit/start_search.cpp
   support/lens/lens_inverse.cpp
   support/lens/radial_branch.cpp
+  support/log/delivery.cpp
+  support/log/error_line.cpp
   support/log/escapes.cpp
+  support/log/level_names.cpp
   support/log/levels.cpp
+  support/log/line.cpp
+  support/log/text.cpp
   support/numeric/monotone_cubic.cpp
   support/numeric/polynomial_zero.cpp
   support/sensor/lens_curve.cpp
@@ -64,6 +69,8 @@ set(public_headers
   support/export.h
   support/file.h
   support/lens_distortion.h
+  support/log_level.h
+  support/log_record.h
   support/logging.h
   support/matrix_types.h
   support/message_parsing.h

@@ -1,7 +1,5 @@
 #include "support/checks.h"
 
-#include <string>
-
 namespace norv::internal {
 namespace {
 
@@ -24,9 +22,7 @@ void reportFailedCheck(const char* expression, const CheckSite& site) {
 
 void reportFailedComparison(const char* comparison, std::int64_t a, std::int64_t b,
                             const CheckSite& site) {
-  const std::string text =
-      std::string(comparison) + " (" + std::to_string(a) + " vs. " + std::to_string(b) + ")";
-  writeFatal(site, "Check failed: ", text, ' ');
+  writeFatal(site, "Check failed: ", comparison, " (", a, " vs. ", b, ") ");
 }
 
 }  // namespace norv::internal

@@ -5,64 +5,46 @@
 /// nothing, neither text nor arguments. All functions here are thread-safe.
 /// Conventions: docs/conventions.md.
 
-#include <atomic>
 #include <climits>
-#include <functional>
 #include <memory>
+#include <optional>
 #include <ostream>
-#include <string>
 
 #include "support/export.h"
+#include "support/log_level.h"
+#include "support/log_record.h"
 
 namespace norv {
 
-/// Severities; smaller is more severe. (4 is not used.)
-enum LogLevel : int {
-  kLogFatal = 1,    ///< failed checks, on the channel "check"
-  kLogError = 2,    ///< rejected input, failed computations
-  kLogWarning = 3,  ///< fallbacks, doubtful results
-  kLogInfo = 5,     ///< choices made and values computed
-  kLogDebug = 6,    ///< step-by-step traces
-};
-
-/// One finished statement, as a sink receives it. The pointers outlive the call only where the
-/// statement's own literals do.
-struct LogRecord {
-  int level;
-  const char* channel;
-  const char* file;
-  const char* function;  ///< full signature, as the compiler's pretty-function text gives it
-  int line;
-  std::string text;
-};
-
-/// Receives every enabled statement. Calls are made one at a time, on the thread that logs,
-/// whatever the number of threads. A sink may log (its own statements go to standard error), throw
-/// (the statement it threw on goes to standard error instead) and call the set functions below; it
-/// must not wait for another thread that logs.
-using LogSink = std::function<void(const LogRecord&)>;
-
 /// Makes `sink` receive the statements from now on; an empty one restores standard error, which
-/// gets one line a statement: level name, channel, file:line and text. Line breaks and other
-/// control characters in the text are written as escapes there, so that a line is a statement.
+/// gets one line a statement: level name, channel, file:line and text.
+///
+/// Channel, file and text are written there as toPrintable gives them (support/printable_text.h),
+/// so that a line is a statement and what it quotes cannot act on the terminal. Of the text the
+/// line holds the first 4 KiB, cut between two characters, and then how many bytes follow, as in "
+/// ... (268435456 more bytes)"; of channel and file likewise the first 1 KiB. Writing it allocates
+/// nothing. A sink gets all of the text as it is.
 ///
 /// Does not wait: a call of the former sink that another thread has begun may still be under way on
-/// return. That sink is destroyed only after it; what it refers to must live as long.
+/// return. That sink is destroyed only after it; what it refers to must live as long. Throws
+/// std::bad_alloc, with the former sink in place, when there is no memory for the new one.
 NORV_EXPORT void setLogSink(LogSink sink);
 
 /// Enables the levels 1 to `level` on `channel` and disables the rest; 0 disables all. nullptr sets
 /// every channel, those configured one by one before included. Initially warnings and worse are
-/// enabled. The channel's name is copied.
+/// enabled. The channel's name is copied; throws std::bad_alloc, with the levels as they were, when
+/// there is no memory for it.
 ///
 /// The environment variable NORV_LOG sets levels at the first use of the logger: a level name (off,
 /// fatal, error, warning, info, debug) for every channel, or a comma-separated list in which
 /// `channel=level` sets a single one, such as "info" or "camera_parameters=debug,check=fatal". A
-/// malformed value is reported once and ignored as a whole.
+/// malformed value is reported once and ignored as a whole. Where there is no memory to read it,
+/// the next use tries again.
 NORV_EXPORT void setLogLevel(const char* channel, int level);
 
 /// Statements of `level` and more severe stop the process with `std::abort` once they are out and
 /// flushed; 0 makes none do so. Initially 1: failed checks stop the process. A statement that is
-/// not enabled never does.
+/// not enabled never does, nor does one of a level of 0 or below.
 NORV_EXPORT void setTerminatingLevel(int level);
 
 /// Placeholder for filters that a program's logger may define; the statements of this library pass
@@ -71,14 +53,13 @@ class LoggingFilter;
 
 namespace internal {
 
-/// The least severe level that any channel enables; INT_MAX until the logger has been configured
-/// by its first use.
-NORV_EXPORT extern std::atomic<int> max_enabled_log_level;
-
-/// Whether `channel` itself enables `level`; configures the logger at the first call.
-NORV_EXPORT bool isChannelEnabled(int level, const char* channel);
-
 class LogLineStream;
+
+/// Stands in for the line of a statement that found no memory for one: takes in nothing.
+struct DiscardedLine {
+  std::ostream stream{nullptr};
+  LogRecord record;
+};
 
 /// Gives an expression of stream type the type void, so that the two branches of a logging
 /// statement agree. Binds looser than << and tighter than ?:.
@@ -89,13 +70,6 @@ struct StreamToVoid {
 
 }  // namespace internal
 
-/// Whether statements of `level` on `channel` are produced. Costs an atomic load and a branch when
-/// no channel at all enables `level`.
-inline bool isLoggerEnabled(int level, const char* channel) {
-  return level <= internal::max_enabled_log_level.load(std::memory_order_relaxed) &&
-         internal::isChannelEnabled(level, channel);
-}
-
 /// A stream-style statement: an output stream whose text is emitted when the object is destroyed.
 /// If `level` is at or beyond the terminating level, that stops the process.
 ///
@@ -103,10 +77,14 @@ inline bool isLoggerEnabled(int level, const char* channel) {
 /// the stream's default formatting, whatever the global locale is. `site_state` is the statement's
 /// own integer, initially -1; the logger counts the site's statements in it (0 after the first),
 /// for use in a debugger, and accepts nullptr. Whether the level is enabled is not asked again.
+///
+/// Runs out of memory without an exception: the statement drops its text and is emitted with
+/// "(out of memory)" in its place; a terminating one still stops the process. What the values that
+/// are written throw themselves passes on, once the text so far has been emitted.
 class NORV_EXPORT LoggingStream {
  public:
   LoggingStream(LoggingFilter* filter, int level, const char* channel, const char* file,
-                const char* function, int line, int* site_state);
+                const char* function, int line, int* site_state) noexcept;
   LoggingStream(const LoggingStream&) = delete;
   LoggingStream& operator=(const LoggingStream&) = delete;
   ~LoggingStream();
@@ -128,10 +106,11 @@ class NORV_EXPORT LoggingStream {
 
  private:
   std::unique_ptr<internal::LogLineStream> line_;
+  std::optional<internal::DiscardedLine> discarded_;  ///< in place of `line_`
 };
 
 /// A printf-style statement: emits the formatted text at once. Numbers are written in the "C"
-/// locale. Other arguments as for LoggingStream.
+/// locale. Other arguments, and what happens without memory, as for LoggingStream. Throws nothing.
 NORV_EXPORT void logToLogger(LoggingFilter* filter, int level, const char* channel,
                              const char* file, const char* function, int line, int* site_state,
                              const char* format, ...) __attribute__((format(printf, 8, 9)));
@@ -141,7 +120,7 @@ NORV_EXPORT bool loggerMustBreak(int level, const char* channel);
 
 /// Emits the formatted text, without a line break at its end, as a fatal statement on the channel
 /// "check" at the given place, flushes and stops the process with `std::abort`. Neither the enabled
-/// levels nor the terminating level are asked.
+/// levels nor the terminating level are asked. Without memory as LoggingStream.
 [[noreturn]] NORV_EXPORT void handleAssertion(const char* file, int line, const char* function,
                                               const char* format, ...)
     __attribute__((format(printf, 4, 5)));

@@ -1,55 +1,22 @@
 #include "support/log/levels.h"
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
+#include <new>
+#include <optional>
+#include <string>
 
-#include "support/logging.h"
+#include "support/log/delivery.h"
+#include "support/log/level_names.h"
+#include "support/log/text.h"
+#include "support/log_record.h"
 
-namespace norv {
-namespace internal {
+namespace norv::internal {
 namespace {
 
 constexpr int kUnconfigured = INT_MAX;
-
-struct NamedLevel {
-  std::string_view name;
-  int level;
-};
-
-constexpr std::array<NamedLevel, 6> kLevelNames = {{
-    {"off", 0},
-    {"fatal", kLogFatal},
-    {"error", kLogError},
-    {"warning", kLogWarning},
-    {"info", kLogInfo},
-    {"debug", kLogDebug},
-}};
-
-std::optional<int> parseLevelName(std::string_view name) {
-  for (const NamedLevel& known : kLevelNames) {
-    if (known.name == name) return known.level;
-  }
-  return std::nullopt;
-}
-
-/// One "level" or "channel=level".
-bool parseItem(std::string_view item, LogLevelSpec* spec) {
-  const std::size_t equals = item.find('=');
-  const bool names_channel = equals != std::string_view::npos;
-  const std::optional<int> level = parseLevelName(names_channel ? item.substr(equals + 1) : item);
-  if (!level || equals == 0) return false;
-  if (names_channel) {
-    spec->channels.emplace_back(item.substr(0, equals), *level);
-  } else {
-    spec->every_channel = level;
-  }
-  return true;
-}
 
 /// Level of one channel that was set by name. Nodes are never removed, so that readers need no
 /// lock; there are as many as distinct names were ever set.
@@ -94,10 +61,10 @@ void publishMaximum() {
   max_enabled_log_level.store(maximum, std::memory_order_release);
 }
 
-/// Applies NORV_LOG unless that was done; returns the variable's value if it is malformed. The
-/// writers' lock is held.
-std::optional<std::string> configureFromEnvironment() {
-  if (max_enabled_log_level.load(std::memory_order_acquire) != kUnconfigured) return std::nullopt;
+/// Applies NORV_LOG unless that was done; returns the variable's value if it is malformed, else
+/// nullptr. The writers' lock is held. When it throws std::bad_alloc, the logger is not configured.
+const char* configureFromEnvironment() {
+  if (max_enabled_log_level.load(std::memory_order_acquire) != kUnconfigured) return nullptr;
   const char* text = std::getenv("NORV_LOG");
   const bool given = text != nullptr && *text != '\0';
   const std::optional<LogLevelSpec> spec = parseLogLevelSpec(given ? text : "warning");
@@ -106,19 +73,26 @@ std::optional<std::string> configureFromEnvironment() {
     for (const auto& [channel, level] : spec->channels) setOneChannel(channel.c_str(), level);
   }
   publishMaximum();
-  return spec ? std::nullopt : std::optional<std::string>(text);
+  return spec ? nullptr : text;
 }
 
 /// Without the lock, since the sink that gets the statement may set levels itself.
-void reportMalformed(const std::optional<std::string>& value) {
-  if (value) NORV_LOG(kLogWarning, "logging") << "Ignoring malformed NORV_LOG=" << *value;
+void reportMalformed(const char* value) {
+  constexpr const char* kChannel = "logging";
+  if (value == nullptr || !isLoggerEnabled(kLogWarning, kChannel)) return;
+  const auto text = [&] { return std::string("Ignoring malformed NORV_LOG=") + value; };
+  deliver({kLogWarning, kChannel, __FILE__, __PRETTY_FUNCTION__, __LINE__,
+           textUnlessOutOfMemory(text)});
+  if (stopsProcess(kLogWarning)) stopProcess();
 }
 
 void configureOnce() {
-  std::optional<std::string> malformed;
-  {
+  const char* malformed = nullptr;
+  try {
     const std::lock_guard<std::mutex> lock(writers);
     malformed = configureFromEnvironment();
+  } catch (const std::bad_alloc&) {
+    return;
   }
   reportMalformed(malformed);
 }
@@ -131,47 +105,24 @@ bool isChannelEnabled(int level, const char* channel) {
   if (max_enabled_log_level.load(std::memory_order_acquire) == kUnconfigured) configureOnce();
   const ChannelLevel* node = findChannel(channel);
   const std::atomic<int>& enabled = node != nullptr ? node->level : default_level;
-  return level <= enabled.load(std::memory_order_relaxed);
+  return level > 0 && level <= enabled.load(std::memory_order_relaxed);
 }
 
-std::optional<LogLevelSpec> parseLogLevelSpec(std::string_view text) {
-  LogLevelSpec spec;
-  for (;;) {
-    const std::size_t comma = text.find(',');
-    if (!parseItem(text.substr(0, comma), &spec)) return std::nullopt;
-    if (comma == std::string_view::npos) return spec;
-    text.remove_prefix(comma + 1);
-  }
-}
-
-std::string logLevelName(int level) {
-  for (const NamedLevel& known : kLevelNames) {
-    if (known.level != level || level == 0) continue;
-    std::string name(known.name);
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](char c) { return static_cast<char>(c - 'a' + 'A'); });
-    return name;
-  }
-  return "LEVEL" + std::to_string(level);
-}
-
-}  // namespace internal
-
-void setLogLevel(const char* channel, int level) {
+void setChannelLevel(const char* channel, int level) {
   // The largest int marks the logger as unconfigured.
   const int clamped = std::clamp(level, 0, INT_MAX - 1);
-  std::optional<std::string> malformed;
+  const char* malformed = nullptr;
   {
-    const std::lock_guard<std::mutex> lock(internal::writers);
-    malformed = internal::configureFromEnvironment();
+    const std::lock_guard<std::mutex> lock(writers);
+    malformed = configureFromEnvironment();
     if (channel == nullptr) {
-      internal::setEveryChannel(clamped);
+      setEveryChannel(clamped);
     } else {
-      internal::setOneChannel(channel, clamped);
+      setOneChannel(channel, clamped);
     }
-    internal::publishMaximum();
+    publishMaximum();
   }
-  internal::reportMalformed(malformed);
+  reportMalformed(malformed);
 }
 
-}  // namespace norv
+}  // namespace norv::internal

@@ -1,26 +1,13 @@
 #pragma once
 
-/// Which levels are enabled on which channel, and the text form of that in NORV_LOG.
+/// The levels that are enabled, channel by channel, and their first setting from NORV_LOG. What
+/// asks for them is declared in support/log_level.h, where statements find it.
 
-#include <optional>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
+#include "support/log_level.h"
 
 namespace norv::internal {
 
-/// Levels read from a text.
-struct LogLevelSpec {
-  std::optional<int> every_channel;
-  std::vector<std::pair<std::string, int>> channels;
-};
-
-/// Reads "info" or "camera_parameters=debug,check=fatal"; nullopt when any item is malformed. Names
-/// are case-sensitive; where something is set twice, the last one wins.
-std::optional<LogLevelSpec> parseLogLevelSpec(std::string_view text);
-
-/// "FATAL", "ERROR", "WARNING", "INFO", "DEBUG", or "LEVEL" and the number.
-std::string logLevelName(int level);
+/// As setLogLevel (support/logging.h).
+void setChannelLevel(const char* channel, int level);
 
 }  // namespace norv::internal
