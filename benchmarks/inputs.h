@@ -38,7 +38,8 @@ inline Matrix4x4_f examplePose() {
   return m;
 }
 
-/// World points all over the image, so that branches are not learnt by heart.
+/// World points all over the image, so that the processor's branch prediction has no pattern to
+/// learn.
 inline std::vector<Vector3_f> examplePoints(std::size_t count = 256) {
   std::vector<Vector3_f> points;
   for (std::size_t i = 0; i < count; ++i) {

@@ -12,7 +12,7 @@
 namespace norv::testing {
 
 /// A camera without skew at the robot's origin, 1280 x 960, its radial coefficients 1 to 6 and its
-/// tangential ones 7 and 8: numbers that tell apart where each one went.
+/// tangential ones 7 and 8: numbers that show where each one went.
 inline calibration::CameraCalibration exampleCamera(const std::string& name,
                                                     const std::string& model) {
   calibration::CameraCalibration camera;

@@ -39,7 +39,7 @@ inline calibration::PanTiltSystemParameters exampleHead() {
 }
 
 /// The same without lever arms: all three frames have their origin in the base's, so that rays
-/// start there and angles can be told by hand.
+/// start there and angles can be worked out by hand.
 inline calibration::PanTiltSystemParameters headWithoutLeverArms() {
   calibration::PanTiltSystemParameters head = exampleHead();
   for (calibration::CameraExtrinsics* pose :
@@ -51,7 +51,7 @@ inline calibration::PanTiltSystemParameters headWithoutLeverArms() {
 
 /// A 20x zoom lens at 1920 x 1080, sampled from zoom 0 every 1000 steps; 10000 is 20 times as long
 /// as 0, and the last sample lies beyond. In the corners barrel at the wide end, pincushion at the
-/// long one. No two values are the same, so that tests tell apart where each one went.
+/// long one. No two values are the same, so that tests see where each one went.
 inline calibration::PTZIntrinsicsTable exampleLens() {
   calibration::PTZIntrinsicsTable lens;
   lens.set_image_width(1920);

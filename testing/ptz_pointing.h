@@ -1,6 +1,6 @@
 #pragma once
 
-/// Pan-tilt-zoom cameras whose pointing can be told by hand, and calls of it with what they
+/// Pan-tilt-zoom cameras whose pointing can be worked out by hand, and calls of it with what they
 /// returned, wrote and logged.
 
 #include <Eigen/Core>
@@ -46,7 +46,7 @@ inline calibration::PTZIntrinsicsTable threeSamples() {
 }
 
 /// A camera at `zoom` whose pan and tilt are not limited and whose rays start at the origin, so
-/// that angles can be told by hand.
+/// that angles can be worked out by hand.
 inline calibration::PTZCameraParameters plainPtz(const calibration::PTZIntrinsicsTable& lens) {
   calibration::PTZCameraParameters params;
   *params.mutable_intrinsics() = lens;
@@ -86,8 +86,8 @@ inline std::vector<LogLine> withoutSolverTrace(const std::vector<LogLine>& logs)
   return result;
 }
 
-inline PointingOutcome center(const calibration::PTZCameraParameters& params, const Position& now,
-                              const Vector2_f& pixel) {
+inline PointingOutcome centrePixel(const calibration::PTZCameraParameters& params,
+                                   const Position& now, const Vector2_f& pixel) {
   const calibration::PTZCameraModelConfiguration configuration(ptzModel(params), now.pan, now.tilt,
                                                                now.zoom);
   ScopedLogCapture capture;

@@ -137,7 +137,8 @@ class IntrinsicsFit {
         gradient += row * (pixel[j].value - pixels[i][static_cast<Eigen::Index>(j)]);
       }
     }
-    // Some pixels' worth of belief in small coefficients, for those that the rays leave open.
+    // Coefficients that the rays do not determine are drawn to zero, with the weight of some
+    // pixels.
     Values weights;
     weights << 0, 0, 0, 0, 1, 1, 1, 3, 3, 3, 1, 1;
     normal.diagonal() += weights.cwiseAbs2();

@@ -294,7 +294,7 @@ TEST_F(CameraIntrinsicsTest, OtherModelsNeedTheSizeToBePresent) {
     EXPECT_TRUE(capture.take().empty());
     EXPECT_EQ(camera.getIntrinsicsTable().size(), 5U);  // as it was
   }
-  // Present and zero is present.
+  // A width of zero that is stored counts as stored.
   CameraCalibration message = exampleCamera("camera", "any");
   message.mutable_intrinsics()->set_width(0);
   CameraParameters camera;

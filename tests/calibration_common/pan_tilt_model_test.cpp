@@ -343,7 +343,7 @@ PanTiltSystemParameters limited(int min_pan, int max_pan, int min_tilt, int max_
   return params;
 }
 
-/// The position that becomes of one beyond the limits.
+/// What a position becomes within the limits.
 std::pair<int, int> limit(const PanTiltSystemParameters& params, int pan, int tilt) {
   limitToMotorRange(params, &pan, &tilt);
   return {pan, tilt};

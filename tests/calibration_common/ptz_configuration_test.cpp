@@ -270,7 +270,7 @@ TEST(BlendedLens, SamplesThatAreNotFiniteShow) {
     PTZCameraParameters params = examplePtz();
     params.mutable_intrinsics()->mutable_samples(3)->set_k1(bad);
     EXPECT_FALSE(std::isfinite(configured(params, 3500).getDistortion()[0]));
-    // Its weight is zero here, and yet.
+    // Its weight is zero here, but zero times such a number is NaN.
     EXPECT_TRUE(std::isnan(configured(params, 2000).getDistortion()[0]));
     EXPECT_TRUE(configured(params, 4500).getIntrinsics().allFinite());
   }
@@ -361,8 +361,8 @@ TEST(PTZConfiguration, PoseIsTheHeadsAtTheMotorPositions) {
 TEST(PTZConfiguration, CameraCenterByHand) {
   // Base to pan joint (100, 0, 1200), on to the tilt joint (25, 0, 60), on to the camera (30, 2,
   // 12) mm.
-  const Vector3_f center = configured(examplePtz(), 0).getCameraCenter();
-  EXPECT_LT((center - Vector3_f(0.155F, 0.002F, 1.272F)).norm(), 1e-6F) << center;
+  const Vector3_f centre = configured(examplePtz(), 0).getCameraCenter();
+  EXPECT_LT((centre - Vector3_f(0.155F, 0.002F, 1.272F)).norm(), 1e-6F) << centre;
 }
 
 TEST(PTZConfiguration, RayThroughThePrincipalPointIsTheOpticalAxis) {

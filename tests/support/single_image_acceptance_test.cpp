@@ -46,7 +46,7 @@ struct Medians {
 
 /// A population of views, and the medians that were found over 250 views of it, others than here,
 /// when the constants of the fit were chosen. Those medians have a standard error of some 7 % and
-/// the ones here half of that, so 20 % more is the least that a fit as good as then keeps to.
+/// the ones here half of that, so a fit that is as good as it was then stays within 20 % more.
 struct Row {
   std::string name;
   std::vector<LensKind> lenses;

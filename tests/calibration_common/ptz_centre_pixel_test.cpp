@@ -17,7 +17,7 @@
 namespace norv::calibration {
 namespace {
 
-using testing::center;
+using testing::centrePixel;
 using ::testing::ElementsAre;
 using testing::examplePtz;
 using ::testing::IsEmpty;
@@ -42,11 +42,11 @@ constexpr int kLowest = std::numeric_limits<int>::min();
 
 TEST(CenterPixel, ByHand) {
   // One focal length to the right: 45 degrees, 1570.8 steps. Then up.
-  PointingOutcome outcome = center(plainPtz(threeSamples()), kAhead, {2000, 500});
+  PointingOutcome outcome = centrePixel(plainPtz(threeSamples()), kAhead, {2000, 500});
   EXPECT_TRUE(outcome.solved);
   EXPECT_EQ(outcome.position, (Position{1571, 0, kNotWritten}));
   EXPECT_THAT(outcome.logs, IsEmpty());
-  outcome = center(plainPtz(threeSamples()), kAhead, {1000, -500});
+  outcome = centrePixel(plainPtz(threeSamples()), kAhead, {1000, -500});
   EXPECT_TRUE(outcome.solved);
   EXPECT_EQ(outcome.position, (Position{0, 1571, kNotWritten}));
 }
@@ -72,7 +72,7 @@ TEST(CenterPixel, TheTargetIsOneMetreAway) {
   // atan(0.7071 / 1.2071) = 30.36 degrees, or 1059.8 steps, from the axis.
   PTZCameraParameters params = plainPtz(threeSamples());
   params.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(11, -500);
-  const PointingOutcome outcome = center(params, kAhead, {2000, 500});
+  const PointingOutcome outcome = centrePixel(params, kAhead, {2000, 500});
   EXPECT_TRUE(outcome.solved);
   EXPECT_EQ(outcome.position, (Position{1060, 0, kNotWritten}));
 }
@@ -92,11 +92,11 @@ TEST(CenterPixel, RoundsHalfAwayFromZero) {
     ASSERT_TRUE(
         configuration.getPanTilt(configuration.projectPixelToRay(pixel), {1000, 500}, &pan, &tilt));
     ASSERT_EQ(pan, 2.5F * narrow(sign));
-    EXPECT_EQ(center(params, now, pixel).position, (Position{3 * sign, 0, kNotWritten}));
+    EXPECT_EQ(centrePixel(params, now, pixel).position, (Position{3 * sign, 0, kNotWritten}));
     // Rounding comes before the limits.
     params.mutable_pan_tilt()->set_max_pan(2);
     params.mutable_pan_tilt()->set_min_pan(-2);
-    EXPECT_EQ(center(params, now, pixel).position, (Position{2 * sign, 0, kNotWritten}));
+    EXPECT_EQ(centrePixel(params, now, pixel).position, (Position{2 * sign, 0, kNotWritten}));
   }
 }
 
@@ -107,7 +107,7 @@ TEST(CenterPixel, RoundsTiltTheSameWay) {
     params.mutable_pan_tilt()->set_tilt_offset(2.5F * narrow(sign));
     // Looking down by 45 degrees for the positive sign, and at a pixel up by as much.
     const PointingOutcome outcome =
-        center(params, {0, 2 * sign, 70}, {1000, 500 - 1000 * narrow(sign)});
+        centrePixel(params, {0, 2 * sign, 70}, {1000, 500 - 1000 * narrow(sign)});
     EXPECT_EQ(outcome.position, (Position{0, 3 * sign, kNotWritten}));
   }
 }
@@ -117,7 +117,7 @@ TEST(CenterPixel, RoundsTiltTheSameWay) {
 Position limitedTo(void (*set)(PanTiltSystemParameters*)) {
   PTZCameraParameters params = plainPtz(threeSamples());
   set(params.mutable_pan_tilt());
-  return center(params, kAhead, {2000, -500}).position;
+  return centrePixel(params, kAhead, {2000, -500}).position;
 }
 
 TEST(CenterPixel, LimitsApplyWhereTheyArePresent) {
@@ -147,22 +147,22 @@ TEST(CenterPixel, ResultsBeyondIntSaturateBeforeTheLimits) {
   PTZCameraParameters params = plainPtz(threeSamples());
   params.mutable_pan_tilt()->set_pan_scale(1e-12F);
   params.mutable_pan_tilt()->set_tilt_scale(-1e-12F);
-  EXPECT_EQ(center(params, kAhead, {2000, -500}).position,
+  EXPECT_EQ(centrePixel(params, kAhead, {2000, -500}).position,
             (Position{kLargest, kLowest, kNotWritten}));
   params.mutable_pan_tilt()->set_max_pan(10);
   params.mutable_pan_tilt()->set_min_tilt(-20);
-  EXPECT_EQ(center(params, kAhead, {2000, -500}).position, (Position{10, -20, kNotWritten}));
+  EXPECT_EQ(centrePixel(params, kAhead, {2000, -500}).position, (Position{10, -20, kNotWritten}));
 }
 
 TEST(CenterPixel, ZeroScales) {
   PTZCameraParameters params = plainPtz(threeSamples());
   params.mutable_pan_tilt()->set_pan_scale(0);
   params.mutable_pan_tilt()->set_tilt_scale(0);
-  PointingOutcome outcome = center(params, kAhead, {2000, -500});
+  PointingOutcome outcome = centrePixel(params, kAhead, {2000, -500});
   EXPECT_TRUE(outcome.solved);
   EXPECT_EQ(outcome.position, (Position{kLargest, kLargest, kNotWritten}));
   // Straight ahead 0 / 0 steps are wanted: no number, which counts as 0.
-  outcome = center(params, kAhead, {1000, 500});
+  outcome = centrePixel(params, kAhead, {1000, 500});
   EXPECT_TRUE(outcome.solved);
   EXPECT_EQ(outcome.position, (Position{0, 0, kNotWritten}));
 }
@@ -175,7 +175,7 @@ TEST(CenterPixel, FailsWithNothingWrittenWhenTheResidualIsLarge) {
   params.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(3, 200);
   params.mutable_pan_tilt()->set_tilt_scale(narrow(90 * kRadians));
   const float x = 1000 + 1000 * narrow(std::tan(std::asin(0.15)));
-  const PointingOutcome outcome = center(params, {0, 1, 70}, {x, 500});
+  const PointingOutcome outcome = centrePixel(params, {0, 1, 70}, {x, 500});
   EXPECT_FALSE(outcome.solved);
   EXPECT_EQ(outcome.position, Position());
   ASSERT_EQ(outcome.logs.size(), 1U);
@@ -186,7 +186,7 @@ TEST(CenterPixel, FailsWithNothingWrittenWhenTheResidualIsLarge) {
 
 TEST(CenterPixel, FailsWithNothingWrittenWhereThereIsNoRay) {
   for (const float bad : {std::nanf(""), std::numeric_limits<float>::infinity()}) {
-    const PointingOutcome outcome = center(plainPtz(threeSamples()), kAhead, {bad, 500});
+    const PointingOutcome outcome = centrePixel(plainPtz(threeSamples()), kAhead, {bad, 500});
     EXPECT_FALSE(outcome.solved);
     EXPECT_EQ(outcome.position, Position());
     EXPECT_THAT(outcome.logs, ElementsAre(pointingError("Could not find solutions for pan tilt: "
@@ -196,7 +196,8 @@ TEST(CenterPixel, FailsWithNothingWrittenWhereThereIsNoRay) {
 
 TEST(CenterPixel, FailsWithNothingWrittenAtTheLastSampleAndBeyond) {
   for (const int zoom : {270, 271, 1000, kLargest}) {
-    const PointingOutcome outcome = center(plainPtz(threeSamples()), {0, 0, zoom}, {1000, 500});
+    const PointingOutcome outcome =
+        centrePixel(plainPtz(threeSamples()), {0, 0, zoom}, {1000, 500});
     EXPECT_FALSE(outcome.solved);
     EXPECT_EQ(outcome.position, Position());
     EXPECT_THAT(outcome.logs, ElementsAre(pointingError("Could not find solutions for pan tilt: "
