@@ -1,5 +1,5 @@
-# The library: generated messages, our own code, the compiled-in files; linked into a shared library
-# and, from the same objects, into a static twin for the tests that look inside.
+# The library: generated messages, our own code, the compiled-in files; linked into the library that users
+# link and, from the same objects, into a static twin for the tests that look inside.
 
 set(proto_files
   proto/norv_base_calibration.proto
@@ -55,31 +55,14 @@ set(library_sources
   support/sensor/lens_curve.cpp
   support/sensor/sensor_warp.cpp)
 
-# Headers that those who link the library include, directly or through another one.
-set(public_headers
+# Headers that those who link the library include, directly or through another one: all that lie on the
+# ground floor of support/, and these.
+file(GLOB public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/support/*.h")
+list(APPEND public_headers
   calibration_common/base_calibration_data.h
   calibration_common/camera_parameters.h
   calibration_common/pan_tilt_model.h
-  calibration_common/ptz_camera_model.h
-  support/auto_diff.h
-  support/auto_diff_eigen.h
-  support/camera_projection.h
-  support/camera_transform.h
-  support/checks.h
-  support/export.h
-  support/file.h
-  support/lens_distortion.h
-  support/log_level.h
-  support/log_record.h
-  support/logging.h
-  support/matrix_types.h
-  support/message_parsing.h
-  support/opencv_projection.h
-  support/printable_text.h
-  support/rotation_z.h
-  support/sensor_transform.h
-  support/single_image_calibration.h
-  support/trigonometric_equation.h)
+  calibration_common/ptz_camera_model.h)
 
 set(embedded_files
   calibration/default_base_cal.txt
@@ -132,7 +115,12 @@ set_target_properties(camera_parameters_embedded PROPERTIES
   POSITION_INDEPENDENT_CODE ON
   CXX_VISIBILITY_PRESET hidden)
 
-add_library(camera_parameters SHARED
+# Shared, unless BUILD_SHARED_LIBS says otherwise.
+set(library_type "")
+if(NOT DEFINED BUILD_SHARED_LIBS)
+  set(library_type SHARED)
+endif()
+add_library(camera_parameters ${library_type}
   $<TARGET_OBJECTS:camera_parameters_proto>
   $<TARGET_OBJECTS:camera_parameters_core>
   $<TARGET_OBJECTS:camera_parameters_embedded>)
@@ -143,7 +131,8 @@ set_target_properties(camera_parameters PROPERTIES
   LINKER_LANGUAGE CXX)
 target_compile_features(camera_parameters PUBLIC cxx_std_17)
 target_link_libraries(camera_parameters PUBLIC protobuf::libprotobuf Eigen3::Eigen)
-if(NOT CAMERA_PARAMETERS_SANITIZERS)
+get_target_property(library_type camera_parameters TYPE)
+if(library_type STREQUAL "SHARED_LIBRARY" AND NOT CAMERA_PARAMETERS_SANITIZERS)
   # The sanitizers' runtime is the program's.
   target_link_options(camera_parameters PRIVATE -Wl,--no-undefined)
 endif()
@@ -153,6 +142,15 @@ target_sources(camera_parameters
   PUBLIC
     FILE_SET headers TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${public_headers}
     FILE_SET generated_headers TYPE HEADERS BASE_DIRS "${generated_dir}" FILES ${generated_headers})
+
+# <camera_parameters/support/file.h> is this library's header wherever another support/ folder is searched
+# first. Installed, it lies at that path; in the build folder a file that leads to it does.
+set(prefixed_dir "${PROJECT_BINARY_DIR}/prefixed")
+foreach(header IN LISTS public_headers)
+  file(CONFIGURE OUTPUT "${prefixed_dir}/camera_parameters/${header}"
+    CONTENT "#include \"${PROJECT_SOURCE_DIR}/${header}\"\n" @ONLY)
+endforeach()
+target_include_directories(camera_parameters INTERFACE "$<BUILD_INTERFACE:${prefixed_dir}>")
 
 # The static twin, and two variants for tests that bring their own compiled-in files or their own
 # calibrateFromSingleImage.

@@ -1,21 +1,27 @@
-# Install rules: library, headers below include/camera_parameters (support/ and proto/ are too common
-# names for the system's include folder), CMake package, pkg-config file, message definitions.
+# Install rules. Components: runtime, what programs need to run; development, what it takes to build them;
+# tool, the command-line tool with calibrations to try it on. The headers lie below
+# include/camera_parameters (support/ and proto/ are too common names for the system's include folder).
 
+include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(include_dir "${CMAKE_INSTALL_INCLUDEDIR}/camera_parameters")
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/camera_parameters")
+set(data_dir "${CMAKE_INSTALL_DATADIR}/camera_parameters")
 
 install(TARGETS camera_parameters
   EXPORT camera_parameters_targets
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  FILE_SET headers DESTINATION "${include_dir}"
-  FILE_SET generated_headers DESTINATION "${include_dir}")
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
+  INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+  FILE_SET headers DESTINATION "${include_dir}" COMPONENT development
+  FILE_SET generated_headers DESTINATION "${include_dir}" COMPONENT development)
 install(EXPORT camera_parameters_targets
   NAMESPACE norv::
-  DESTINATION "${package_dir}")
+  DESTINATION "${package_dir}"
+  COMPONENT development)
 
-configure_package_config_file(cmake/camera_parameters-config.cmake.in
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/camera_parameters-config.cmake.in"
   "${PROJECT_BINARY_DIR}/camera_parameters-config.cmake"
   INSTALL_DESTINATION "${package_dir}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/camera_parameters-config-version.cmake"
@@ -23,17 +29,43 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/camera_parameters-config
 install(FILES
   "${PROJECT_BINARY_DIR}/camera_parameters-config.cmake"
   "${PROJECT_BINARY_DIR}/camera_parameters-config-version.cmake"
-  DESTINATION "${package_dir}")
+  DESTINATION "${package_dir}"
+  COMPONENT development)
 
-# Relative to the file itself, so that the installed tree can be moved.
-file(RELATIVE_PATH pkgconfig_to_prefix
-  "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
-configure_file(cmake/camera_parameters.pc.in "${PROJECT_BINARY_DIR}/camera_parameters.pc" @ONLY)
+# The pkg-config file names its folders relative to itself, so that the installed tree can be moved, unless
+# the folders were given as absolute paths.
+set(pc_prefix "${CMAKE_INSTALL_PREFIX}")
+if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  file(RELATIVE_PATH pc_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+  set(pc_prefix "\${pcfiledir}/${pc_prefix}")
+endif()
+foreach(kind IN ITEMS LIBDIR INCLUDEDIR)
+  set(pc_${kind} "${CMAKE_INSTALL_${kind}}")
+  if(NOT IS_ABSOLUTE "${pc_${kind}}")
+    set(pc_${kind} "\${prefix}/${pc_${kind}}")
+  endif()
+endforeach()
+configure_file("${PROJECT_SOURCE_DIR}/cmake/camera_parameters.pc.in"
+  "${PROJECT_BINARY_DIR}/camera_parameters.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/camera_parameters.pc"
-  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+  COMPONENT development)
 
-install(FILES ${proto_files} DESTINATION "${CMAKE_INSTALL_DATADIR}/camera_parameters/proto")
-install(FILES docs/conventions.md docs/models_and_sizes.md docs/pan_tilt_heads.md docs/single_image_fit.md
-  docs/versions_and_files.md
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs")
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+foreach(proto IN LISTS proto_files)
+  install(FILES "${PROJECT_SOURCE_DIR}/${proto}" DESTINATION "${data_dir}/proto" COMPONENT development)
+endforeach()
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/calibration/"
+  DESTINATION "${data_dir}/calibration"
+  COMPONENT tool
+  FILES_MATCHING PATTERN "*.txt")
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
+
+include("${PROJECT_SOURCE_DIR}/cmake/InstalledDocuments.cmake")
+
+if(PROJECT_IS_TOP_LEVEL)
+  # `cpack` packs what would be installed into one archive.
+  set(CPACK_GENERATOR TGZ)
+  set(CPACK_VERBATIM_VARIABLES ON)
+  set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
+  include(CPack)
+endif()

@@ -18,6 +18,10 @@ target_compile_options(camera_parameters_options INTERFACE
   "-ffile-prefix-map=${source_from_build}="
   # Contracting a * b + c would make results depend on the instruction set.
   -ffp-contract=off)
+# Before those of a parent project, which may have a support/ folder too.
+include_directories(BEFORE "${PROJECT_BINARY_DIR}/generated")
+include_directories(BEFORE "${PROJECT_SOURCE_DIR}")
+
 if(CAMERA_PARAMETERS_WERROR)
   target_compile_options(camera_parameters_options INTERFACE -Werror)
 endif()
@@ -26,4 +30,12 @@ if(CAMERA_PARAMETERS_SANITIZERS)
   add_compile_options("-fsanitize=${CAMERA_PARAMETERS_SANITIZERS}" -fno-omit-frame-pointer
     -fno-sanitize-recover=all)
   add_link_options("-fsanitize=${CAMERA_PARAMETERS_SANITIZERS}")
+endif()
+
+if(CAMERA_PARAMETERS_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  find_program(CAMERA_PARAMETERS_CCACHE_PROGRAM ccache)
+  mark_as_advanced(CAMERA_PARAMETERS_CCACHE_PROGRAM)
+  if(CAMERA_PARAMETERS_CCACHE_PROGRAM)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CAMERA_PARAMETERS_CCACHE_PROGRAM}")
+  endif()
 endif()
