@@ -45,6 +45,9 @@ std::string printBinary(const RobotCalibration& robot) {
 RobotCalibration loadRobot(CalibrationInput* input, InputFormat* format) {
   RobotCalibration robot;
   *format = parseExpected(input, CalibrationKind::kRobot, &robot);
+  if (robot.camera_calibration().empty()) {
+    throw ToolError(input->name + ": holds no camera that could be moved");
+  }
   for (int i = 0; i < robot.camera_calibration_size(); ++i) {
     loadCamera(*input, i, robot.camera_calibration(i));
   }

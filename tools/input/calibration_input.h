@@ -2,32 +2,34 @@
 
 /// Reading of calibration files by the tool, with errors that say where.
 
+#include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
 #include <string>
-#include <vector>
-
-#include "tools/input/text_fields.h"
 
 namespace norv::tools {
 
 /// A file and how its contents are found back in it.
 struct CalibrationInput {
-  std::string name;  ///< the path, or what the compiled-in default is called
+  /// The path as it was given, or what the input is called that has none: for programs, and for
+  /// users once it is made printable.
+  std::string name;
   std::string data;
-  std::vector<TextField> fields;  ///< of a text; empty for a binary file
+  /// What a text was parsed as; null for a binary file, whose fields have no places.
+  const google::protobuf::Descriptor* text_type = nullptr;
 };
 
-/// Reads a file. Throws ToolError when that fails.
+/// Reads a file, or standard input where the path is "-". Throws ToolError when that fails.
 CalibrationInput readInput(const std::string& path);
 
 enum class InputFormat { kBinary, kText };
 
-/// Parses the input as a binary message, else as text, and lists a text's fields. Returns which of
-/// them it was. Throws ToolError with the place and field of a text's first error.
+/// Parses the input as a binary message, else as text, and notes which of them it was, which is
+/// also returned. Throws ToolError with the place and field of a text's first error.
 InputFormat parseInput(CalibrationInput* input, google::protobuf::Message* message);
 
-/// "FILE:LINE:COLUMN: path: problem" with as much of the place as is known.
+/// "FILE:LINE:COLUMN: path: problem" with as much of the place as is known. Reads a text anew to
+/// find the place: for the few problems that are shown to a user.
 std::string describeProblem(const CalibrationInput& input, const std::string& path,
                             const std::string& problem);
 

@@ -5,6 +5,7 @@
 #include <google/protobuf/unknown_field_set.h>
 
 #include <array>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -52,19 +53,45 @@ std::optional<BinaryFit> detectBinary(const std::string& data) {
   return best;
 }
 
-/// The kind of a text: the one that it parses as, or else the one whose parser came farthest.
-CalibrationKind detectText(const std::string& data) {
-  CalibrationKind farthest = CalibrationKind::kRobot;
-  std::pair<int, int> farthest_place = {0, 0};
-  for (const CalibrationKind kind : kKinds) {
-    norv::TextParseError error;
-    if (norv::parseText(data, newMessage(kind).get(), &error)) return kind;
-    const std::pair<int, int> place = {error.line, error.column};
-    if (place <= farthest_place) continue;
-    farthest = kind;
-    farthest_place = place;
+struct TextFit {
+  CalibrationKind kind;
+  bool parses;
+  std::pair<int, int> end;  ///< line and column where the parser stopped
+};
+
+TextFit fitText(const std::string& data, CalibrationKind kind) {
+  norv::TextParseError error;
+  const bool parses = norv::parseText(data, newMessage(kind).get(), &error);
+  return {kind, parses, {error.line, error.column}};
+}
+
+/// What a text fits best: the kind that it parses as, or else the one whose parser came farthest.
+TextFit detectText(const std::string& data) {
+  TextFit farthest = fitText(data, kKinds[0]);
+  for (std::size_t i = 1; i < kKinds.size() && !farthest.parses; ++i) {
+    const TextFit fit = fitText(data, kKinds[i]);
+    if (fit.parses || fit.end > farthest.end) farthest = fit;
   }
   return farthest;
+}
+
+/// Refuses a text that does not parse as `kind` when it fits another kind better.
+void refuseOtherKind(const CalibrationInput& input, CalibrationKind kind) {
+  const TextFit best = detectText(input.data);
+  if (!best.parses && best.end <= fitText(input.data, kind).end) return;
+  throw ToolError(fmt::format("{}: {} the calibration of {}, not of {}", input.name,
+                              best.parses ? "holds" : "resembles", describeKind(best.kind),
+                              describeKind(kind)));
+}
+
+/// Parses the input as a kind that it may not be of.
+InputFormat parseAsKind(CalibrationInput* input, CalibrationKind kind, Message* message) {
+  try {
+    return parseInput(input, message);
+  } catch (const ToolError&) {
+    if (input->text_type != nullptr) refuseOtherKind(*input, kind);
+    throw;
+  }
 }
 
 }  // namespace
@@ -91,15 +118,16 @@ const char* describeKind(CalibrationKind kind) {
 ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind) {
   if (!kind) {
     const std::optional<BinaryFit> binary = detectBinary(input->data);
-    kind = binary ? binary->kind : detectText(input->data);
+    kind = binary ? binary->kind : detectText(input->data).kind;
   }
   ParsedCalibration parsed = {*kind, newMessage(*kind)};
-  parseInput(input, parsed.message.get());
+  parseAsKind(input, *kind, parsed.message.get());
   return parsed;
 }
 
 InputFormat parseExpected(CalibrationInput* input, CalibrationKind kind, Message* message) {
-  const InputFormat format = parseInput(input, message);
+  if (input->data.empty()) throw ToolError(input->name + ": is empty");
+  const InputFormat format = parseAsKind(input, kind, message);
   if (format == InputFormat::kText) return format;
   const std::optional<BinaryFit> best = detectBinary(input->data);
   if (best && best->unknown_fields < countUnknownFields(*message)) {

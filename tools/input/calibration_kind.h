@@ -32,12 +32,13 @@ struct ParsedCalibration {
 
 /// Parses the input as the given kind, or as the one that it fits best: the one of which it leaves
 /// the fewest fields unknown, the first in the order above where several do. Throws ToolError when
-/// it is none; of a text, the error is that of the kind whose parser came farthest.
+/// it is none; of a text, the error is that of the kind whose parser came farthest, or, where
+/// another kind was given, says which it fits better.
 ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind);
 
 /// Parses the input into a message of the kind that a command needs. Throws ToolError when it does
-/// not parse, and when it is a binary message that fits another kind better: the format alone would
-/// take nearly any message for nearly any other.
+/// not parse, when it is empty, and when it fits another kind better: the binary format alone would
+/// take nearly any message for nearly any other, and any kind for an empty file.
 InputFormat parseExpected(CalibrationInput* input, CalibrationKind kind,
                           google::protobuf::Message* message);
 

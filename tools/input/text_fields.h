@@ -9,23 +9,42 @@
 
 namespace norv::tools {
 
-/// A field of a text: its path from the top, such as "camera_calibration[1].intrinsics.radial", and
-/// the place of its name, counted from 1.
-struct TextField {
-  std::string path;
+/// A place in a text, counted from 1. Columns are counted as Protocol Buffers does: in bytes, a tab
+/// leading to the next multiple of 8.
+struct TextPlace {
   int line;
   int column;
 };
 
-/// The fields of `text`, in order, up to where it stops being one that the text format's tokens can
-/// be followed in. Repeated messages have their index in the path, beginning at 0.
+/// A field of a text, or one element of a repeated field.
+struct TextField {
+  /// From the top, such as "camera_calibration[1].intrinsics.radial[3]". Elements are counted from
+  /// 0 over all places where the field stands, as the parsed message counts them.
+  std::string path;
+  /// Of the field's name; of an element that stands in a list, of its value.
+  TextPlace begin;
+  /// Behind the value's last character; line 0 when the text breaks off before.
+  TextPlace end;
+  /// Of the brace that opens a message; line 0 for anything else.
+  TextPlace brace;
+};
+
+/// The fields of `text`, a message of `type`, in the order in which they begin; each is followed by
+/// those that it contains. A list is one entry, whose path has no index, followed by its elements.
+/// Fields that `type` does not know are listed without an index; names in square brackets
+/// (extensions, types of an Any) are passed over with what they contain.
+///
+/// The list ends where the text does not follow the format's grammar, or nests deeper than the
+/// library reads: with the same token as the parser, so that the last entry without an end is the
+/// innermost field that the error is inside of. Thread-safe.
 std::vector<TextField> listTextFields(const std::string& text,
                                       const google::protobuf::Descriptor& type);
 
-/// The last field that begins at or before a place, or null: the one that an error there is about.
-const TextField* fieldAt(const std::vector<TextField>& fields, int line, int column);
+/// The innermost field that a place is inside of, its ends included, or null.
+const TextField* fieldAt(const std::vector<TextField>& fields, TextPlace place);
 
-/// The field of that path, or else the innermost one around it; null if there is neither.
+/// The first entry of a field or element of that path; where there is none, of the innermost field
+/// around it; null if there is neither.
 const TextField* findField(const std::vector<TextField>& fields, const std::string& path);
 
 }  // namespace norv::tools

@@ -185,9 +185,18 @@ TEST(AdjustCommand, DefaultCalibrationsFiles) {
 }
 
 TEST(AdjustCommand, NoCameras) {
+  const Files files("# no camera\n");
+  expectToolRefuses(files.adjust(), files.robot + ": holds no camera that could be moved");
+  EXPECT_FALSE(fs::exists(files.output));
+}
+
+TEST(AdjustCommand, EmptyFiles) {
   const Files files("");
-  EXPECT_EQ(toolOutput(files.adjust()), files.said("0 cameras", "binary"));
-  EXPECT_EQ(contentsOf(files.output), "");
+  expectToolRefuses(files.adjust(), files.robot + ": is empty");
+  const std::string robot =
+      files.folder.write("full", robotOf({shiftedCamera("lab")}).SerializeAsString());
+  expectToolRefuses(files.adjust(robot, files.robot), files.robot + ": is empty");
+  EXPECT_FALSE(fs::exists(files.output));
 }
 
 TEST(AdjustCommand, RepeatedNamesAreSaid) {
@@ -244,7 +253,7 @@ TEST(AdjustCommand, NothingIsWrittenFromBadInput) {
   const std::string text = files.folder.write("text", "wheel_base: 1\nwheel_bose: 2\n");
   expectToolRefuses(files.adjust(files.robot, text),
                     text +
-                        ":2:11: wheel_bose: Message type \"norv.calibration.BaseCalibrationProto\" "
+                        ":2:1: wheel_bose: Message type \"norv.calibration.BaseCalibrationProto\" "
                         "has no field named \"wheel_bose\".");
   EXPECT_FALSE(fs::exists(files.output));
   EXPECT_EQ(files.count(), 5);

@@ -433,7 +433,7 @@ TEST(AimCommand, FilesThatAreRefused) {
       "aim '" + path + at,
       path + ": holds the calibration of fixed cameras, not of a pan-tilt-zoom camera");
   path = folder.write("empty", "");
-  expectToolRefuses("aim '" + path + at, path + ": intrinsics.samples: there are no lens samples");
+  expectToolRefuses("aim '" + path + at, path + ": is empty");
   path = folder.write("text", "intrinsics { samples { zoom: x } }");
   expectToolRefuses("aim '" + path + at,
                     path + ":1:30: intrinsics.samples[0].zoom: Expected double, got: x");

@@ -102,7 +102,7 @@ TEST(CalibrationKind, ErrorsOfATextAreThoseOfTheKindThatItResembles) {
   EXPECT_EQ(error("wheel_base: 1\nbase_width: \"x\"\n"),
             "FILE:2:13: base_width: Expected double, got: \"x\"");
   EXPECT_EQ(error("pan_tilt {\n  pan_scale: 1\n  pan_scael: 2\n}\n"),
-            "FILE:3:12: pan_tilt.pan_scael: Message type "
+            "FILE:3:3: pan_tilt.pan_scael: Message type "
             "\"norv.calibration.PanTiltSystemParameters\" has no field named \"pan_scael\".");
   EXPECT_EQ(error(std::string("\xff\x00", 2)),
             "FILE: neither a binary nor a text-format RobotCalibration");
@@ -117,8 +117,7 @@ TEST(CalibrationKind, GivenKindIsTaken) {
   EXPECT_EQ(parsed.message->GetDescriptor(), BaseCalibrationProto::descriptor());
   input = inputOf(examplePtz().DebugString());
   EXPECT_EQ(errorOf([&] { parseCalibration(&input, CalibrationKind::kBase); }),
-            "FILE:1:12: intrinsics: Message type \"norv.calibration.BaseCalibrationProto\" has no "
-            "field named \"intrinsics\".");
+            "FILE: holds the calibration of a pan-tilt-zoom camera, not of a mobile base");
 }
 
 TEST(CalibrationKind, BinaryOfAnotherKindIsRefusedWhereOneIsExpected) {
@@ -134,11 +133,48 @@ TEST(CalibrationKind, BinaryOfAnotherKindIsRefusedWhereOneIsExpected) {
             "FILE: holds the calibration of a pan-tilt-zoom camera, not of fixed cameras");
 }
 
+TEST(CalibrationKind, TextOfAnotherKindIsRefusedWhereOneIsExpected) {
+  RobotCalibration robot;
+  BaseCalibrationProto base;
+  PTZCameraParameters ptz;
+  CalibrationInput input = inputOf(robotOf({exampleCamera("a", "b910")}).DebugString());
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kPtz, &ptz); }),
+            "FILE: holds the calibration of fixed cameras, not of a pan-tilt-zoom camera");
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kBase, &base); }),
+            "FILE: holds the calibration of fixed cameras, not of a mobile base");
+  input = inputOf("# head\npan_tilt {\n  pan_scael: 2\n}\n");
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kRobot, &robot); }),
+            "FILE: resembles the calibration of a pan-tilt-zoom camera, not of fixed cameras");
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kPtz, &ptz); }),
+            "FILE:3:3: pan_tilt.pan_scael: Message type "
+            "\"norv.calibration.PanTiltSystemParameters\" has no field named \"pan_scael\".");
+  // Of no kind at all: the error is that of the expected kind.
+  input = inputOf("hello: world");
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kBase, &base); }),
+            "FILE:1:1: hello: Message type \"norv.calibration.BaseCalibrationProto\" has no field "
+            "named \"hello\".");
+}
+
+TEST(CalibrationKind, EmptyFileIsRefusedWhereAKindIsExpected) {
+  RobotCalibration robot;
+  CalibrationInput input = inputOf("");
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kRobot, &robot); }),
+            "FILE: is empty");
+}
+
+TEST(CalibrationKind, ByteOrderMarksAreNamed) {
+  const auto error = [](const std::string& text) { return errorOf([&] { detect(text); }); };
+  EXPECT_EQ(error("\xef\xbb\xbfwheel_base: 1\n"),
+            "FILE: begins with a byte order mark (bytes ef bb bf); save it as UTF-8 without one");
+  for (const std::string& text : {std::string("\xff\xfew\0", 4), std::string("\xfe\xff\0w", 4)}) {
+    EXPECT_EQ(error(text),
+              "FILE: begins with a byte order mark of UTF-16; save it as UTF-8 without one");
+  }
+}
+
 TEST(CalibrationKind, ExpectedKindIsParsed) {
   BaseCalibrationProto base;
-  CalibrationInput input = inputOf("");
-  EXPECT_EQ(parseExpected(&input, CalibrationKind::kBase, &base), InputFormat::kBinary);
-  input = inputOf(exampleBase().SerializeAsString());
+  CalibrationInput input = inputOf(exampleBase().SerializeAsString());
   EXPECT_EQ(parseExpected(&input, CalibrationKind::kBase, &base), InputFormat::kBinary);
   EXPECT_EQ(base.SerializeAsString(), exampleBase().SerializeAsString());
   input = inputOf(exampleBase().DebugString());

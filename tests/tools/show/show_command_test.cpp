@@ -154,7 +154,7 @@ TEST(ShowCommand, FilesThatCannotBeRead) {
                 folder.path("missing/file") + ": there is no such file");
   expectRefused(folder.path(), folder.path() + ": is a folder");
   expectRefused("", ": there is no such file");
-  expectRefused("/dev/zero", "/dev/zero: cannot be read as a file of at most 2 GiB");
+  expectRefused("/dev/zero", "/dev/zero: cannot be read: A device that may have no end");
 }
 
 TEST(ShowCommand, FilesThatAreNoCalibration) {
@@ -163,7 +163,7 @@ TEST(ShowCommand, FilesThatAreNoCalibration) {
   expectRefused(path, path + ": neither a binary nor a text-format RobotCalibration");
   path = folder.write("unknown", "camera_calibration {\n  nme: \"x\"\n}\n");
   expectRefused(path, path +
-                          ":2:6: camera_calibration[0].nme: Message type "
+                          ":2:3: camera_calibration[0].nme: Message type "
                           "\"norv.calibration.CameraCalibration\" has no field named \"nme\".");
   path = folder.write("type", "camera_calibration {\n  intrinsics {\n    width: \"x\"\n  }\n}\n");
   expectRefused(path, path +
@@ -171,7 +171,7 @@ TEST(ShowCommand, FilesThatAreNoCalibration) {
                           "\"x\"");
   path = folder.write("other", "hello: world");
   expectRefused(path, path +
-                          ":1:6: hello: Message type \"norv.calibration.RobotCalibration\" has no "
+                          ":1:1: hello: Message type \"norv.calibration.RobotCalibration\" has no "
                           "field named \"hello\".");
 }
 
@@ -218,6 +218,30 @@ TEST(ShowCommand, RejectedCameraOfATextHasItsPlace) {
   expectRefused(path, path +
                           ":7:16: camera_calibration[0].extrinsics.a: holds 3 values, at least 12 "
                           "are needed");
+}
+
+/// A camera of a text, with so many radial coefficients.
+std::string cameraText(int radial) {
+  std::string text =
+      "{ name: \"lab\" intrinsics { width: 640 height: 480 tangential: [0, 0] radial: [0";
+  for (int i = 1; i < radial; ++i) text += ", 0";
+  return text + "] } extrinsics { a: [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0] } }";
+}
+
+TEST(ShowCommand, RejectedCameraOfAListHasItsPlace) {
+  const TemporaryFolder folder;
+  const std::string good = cameraText(6);
+  const std::string bad = cameraText(3);
+  const std::string complaint = ".intrinsics.radial: holds 3 values, at least 6 are needed";
+  std::string path = folder.write("list", "# two\ncamera_calibration: [\n  " + good + ",\n  " +
+                                              bad + "]\n\n\n\ncamera_calibration " + good + "\n");
+  expectRefused(path, path + ":4:72: camera_calibration[1]" + complaint);
+  path = folder.write("single", "camera_calibration " + good + "\n\n\ncamera_calibration " + bad);
+  expectRefused(path, path + ":4:89: camera_calibration[1]" + complaint);
+  path =
+      folder.write("mixed", "camera_calibration [" + good + "," + good + "]\ncamera_calibration " +
+                                good + "\n\ncamera_calibration [" + bad + "]");
+  expectRefused(path, path + ":4:90: camera_calibration[3]" + complaint);
 }
 
 TEST(ShowCommand, UnknownCamera) {

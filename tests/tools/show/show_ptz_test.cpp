@@ -281,7 +281,7 @@ TEST(ShowPtz, CalibrationsThatAreRefused) {
   path = folder.write("field", "intrinsics {\n  samples { zoom: 0 fokal: 1 }\n}\n");
   expectToolRefuses("show '" + path + "'",
                     path +
-                        ":2:26: intrinsics.samples[0].fokal: Message type "
+                        ":2:21: intrinsics.samples[0].fokal: Message type "
                         "\"norv.calibration.PTZIntrinsicsItem\" has no field named \"fokal\".");
 }
 

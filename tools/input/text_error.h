@@ -1,0 +1,30 @@
+#pragma once
+
+/// Errors of the text format, told so that the user finds them.
+
+#include <google/protobuf/descriptor.h>
+
+#include <string>
+
+#include "support/message_parsing.h"
+#include "tools/input/text_fields.h"
+
+namespace norv::tools {
+
+struct TextProblem {
+  TextPlace place;   ///< of the token that is wrong
+  std::string path;  ///< of the innermost field whose value it is in; "" when it is in none
+  std::string text;
+};
+
+/// What is wrong with `text`, which does not parse as a message of `type` because of `error`, an
+/// error with a place.
+///
+/// The parser's own text is kept, but for texts that end too early (it says which block is open)
+/// and numbers with a decimal comma. The parser's place of an error about a field's name is the
+/// token after it; here it is the name. Where the field would be known outside of the block that it
+/// stands in, the text asks whether the block lacks its closing brace.
+TextProblem explainTextError(const std::string& text, const google::protobuf::Descriptor& type,
+                             const TextParseError& error);
+
+}  // namespace norv::tools
