@@ -38,8 +38,8 @@ NORV_EXPORT void setLogSink(LogSink sink);
 /// The environment variable NORV_LOG sets levels at the first use of the logger: a level name (off,
 /// fatal, error, warning, info, debug) for every channel, or a comma-separated list in which
 /// `channel=level` sets a single one, such as "info" or "camera_parameters=debug,check=fatal". A
-/// malformed value is reported once and ignored as a whole. Where there is no memory to read it,
-/// the next use tries again.
+/// malformed value is reported once and ignored as a whole. As long as there is no memory to read
+/// it, the initial levels are in force and each use tries again.
 NORV_EXPORT void setLogLevel(const char* channel, int level);
 
 /// Statements of `level` and more severe stop the process with `std::abort` once they are out and

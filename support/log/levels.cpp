@@ -37,6 +37,15 @@ ChannelLevel* findChannel(const char* channel) {
   return node;
 }
 
+/// The node of a channel; a new one has the level that the channel had without it. When it throws
+/// std::bad_alloc, nothing has changed.
+ChannelLevel& channelNode(const char* channel) {
+  if (ChannelLevel* node = findChannel(channel)) return *node;
+  auto* node = new ChannelLevel{channel, {default_level.load()}, channel_levels.load()};
+  channel_levels.store(node, std::memory_order_release);
+  return *node;
+}
+
 void setEveryChannel(int level) {
   default_level.store(level, std::memory_order_relaxed);
   for (ChannelLevel* node = channel_levels.load(); node != nullptr; node = node->next) {
@@ -45,12 +54,7 @@ void setEveryChannel(int level) {
 }
 
 void setOneChannel(const char* channel, int level) {
-  if (ChannelLevel* node = findChannel(channel)) {
-    node->level.store(level, std::memory_order_relaxed);
-    return;
-  }
-  auto* node = new ChannelLevel{channel, {level}, channel_levels.load()};
-  channel_levels.store(node, std::memory_order_release);
+  channelNode(channel).level.store(level, std::memory_order_relaxed);
 }
 
 void publishMaximum() {
@@ -61,17 +65,22 @@ void publishMaximum() {
   max_enabled_log_level.store(maximum, std::memory_order_release);
 }
 
+/// When it throws std::bad_alloc, no level has changed: the nodes are made first.
+void apply(const LogLevelSpec& spec) {
+  for (const auto& item : spec.channels) channelNode(item.first.c_str());
+  if (spec.every_channel) setEveryChannel(*spec.every_channel);
+  for (const auto& [channel, level] : spec.channels) setOneChannel(channel.c_str(), level);
+}
+
 /// Applies NORV_LOG unless that was done; returns the variable's value if it is malformed, else
-/// nullptr. The writers' lock is held. When it throws std::bad_alloc, the logger is not configured.
+/// nullptr. The writers' lock is held. When it throws std::bad_alloc, the initial levels are in
+/// force and the logger is still to be configured.
 const char* configureFromEnvironment() {
   if (max_enabled_log_level.load(std::memory_order_acquire) != kUnconfigured) return nullptr;
   const char* text = std::getenv("NORV_LOG");
   const bool given = text != nullptr && *text != '\0';
   const std::optional<LogLevelSpec> spec = parseLogLevelSpec(given ? text : "warning");
-  if (spec) {
-    if (spec->every_channel) setEveryChannel(*spec->every_channel);
-    for (const auto& [channel, level] : spec->channels) setOneChannel(channel.c_str(), level);
-  }
+  if (spec) apply(*spec);
   publishMaximum();
   return spec ? nullptr : text;
 }

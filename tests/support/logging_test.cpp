@@ -29,10 +29,14 @@ using testing::withGccSpacing;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
 
-/// Restores what the logger starts with.
+/// Sets what the logger starts with, whatever the environment says, and restores it.
 class LoggingTest : public ::testing::Test {
  public:
-  ~LoggingTest() override {
+  LoggingTest() { reset(); }
+  ~LoggingTest() override { reset(); }
+
+ private:
+  static void reset() {
     setLogSink({});
     setLogLevel(nullptr, kLogWarning);
     setTerminatingLevel(kLogFatal);
@@ -207,6 +211,32 @@ TEST_F(LoggingTest, LevelsPerChannel) {
   EXPECT_FALSE(isLoggerEnabled(kLogFatal, "a"));
 }
 
+TEST_F(LoggingTest, LevelsOfZeroAndBelowAreNeverEnabled) {
+  for (const int enabled : {0, int{kLogWarning}, INT_MAX}) {
+    setLogLevel(nullptr, enabled);
+    setLogLevel("a", enabled);
+    for (const int level : {0, -1, -5, INT_MIN}) {
+      EXPECT_FALSE(isLoggerEnabled(level, "a")) << level;
+      EXPECT_FALSE(isLoggerEnabled(level, "b")) << level;
+    }
+  }
+  CaptureStderr();
+  NORV_LOG(0, "a") << "unseen";
+  NORV_LOG_FORMAT(-1, "a", "unseen");
+  EXPECT_EQ(GetCapturedStderr(), "");
+}
+
+TEST_F(LoggingTest, LevelsOfZeroAndBelowNeverStopTheProcess) {
+  for (const int terminating : {0, int{kLogFatal}, INT_MAX}) {
+    setTerminatingLevel(terminating);
+    for (const int level : {0, -1, INT_MIN}) EXPECT_FALSE(loggerMustBreak(level, "a")) << level;
+  }
+  // Written in spite of their level, which nothing asks for again.
+  CaptureStderr();
+  LoggingStream(nullptr, 0, "a", "file.cpp", "function", 1, nullptr) << "text";
+  EXPECT_EQ(GetCapturedStderr(), "LEVEL0 a file.cpp:1: text\n");
+}
+
 TEST_F(LoggingTest, ChannelsAreComparedByTheirText) {
   const std::string name = "some_channel";
   setLogLevel(std::string(name).c_str(), kLogDebug);
@@ -236,6 +266,47 @@ TEST_F(LoggingTest, AStatementIsOneLineOnStandardError) {
             "INFO a " + place(line) +
                 ": one\\ntwo\\x0d\\n\\x09three\\x1b[0m \\x7f caf\xc3\xa9\nLEVEL4 a " +
                 place(line + 2) + ": between\n");
+}
+
+TEST_F(LoggingTest, StandardErrorGetsNothingThatActsOnATerminal) {
+  CaptureStderr();
+  // A control sequence introducer of one character, an override of the direction, a line separator
+  // and a byte that is no text.
+  const int line = __LINE__ + 1;
+  NORV_LOG(kLogError, "a") << "\xc2\x9b"
+                           << "2J \xe2\x80\xae \xe2\x80\xa8 \xff caf\xc3\xa9";
+  EXPECT_EQ(GetCapturedStderr(),
+            "ERROR a " + place(line) +
+                ": \\xc2\\x9b2J \\xe2\\x80\\xae \\xe2\\x80\\xa8 \\xff caf\xc3\xa9\n");
+}
+
+TEST_F(LoggingTest, StandardErrorGetsTheBeginningOfALongText) {
+  const std::string beginning(4096, 'x');
+  const std::string rest(1000000, 'y');
+  CaptureStderr();
+  NORV_LOG(kLogError, "a") << beginning << rest;
+  NORV_LOG_FORMAT(kLogError, "a", "%s%s", beginning.c_str(), rest.c_str());
+  const int line = __LINE__ - 1;
+  EXPECT_EQ(GetCapturedStderr(), "ERROR a " + place(line - 1) + ": " + beginning +
+                                     " ... (1000000 more bytes)\nERROR a " + place(line) + ": " +
+                                     beginning + " ... (1000000 more bytes)\n");
+  // A sink gets all of it.
+  ScopedLogCapture capture;
+  NORV_LOG(kLogError, "a") << beginning << rest;
+  EXPECT_EQ(capture.take().at(0).text, beginning + rest);
+}
+
+/// A value that cannot be written.
+struct Unwritable {
+  friend std::ostream& operator<<(std::ostream& /*out*/, const Unwritable& /*value*/) {
+    throw std::runtime_error("unwritable");
+  }
+};
+
+TEST_F(LoggingTest, WhatAValueThrowsPassesOn) {
+  ScopedLogCapture capture;
+  EXPECT_THROW(NORV_LOG(kLogInfo, "a") << "before " << Unwritable(), std::runtime_error);
+  EXPECT_THAT(lines(capture.take()), ElementsAre(LogLine{5, "a", "before "}));
 }
 
 TEST_F(LoggingTest, EmptySinkRestoresStandardError) {
