@@ -3,13 +3,10 @@
 /// The head and the zoom lens that the library and its peers are measured on.
 
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 #include "calibration_common/ptz_camera_model.h"
-#include "support/logging.h"
 #include "testing/example_ptz.h"
 
 namespace norv::benchmarks {
@@ -33,25 +30,16 @@ inline std::vector<Vector3_f> exampleTargets() {
   return targets;
 }
 
-/// The starts are taken from the solver's own log.
 inline std::vector<PointingTask> examplePointingTasks(const calibration::PanTiltModel& head) {
   std::vector<PointingTask> tasks;
-  PointingTask task = {};
-  setLogSink([&task](const LogRecord& record) {
-    std::sscanf(record.text.c_str(), "Pan/tilt estimates:%lf %lf", &task.pan, &task.tilt);
-  });
-  setLogLevel("pan_tilt_model", kLogInfo);
   for (const Vector3_f& target : exampleTargets()) {
-    task.world = target;
-    float pan = 0;
-    float tilt = 0;
-    if (!head.computePanTilt(target, Vector2_f(0, 0), &pan, &tilt)) {
+    const calibration::PanTiltSolution solution = head.solve(target, Vector2_f(0, 0));
+    if (!solution.solved()) {
       throw std::logic_error("a target of the benchmark cannot be reached");
     }
-    tasks.push_back(task);
+    tasks.push_back({target, static_cast<double>(solution.start_pan),
+                     static_cast<double>(solution.start_tilt)});
   }
-  setLogLevel("pan_tilt_model", kLogWarning);
-  setLogSink({});
   return tasks;
 }
 

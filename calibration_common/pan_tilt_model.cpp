@@ -22,10 +22,8 @@ CameraTransform readTransform(const CameraExtrinsics& stored) {
   return pose;
 }
 
-internal::PanTiltInverse findInverse(const PanTiltModel& model, const Vector3_f& world,
-                                     const Vector2_f& dev) {
-  return internal::findPanTilt(
-      {model.getBaseToPan(), model.getPanToTilt(), model.getTiltToCamera()}, world, dev);
+internal::PanTiltPoses posesOf(const PanTiltModel& model) {
+  return {model.getBaseToPan(), model.getPanToTilt(), model.getTiltToCamera()};
 }
 
 /// Written so that NaN counts as good.
@@ -44,18 +42,18 @@ PanTiltSolution toSolution(const PanTiltModel& model, const internal::PanTiltInv
   const internal::PanTiltRefinement& refined = inverse.refined;
   const double pan_steps = toSteps(refined.pan, model.getPanScale());
   const double tilt_steps = toSteps(refined.tilt, model.getTiltScale());
-  solution.verdict = judge(refined.lastError());
+  solution.verdict = judge(refined.last_error);
   solution.pan = static_cast<float>(pan_steps + static_cast<double>(model.getPanOffset()));
   solution.tilt = static_cast<float>(tilt_steps + static_cast<double>(model.getTiltOffset()));
   solution.start_pan = inverse.start.angles->pan;
   solution.start_tilt = inverse.start.angles->tilt;
-  solution.error = refined.lastError();
+  solution.error = refined.last_error;
   return solution;
 }
 
-void logSteps(const internal::PanTiltRefinement& refined) {
+void logSteps(const internal::GaussNewtonTrace& trace) {
   int k = 0;
-  for (const internal::GaussNewtonStep& step : refined.steps) {
+  for (const internal::GaussNewtonStep& step : trace) {
     NORV_LOG_FORMAT(kLogDebug, kChannel, "%d Error=%f  dx=%f,dy=%f residuals=%f,%f,%f", k++,
                     step.error, step.pan_change, step.tilt_change, step.residual[0],
                     step.residual[1], step.residual[2]);
@@ -121,12 +119,16 @@ CameraTransform PanTiltModel::getFullTransform(float pan, float tilt) const {
 }
 
 PanTiltSolution PanTiltModel::solve(const Vector3_f& world, const Vector2_f& dev) const {
-  return toSolution(*this, findInverse(*this, world, dev));
+  return toSolution(*this, internal::findPanTilt(posesOf(*this), world, dev, nullptr));
 }
 
 bool PanTiltModel::computePanTilt(const Vector3_f& world, const Vector2_f& dev, float* pan,
                                   float* tilt) const {
-  const auto [start, refined] = findInverse(*this, world, dev);
+  const bool traced = isLoggerEnabled(kLogDebug, kChannel);
+  internal::GaussNewtonTrace trace;
+  const internal::PanTiltInverse inverse =
+      internal::findPanTilt(posesOf(*this), world, dev, traced ? &trace : nullptr);
+  const auto& [start, refined] = inverse;
   NORV_LOG(kLogInfo, kChannel) << "world=" << world << " dev=" << dev;
   NORV_LOG(kLogInfo, kChannel) << "w3=" << Vector3_f(start.point_in_pan.head<3>());
   NORV_LOG(kLogInfo, kChannel) << "pan_axis=" << start.axes.pan;
@@ -141,12 +143,12 @@ bool PanTiltModel::computePanTilt(const Vector3_f& world, const Vector2_f& dev, 
   }
   NORV_LOG(kLogInfo, kChannel) << "Pan/tilt estimates:" << start.angles->pan << " "
                                << start.angles->tilt;
-  logSteps(refined);
-  NORV_LOG(kLogInfo, kChannel) << "last_error=" << refined.lastError();
+  if (traced) logSteps(trace);
+  NORV_LOG(kLogInfo, kChannel) << "last_error=" << refined.last_error;
   NORV_LOG(kLogInfo, kChannel) << "Pan/tilt (rads): " << refined.pan << " " << refined.tilt;
   NORV_LOG(kLogInfo, kChannel) << "Pan/tilt (steps):" << toSteps(refined.pan, pan_scale_) << " "
                                << toSteps(refined.tilt, tilt_scale_);
-  const PanTiltSolution solution = toSolution(*this, {start, refined});
+  const PanTiltSolution solution = toSolution(*this, inverse);
   *pan = solution.pan;
   *tilt = solution.tilt;
   logVerdict(solution, world, dev);

@@ -96,12 +96,6 @@ struct StepEquations {
   double error = 0;
 };
 
-GaussNewtonStep takeStep(const PointingState& at) {
-  const StepEquations equations(at);
-  const NormalVector change = Eigen::LDLT<NormalMatrix>(equations.matrix).solve(equations.right);
-  return {equations.error, change(0), change(1), at.residual};
-}
-
 PanTiltStart findStart(const PanTiltPoses& head, const Vector3_f& world, const Vector2_f& dev) {
   const Matrix4x4_f& pan_from_tilt = head.pan_to_tilt.inverse;
   const Matrix4x4_f pan_from_camera = pan_from_tilt * head.tilt_to_camera.inverse;
@@ -116,20 +110,24 @@ PanTiltStart findStart(const PanTiltPoses& head, const Vector3_f& world, const V
   return start;
 }
 
-PanTiltRefinement refine(const PointingProblem& problem, const PanTiltAngles& start) {
+PanTiltRefinement refine(const PointingProblem& problem, const PanTiltAngles& start,
+                         GaussNewtonTrace* trace) {
   const PointingEvaluator evaluator(problem);
-  PanTiltRefinement refined = {static_cast<double>(start.pan), static_cast<double>(start.tilt), {}};
-  for (GaussNewtonStep& step : refined.steps) {
-    step = takeStep(evaluator.evaluate(refined.pan, refined.tilt));
-    refined.pan += step.pan_change;
-    refined.tilt += step.tilt_change;
+  PanTiltRefinement refined = {static_cast<double>(start.pan), static_cast<double>(start.tilt), 0};
+  for (std::size_t k = 0; k < kGaussNewtonSteps; ++k) {
+    const PointingState at = evaluator.evaluate(refined.pan, refined.tilt);
+    const StepEquations equations(at);
+    const NormalVector change = Eigen::LDLT<NormalMatrix>(equations.matrix).solve(equations.right);
+    if (trace != nullptr) (*trace)[k] = {equations.error, change(0), change(1), at.residual};
+    refined = {refined.pan + change(0), refined.tilt + change(1), equations.error};
   }
   return refined;
 }
 
 }  // namespace
 
-PanTiltInverse findPanTilt(const PanTiltPoses& head, const Vector3_f& world, const Vector2_f& dev) {
+PanTiltInverse findPanTilt(const PanTiltPoses& head, const Vector3_f& world, const Vector2_f& dev,
+                           GaussNewtonTrace* trace) {
   PanTiltInverse inverse = {findStart(head, world, dev), {}};
   if (inverse.start.angles) {
     const PointingProblem problem = {head.tilt_to_camera.transform,
@@ -138,7 +136,7 @@ PanTiltInverse findPanTilt(const PanTiltPoses& head, const Vector3_f& world, con
                                      world,
                                      dev,
                                      inverse.start.point_in_pan};
-    inverse.refined = refine(problem, *inverse.start.angles);
+    inverse.refined = refine(problem, *inverse.start.angles, trace);
   }
   return inverse;
 }

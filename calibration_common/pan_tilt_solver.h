@@ -1,11 +1,12 @@
 #pragma once
 
 /// The inverse of a pan-tilt head in angles: a closed form for the start, Gauss-Newton steps on the
-/// whole chain for the answer. Reads no motor scale, logs nothing, allocates nothing; each result
+/// whole chain for the answer. Reads no motor scale, logs nothing, allocates nothing; the result
 /// holds what led to it, for whoever reports it.
 
 #include <Eigen/Core>
 #include <array>
+#include <cstddef>
 #include <optional>
 
 #include "support/camera_transform.h"
@@ -14,7 +15,7 @@
 namespace norv::internal {
 
 /// The steps are always that many, without damping and without an early end.
-constexpr int kGaussNewtonSteps = 5;
+constexpr std::size_t kGaussNewtonSteps = 5;
 
 /// The fixed poses of a head, each forward from the frame named first. They belong to the model.
 struct PanTiltPoses {
@@ -54,14 +55,15 @@ struct GaussNewtonStep {
   std::array<double, 3> residual;
 };
 
-/// The refined angles in radians, and the steps to them.
+/// The steps in order.
+using GaussNewtonTrace = std::array<GaussNewtonStep, kGaussNewtonSteps>;
+
+/// The refined angles in radians, and the error that the last step starts from: what the answer is
+/// judged by.
 struct PanTiltRefinement {
   double pan;
   double tilt;
-  std::array<GaussNewtonStep, kGaussNewtonSteps> steps;
-
-  /// The error that the last step starts from: what the answer is judged by.
-  double lastError() const { return steps.back().error; }
+  double last_error;
 };
 
 /// The inverse, stage by stage.
@@ -77,6 +79,8 @@ struct PanTiltInverse {
 /// rotations: its start is the first of at most four pairs of angles, with the tilt within a
 /// quarter turn before `tilt_sign` is applied. Gauss-Newton steps bring `pointingResidual` to zero
 /// from there. A singular normal matrix leaves angles as they are; what is not finite stays so.
-PanTiltInverse findPanTilt(const PanTiltPoses& head, const Vector3_f& world, const Vector2_f& dev);
+/// The steps are written to `*trace`, if the start has angles; null asks for none.
+PanTiltInverse findPanTilt(const PanTiltPoses& head, const Vector3_f& world, const Vector2_f& dev,
+                           GaussNewtonTrace* trace);
 
 }  // namespace norv::internal

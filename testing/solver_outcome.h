@@ -2,11 +2,7 @@
 
 /// Calls of the pan-tilt solver, with what they returned, wrote and logged.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -22,9 +18,10 @@ inline constexpr float kNothingWritten = -12345;
 
 inline const Vector2_f kAxis(0, 0);  ///< direction of the optical axis
 
-/// What a call returned, wrote and logged.
+/// What `computePanTilt` returned, wrote and logged, and what `solve` answers.
 struct SolverOutcome {
-  bool solved;
+  calibration::PanTiltSolution answer;
+  bool solved = false;
   float pan = kNothingWritten;
   float tilt = kNothingWritten;
   std::vector<CapturedLog> logs;
@@ -37,22 +34,21 @@ struct SolverOutcome {
     return result;
   }
 
-  /// What follows `prefix` in the info line that begins with it.
-  std::string info(const std::string& prefix) const {
+  std::vector<std::string> infoTexts() const {
+    std::vector<std::string> texts;
     for (const CapturedLog& log : logs) {
-      if (log.level == kLogInfo && log.text.rfind(prefix, 0) == 0) {
-        return log.text.substr(prefix.size());
-      }
+      if (log.level == kLogInfo) texts.push_back(log.text);
     }
-    return "(no such line)";
+    return texts;
   }
 };
 
 inline SolverOutcome solve(const calibration::PanTiltSystemParameters& head, const Vector3_f& world,
                            const Vector2_f& dev) {
   const calibration::PanTiltModel model = headModel(head);
-  ScopedLogCapture capture;
   SolverOutcome outcome;
+  outcome.answer = model.solve(world, dev);
+  ScopedLogCapture capture;
   outcome.solved = model.computePanTilt(world, dev, &outcome.pan, &outcome.tilt);
   outcome.logs = capture.take();
   return outcome;
@@ -68,34 +64,6 @@ std::string streamed(const T& value) {
 inline LogLine solverInfo(const std::string& text) { return {5, "pan_tilt_model", text}; }
 inline LogLine solverWarning(const std::string& text) { return {3, "pan_tilt_model", text}; }
 inline LogLine solverError(const std::string& text) { return {2, "pan_tilt_model", text}; }
-
-/// A number of the line, with `0` for `-0`.
-inline double number(const std::string& text) { return std::stod(text) + 0.0; }
-
-/// A line of the trace.
-struct Step {
-  int k;
-  double error, dx, dy, r0, r1, r2;
-};
-
-inline std::vector<Step> trace(const SolverOutcome& outcome) {
-  std::vector<Step> steps;
-  for (const CapturedLog& log : outcome.logs) {
-    if (log.level != kLogDebug) continue;
-    const char* format = "%d Error=%lf  dx=%lf,dy=%lf residuals=%lf,%lf,%lf";
-    Step s{};
-    EXPECT_EQ(
-        std::sscanf(log.text.c_str(), format, &s.k, &s.error, &s.dx, &s.dy, &s.r0, &s.r1, &s.r2),
-        7);
-    char again[200];
-    EXPECT_GT(std::snprintf(again, sizeof(again), "%d Error=%f  dx=%f,dy=%f residuals=%f,%f,%f",
-                            s.k, s.error, s.dx, s.dy, s.r0, s.r1, s.r2),
-              0);
-    EXPECT_EQ(log.text, again);
-    steps.push_back(s);
-  }
-  return steps;
-}
 
 /// The head without lever arms but with the optical axis `gap` metres beside the pan axis.
 inline calibration::PanTiltSystemParameters headWithGap(double gap) {
