@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 
 #include "testing/run_program.h"
@@ -41,6 +42,12 @@ inline void expectToolRefuses(const std::string& arguments, const std::string& r
   EXPECT_EQ(result.status, 1) << arguments;
   EXPECT_EQ(result.output, "") << arguments;
   EXPECT_EQ(result.errors, "camera-parameters: " + reason + "\n");
+}
+
+/// Expects that no line is wider than a terminal that nobody has made wider.
+inline void expectFitsTerminal(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
 }
 
 /// Expects that the command line is refused.

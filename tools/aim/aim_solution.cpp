@@ -8,7 +8,7 @@
 
 #include "support/logging.h"
 #include "support/numeric/saturate.h"
-#include "tools/show/head_geometry.h"
+#include "tools/review/head_geometry.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {
@@ -61,7 +61,7 @@ template <class Operation>
 void point(const PTZCameraModelConfiguration& now, const Operation& operation) {
   const ScopedReason scope;
   if (operation()) return;
-  const bool suited = hasServedAzimuth(describeHead(now.getModel()->getParams().pan_tilt()));
+  const bool suited = azimuthIsSupported(describeHead(now.getModel()->getParams().pan_tilt()));
   throw ToolError(fmt::format("the head cannot point there: {}{}", scope.reason(),
                               suited ? ""
                                      : "; it should be written in another frame, which "

@@ -9,7 +9,10 @@
 
 #include "tools/input/camera_loading.h"
 #include "tools/output/json_output.h"
+#include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
+#include "tools/review/calibration_faults.h"
+#include "tools/show/notes.h"
 
 namespace norv::tools {
 namespace {
@@ -28,11 +31,11 @@ std::string dateText(std::int64_t nanoseconds) {
 
 std::string metadataText(bool present, const CalibrationMetadataProto& metadata) {
   if (!present) return "    no metadata\n";
-  const std::string time =
-      metadata.has_calibration_time()
-          ? fmt::format("{} ({} ns since 1970)", dateText(metadata.calibration_time()),
-                        metadata.calibration_time())
-          : "not stated";
+  std::string time = "not stated";
+  if (metadata.has_calibration_time()) {
+    time = fmt::format("{}\n    ns since 1970      {}", dateText(metadata.calibration_time()),
+                       metadata.calibration_time());
+  }
   return fmt::format(
       "    time               {}\n"
       "    gain validity key  \"{}\"\n"
@@ -43,23 +46,28 @@ std::string metadataText(bool present, const CalibrationMetadataProto& metadata)
       printable(metadata.tool_version()), printable(metadata.operator_note()));
 }
 
-std::string baseText(const BaseCalibrationData& data, const BaseCalibrationProto& base) {
+std::string transformTable(const BaseCalibrationData& data) {
   const Matrix3x3_f rotation = data.getWorldRotation();
   const Vector3_f translation = data.getWorldTranslation();
   std::vector<std::vector<std::string>> rows;
   for (int r = 0; r < 3; ++r) {
     rows.push_back({r == 0 ? "global transform" : ""});
-    for (int c = 0; c < 3; ++c) rows.back().push_back(formatFixed(rotation(r, c), 6));
-    rows.back().push_back(formatFixed(translation(r), 5) + " m");
+    for (int c = 0; c < 3; ++c) rows.back().push_back(shortestText(rotation(r, c)));
+    rows.back().push_back(shortestText(translation(r)) + " m");
   }
+  return alignTable(rows, 2);
+}
+
+std::string baseText(const BaseCalibrationData& data, const BaseCalibrationProto& base) {
   const auto& adjustment = base.global_transform_adjustment();
-  return alignTable({{"wheel base", formatFixed(data.getWheelBase(), 4) + " m"},
-                     {"base width", formatFixed(data.getBaseWidth(), 4) + " m"},
-                     {"base length", formatFixed(data.getBaseLength(), 4) + " m"}},
+  return alignTable({{"wheel base", shortestText(data.getWheelBase()) + " m"},
+                     {"base width", shortestText(data.getBaseWidth()) + " m"},
+                     {"base length", shortestText(data.getBaseLength()) + " m"}},
                     2) +
-         alignTable(rows, 2) + metadataText(adjustment.has_metadata(), adjustment.metadata()) +
-         alignTable({{"gyroscope gain", formatFixed(data.getGyroscopeGain(), 6)}}, 2) +
-         metadataText(base.gyroscope().has_metadata(), base.gyroscope().metadata());
+         transformTable(data) + metadataText(adjustment.has_metadata(), adjustment.metadata()) +
+         alignTable({{"gyroscope gain", shortestText(data.getGyroscopeGain())}}, 2) +
+         metadataText(base.gyroscope().has_metadata(), base.gyroscope().metadata()) +
+         notesText(findPoseFaults("global_transform", adjustment.global_transform()));
 }
 
 json metadataJson(bool present, const CalibrationMetadataProto& metadata) {
@@ -73,19 +81,19 @@ json metadataJson(bool present, const CalibrationMetadataProto& metadata) {
 
 json baseJson(const CalibrationInput& input, const BaseCalibrationData& data,
               const BaseCalibrationProto& base) {
-  const Vector3_f translation = data.getWorldTranslation();
   const auto& adjustment = base.global_transform_adjustment();
   return {
       {"source", input.name},
-      {"wheel_base", data.getWheelBase()},
-      {"base_width", data.getBaseWidth()},
-      {"base_length", data.getBaseLength()},
+      {"wheel_base", numberOf(data.getWheelBase())},
+      {"base_width", numberOf(data.getBaseWidth())},
+      {"base_length", numberOf(data.getBaseLength())},
       {"world_rotation", rowsOf(data.getWorldRotation())},
-      {"world_translation", {translation.x(), translation.y(), translation.z()}},
+      {"world_translation", listOf(data.getWorldTranslation())},
       {"global_transform_metadata", metadataJson(adjustment.has_metadata(), adjustment.metadata())},
-      {"gyroscope_gain", data.getGyroscopeGain()},
+      {"gyroscope_gain", numberOf(data.getGyroscopeGain())},
       {"gyroscope_metadata",
-       metadataJson(base.gyroscope().has_metadata(), base.gyroscope().metadata())}};
+       metadataJson(base.gyroscope().has_metadata(), base.gyroscope().metadata())},
+      {"notes", findPoseFaults("global_transform", adjustment.global_transform())}};
 }
 
 }  // namespace

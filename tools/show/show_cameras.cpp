@@ -3,13 +3,18 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <optional>
 #include <vector>
 
 #include "calibration_common/camera_parameters.h"
 #include "tools/input/camera_loading.h"
 #include "tools/output/json_output.h"
+#include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
+#include "tools/review/calibration_faults.h"
+#include "tools/show/notes.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {
@@ -46,19 +51,25 @@ std::vector<View> viewsOf(const CameraParameters& camera, const std::optional<Im
   return views;
 }
 
+/// A column an image size, so that any number of digits fits a terminal.
 std::string viewTable(const std::vector<View>& views) {
-  std::vector<Cells> rows = {
-      {"size", "fx", "fy", "skew", "cx", "cy", "k1", "k2", "p1", "p2", "k3", "k4", "k5", "k6", ""}};
+  std::vector<Cells> rows = {{"size"}};
+  for (const char* name :
+       {"fx", "fy", "skew", "cx", "cy", "k1", "k2", "p1", "p2", "k3", "k4", "k5", "k6", ""}) {
+    rows.push_back({name});
+  }
   for (const View& view : views) {
     const Matrix3x3_f& k = view.camera_matrix;
-    Cells row = {fmt::format("{}x{}", view.size.width, view.size.height)};
-    for (const float element : {k(0, 0), k(1, 1), k(0, 1), k(0, 2), k(1, 2)}) {
-      row.push_back(formatFixed(element, 3));
-    }
-    for (const float coefficient : view.distortion) row.push_back(formatFixed(coefficient, 6));
-    if (view.scaled) row.emplace_back("(scaled)");
-    rows.push_back(row);
+    std::vector<float> values = {k(0, 0), k(1, 1), k(0, 1), k(0, 2), k(1, 2)};
+    values.insert(values.end(), view.distortion.begin(), view.distortion.end());
+    values.resize(rows.size() - 2, std::nanf(""));
+    rows.front().push_back(fmt::format("{}x{}", view.size.width, view.size.height));
+    for (std::size_t i = 0; i < values.size(); ++i) rows[i + 1].push_back(shortestText(values[i]));
+    rows.back().emplace_back(view.scaled ? "(scaled)" : "");
   }
+  const bool any_scaled =
+      std::any_of(views.begin(), views.end(), [](const View& view) { return view.scaled; });
+  if (!any_scaled) rows.pop_back();
   return alignTable(rows, 2);
 }
 
@@ -66,39 +77,40 @@ std::string poseTable(const CameraParameters& camera) {
   const Matrix4x4_f& camera_from_robot = camera.getTransform().transform;
   std::vector<Cells> rows;
   for (int r = 0; r < 3; ++r) {
-    Cells row = {r == 0 ? "camera from robot" : ""};
-    for (int c = 0; c < 3; ++c) row.push_back(formatFixed(camera_from_robot(r, c), 6));
-    row.push_back(formatFixed(camera_from_robot(r, 3), 4) + " m");
-    rows.push_back(row);
+    rows.push_back({""});
+    for (int c = 0; c < 4; ++c) rows.back().push_back(shortestText(camera_from_robot(r, c)));
+    rows.back().back() += " m";
   }
-  return alignTable(rows, 2);
+  return "  camera from robot\n" + alignTable(rows, 2);
 }
 
 std::string cameraText(const CameraParameters& camera, const std::vector<View>& views) {
   const Vector3_f center = camera.getTransform().getCameraCenter();
   const auto& full = camera.getFullFrame();
-  return fmt::format("\n{}   model \"{}\", full frame {}x{}, centre on the robot ({}, {}, {}) m\n",
-                     printable(camera.getCalibration().name()), printable(camera.getModel()),
-                     full.width, full.height, formatFixed(center.x(), 4),
-                     formatFixed(center.y(), 4), formatFixed(center.z(), 4)) +
-         poseTable(camera) + viewTable(views);
+  return fmt::format(
+             "\n{}   model \"{}\", full frame {}x{}\n  centre on the robot ({}, {}, {}) m\n",
+             printable(camera.getCalibration().name()), printable(camera.getModel()), full.width,
+             full.height, formatFixed(center.x(), 4), formatFixed(center.y(), 4),
+             formatFixed(center.z(), 4)) +
+         poseTable(camera) + viewTable(views) +
+         notesText(findCameraFaults(camera.getCalibration()));
 }
 
 json cameraJson(const CameraParameters& camera, const std::vector<View>& views) {
-  const Vector3_f center = camera.getTransform().getCameraCenter();
   json result = {
       {"name", camera.getCalibration().name()},
       {"model", camera.getModel()},
       {"full_frame_size", {camera.getFullFrame().width, camera.getFullFrame().height}},
       {"camera_from_robot", rowsOf(camera.getTransform().transform)},
-      {"center_on_robot", {center.x(), center.y(), center.z()}},
+      {"center_on_robot", listOf(camera.getTransform().getCameraCenter())},
+      {"notes", findCameraFaults(camera.getCalibration())},
       {"intrinsics", json::array()},
   };
   for (const View& view : views) {
     result["intrinsics"].push_back({{"width", view.size.width},
                                     {"height", view.size.height},
                                     {"camera_matrix", rowsOf(view.camera_matrix)},
-                                    {"distortion", view.distortion},
+                                    {"distortion", listOf(view.distortion)},
                                     {"scaled_from_full_frame", view.scaled}});
   }
   return result;
@@ -106,12 +118,12 @@ json cameraJson(const CameraParameters& camera, const std::vector<View>& views) 
 
 [[noreturn]] void refuseName(const CalibrationInput& input, const RobotCalibration& robot,
                              const std::string& name) {
-  constexpr int kMostNames = 20;
+  constexpr int kMaxNames = 20;
   std::string known;
-  for (int i = 0; i < std::min(robot.camera_calibration_size(), kMostNames); ++i) {
+  for (int i = 0; i < std::min(robot.camera_calibration_size(), kMaxNames); ++i) {
     known += (i == 0 ? "" : ", ") + printable(robot.camera_calibration(i).name());
   }
-  const int further = robot.camera_calibration_size() - kMostNames;
+  const int further = robot.camera_calibration_size() - kMaxNames;
   if (further > 0) known += fmt::format(" and {} more", further);
   throw ToolError(fmt::format("{}: no camera \"{}\" (there are: {})", input.name, name,
                               known.empty() ? "none" : known));

@@ -8,9 +8,14 @@
 
 #include "calibration_common/ptz_camera_model.h"
 #include "support/camera_projection.h"
+#include "tools/angles.h"
 #include "tools/input/ptz_loading.h"
 #include "tools/output/json_output.h"
+#include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
+#include "tools/output/wrapping.h"
+#include "tools/review/calibration_faults.h"
+#include "tools/show/notes.h"
 #include "tools/show/show_head.h"
 
 namespace norv::tools {
@@ -20,8 +25,6 @@ using calibration::PTZCameraParameters;
 using calibration::PTZIntrinsicsItem;
 using calibration::PTZIntrinsicsTable;
 using Cells = std::vector<std::string>;
-
-constexpr double kDegreesPerRadian = 57.29577951308232;
 
 /// Full angles of view across the middle of the image, radians; NaN where the lens does not reach
 /// the edge.
@@ -57,59 +60,44 @@ FieldOfView fieldOfView(const PTZIntrinsicsTable& table, const PTZIntrinsicsItem
           angleBetween(ray(width / 2, 0), ray(width / 2, height))};
 }
 
-std::string lensTable(const PTZIntrinsicsTable& table) {
-  std::vector<Cells> rows = {
-      {"zoom", "factor", "focal px", "view deg", "cx", "cy", "k1", "k4", "p1", "p2"}};
+std::string viewText(const FieldOfView& view) {
+  return fmt::format("{} x {}", formatFixed(degrees(view.horizontal), 2),
+                     formatFixed(degrees(view.vertical), 2));
+}
+
+/// What the lens shows at each sample.
+std::string focalTable(const PTZIntrinsicsTable& table) {
+  std::vector<Cells> rows = {{"zoom", "factor", "focal px", "view deg", "cx", "cy"}};
   const double widest = table.samples(0).focal_length();
   for (const PTZIntrinsicsItem& sample : table.samples()) {
-    const FieldOfView view = fieldOfView(table, sample);
-    rows.push_back({formatFixed(sample.zoom(), 0), formatFixed(sample.focal_length() / widest, 3),
-                    formatFixed(sample.focal_length(), 1),
-                    fmt::format("{} x {}", formatFixed(view.horizontal * kDegreesPerRadian, 2),
-                                formatFixed(view.vertical * kDegreesPerRadian, 2)),
-                    formatFixed(sample.cx(), 2), formatFixed(sample.cy(), 2),
-                    formatFixed(sample.k1(), 5), formatFixed(sample.k4(), 5),
-                    formatFixed(sample.p1(), 6), formatFixed(sample.p2(), 6)});
+    rows.push_back({nineDigits(sample.zoom()), formatFixed(sample.focal_length() / widest, 3),
+                    nineDigits(sample.focal_length()), viewText(fieldOfView(table, sample)),
+                    nineDigits(sample.cx()), nineDigits(sample.cy())});
   }
   return alignTable(rows, 2);
 }
 
-/// What the library takes for granted of a lens table and this one does not keep.
-std::vector<std::string> lensComplaints(const PTZIntrinsicsTable& table) {
-  std::vector<std::string> complaints;
-  if (table.samples_size() == 1) {
-    complaints.emplace_back("a single sample gives a lens at no zoom position");
+std::string distortionTable(const PTZIntrinsicsTable& table) {
+  std::vector<Cells> rows = {{"zoom", "k1", "k4", "p1", "p2"}};
+  for (const PTZIntrinsicsItem& sample : table.samples()) {
+    rows.push_back({nineDigits(sample.zoom()), nineDigits(sample.k1()), nineDigits(sample.k4()),
+                    nineDigits(sample.p1()), nineDigits(sample.p2())});
   }
-  for (int i = 1; i < table.samples_size(); ++i) {
-    const PTZIntrinsicsItem& a = table.samples(i - 1);
-    const PTZIntrinsicsItem& b = table.samples(i);
-    if (!(b.zoom() > a.zoom()) || !(b.focal_length() > a.focal_length())) {
-      complaints.push_back(
-          fmt::format("samples {} and {} do not increase in zoom and focal length", i - 1, i));
-    }
-  }
-  for (int i = 0; i < table.samples_size(); ++i) {
-    const double expected = table.zoom_start() + static_cast<double>(i) * table.zoom_interval();
-    if (table.samples(i).zoom() != expected) {
-      complaints.push_back(
-          fmt::format("sample {} is at zoom {}, where zoom_start and zoom_interval say {}", i,
-                      table.samples(i).zoom(), expected));
-    }
-  }
-  return complaints;
+  return alignTable(rows, 2);
 }
 
 std::string lensText(const PTZIntrinsicsTable& table) {
   std::string text =
       fmt::format("lens, image {}x{}, zoom position {} and every {} steps\n", table.image_width(),
                   table.image_height(), table.zoom_start(), table.zoom_interval()) +
-      lensTable(table);
+      focalTable(table) + "\n" + distortionTable(table);
   if (table.samples_size() > 1) {
-    text += fmt::format("  the lens is known before the last sample, zoom position {}, only\n",
-                        formatFixed(table.samples(table.samples_size() - 1).zoom(), 0));
+    text += wrapText("  ",
+                     fmt::format("the lens is known before the last sample, zoom position {}, only",
+                                 nineDigits(table.samples(table.samples_size() - 1).zoom())),
+                     2);
   }
-  for (const std::string& complaint : lensComplaints(table)) text += "  note: " + complaint + "\n";
-  return text;
+  return text + notesText(findLensFaults(table));
 }
 
 json lensJson(const PTZIntrinsicsTable& table) {
@@ -124,14 +112,13 @@ json lensJson(const PTZIntrinsicsTable& table) {
                        {"k4", sample.k4()},
                        {"p1", sample.p1()},
                        {"p2", sample.p2()},
-                       {"view_degrees",
-                        {view.horizontal * kDegreesPerRadian, view.vertical * kDegreesPerRadian}}});
+                       {"view_degrees", {degrees(view.horizontal), degrees(view.vertical)}}});
   }
   return {{"image_size", {table.image_width(), table.image_height()}},
           {"zoom_start", table.zoom_start()},
           {"zoom_interval", table.zoom_interval()},
           {"samples", samples},
-          {"notes", lensComplaints(table)}};
+          {"notes", findLensFaults(table)}};
 }
 
 }  // namespace

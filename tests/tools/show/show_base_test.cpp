@@ -46,24 +46,24 @@ BaseCalibrationProto exampleBase() {
 TEST(ShowBase, WholeText) {
   const TemporaryFolder folder;
   const std::string path = folder.write("base.txt", exampleBase().DebugString());
-  EXPECT_EQ(
-      toolOutput("show '" + path + "'"),
-      path +
-          ": calibration of the mobile base\n"
-          "\n"
-          "  wheel base   0.5000 m\n"
-          "  base width   0.2500 m\n"
-          "  base length  0.7500 m\n"
-          "  global transform  0.000000  -1.000000  0.000000   0.12500 m\n"
-          "                    1.000000   0.000000  0.000000  -0.25000 m\n"
-          "                    0.000000   0.000000  1.000000   0.00000 m\n"
-          "    time               2024-05-14 09:00:00 UTC (1715677200000000000 ns since 1970)\n"
-          "    gain validity key  \"gain\"\n"
-          "    validity key       \"transform\"\n"
-          "    tool version       \"1.0\"\n"
-          "    operator's note    \"first\\x0asecond\"\n"
-          "  gyroscope gain  1.500000\n"
-          "    no metadata\n");
+  EXPECT_EQ(toolOutput("show '" + path + "'"),
+            path +
+                ": calibration of the mobile base\n"
+                "\n"
+                "  wheel base    0.5 m\n"
+                "  base width   0.25 m\n"
+                "  base length  0.75 m\n"
+                "  global transform  0  -1  0  0.125 m\n"
+                "                    1   0  0  -0.25 m\n"
+                "                    0   0  1      0 m\n"
+                "    time               2024-05-14 09:00:00 UTC\n"
+                "    ns since 1970      1715677200000000000\n"
+                "    gain validity key  \"gain\"\n"
+                "    validity key       \"transform\"\n"
+                "    tool version       \"1.0\"\n"
+                "    operator's note    \"first\\x0asecond\"\n"
+                "  gyroscope gain  1.5\n"
+                "    no metadata\n");
 }
 
 TEST(ShowBase, Json) {
@@ -82,7 +82,8 @@ TEST(ShowBase, Json) {
                            {"tool_version", "1.0"},
                            {"operator_note", "first\nsecond"}}},
                          {"gyroscope_gain", 1.5},
-                         {"gyroscope_metadata", nullptr}};
+                         {"gyroscope_metadata", nullptr},
+                         {"notes", json::array()}};
   EXPECT_EQ(toolJson("show '" + path + "'"), expected);
 }
 
@@ -93,14 +94,14 @@ TEST(ShowBase, TimesBefore1970AndNone) {
       base.mutable_global_transform_adjustment()->mutable_metadata();
   metadata->set_calibration_time(-1);
   EXPECT_THAT(toolOutput("show '" + folder.write("a", base.SerializeAsString()) + "'"),
-              HasSubstr(" 1969-12-31 23:59:59 UTC (-1 ns since 1970)\n"));
+              HasSubstr(" 1969-12-31 23:59:59 UTC\n    ns since 1970      -1\n"));
   // The range of 64 bits ends on these days.
   metadata->set_calibration_time(INT64_MIN);
   EXPECT_THAT(toolOutput("show '" + folder.write("b", base.SerializeAsString()) + "'"),
-              HasSubstr(" 1677-09-21 00:12:43 UTC (-9223372036854775808 ns since 1970)\n"));
+              HasSubstr(" 1677-09-21 00:12:43 UTC\n    ns since 1970      -9223372036854775808\n"));
   metadata->set_calibration_time(INT64_MAX);
   EXPECT_THAT(toolOutput("show '" + folder.write("c", base.SerializeAsString()) + "'"),
-              HasSubstr(" 2262-04-11 23:47:16 UTC (9223372036854775807 ns since 1970)\n"));
+              HasSubstr(" 2262-04-11 23:47:16 UTC\n    ns since 1970      9223372036854775807\n"));
   metadata->clear_calibration_time();
   EXPECT_THAT(toolOutput("show '" + folder.write("d", base.SerializeAsString()) + "'"),
               HasSubstr("    time               not stated\n"));
@@ -124,6 +125,27 @@ TEST(ShowBase, ValuesThatAreNotFinite) {
   const json document = toolJson("show '" + folder.write("base", base.SerializeAsString()) + "'");
   EXPECT_TRUE(document["wheel_base"].is_null());
   EXPECT_TRUE(document["world_rotation"][0][0].is_null());
+  EXPECT_EQ(document["notes"], (json{"global_transform holds values that are not finite"}));
+}
+
+TEST(ShowBase, DigitsReadBackAsTheSameNumber) {
+  BaseCalibrationProto base = exampleBase();
+  base.set_wheel_base(0.42F);
+  base.mutable_gyroscope()->set_gain(1.00350012F);
+  const TemporaryFolder folder;
+  const std::string path = folder.write("base", base.SerializeAsString());
+  EXPECT_THAT(toolOutput("show '" + path + "'"), HasSubstr("  wheel base   0.42 m\n"));
+  EXPECT_THAT(toolOutput("show '" + path + "' --json"), HasSubstr("\"wheel_base\": 0.42,\n"));
+  EXPECT_EQ(toolJson("show '" + path + "'")["gyroscope_gain"].get<float>(), 1.00350012F);
+}
+
+TEST(ShowBase, TransformThatIsNoRotation) {
+  BaseCalibrationProto base = exampleBase();
+  base.mutable_global_transform_adjustment()->mutable_global_transform()->set_a(1, -5);
+  const TemporaryFolder folder;
+  EXPECT_THAT(toolOutput("show '" + folder.write("base", base.SerializeAsString()) + "'"),
+              ::testing::EndsWith("\n  note: global_transform is no rotation: its rows are not of "
+                                  "length 1 and square\n    to each other\n"));
 }
 
 TEST(ShowBase, CalibrationsThatAreRefused) {
@@ -157,8 +179,8 @@ TEST(ShowBase, CompiledInDefaultsFile) {
   const json document =
       toolJson("show '" CAMERA_PARAMETERS_SOURCE_DIR "/calibration/default_base_cal.txt'");
   // The values that stand in the file, as single precision.
-  EXPECT_EQ(document["wheel_base"], 0.42F);
-  EXPECT_EQ(document["gyroscope_gain"], 1.0035F);
+  EXPECT_EQ(document["wheel_base"], 0.42);
+  EXPECT_EQ(document["gyroscope_gain"], 1.0035);
   EXPECT_NEAR(document["world_translation"][1].get<double>(), -0.00225, 1e-9);
   EXPECT_EQ(document["gyroscope_metadata"]["gain_validity_key"], "default-gyroscope");
 }

@@ -4,8 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "testing/calibration_messages.h"
 #include "testing/run_program.h"
@@ -47,20 +51,29 @@ TEST(ShowCommand, TableOfAFile) {
   const ProgramResult result = tool("show '" + path + "'");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.errors, "");
-  EXPECT_EQ(
-      result.output,
-      path +
-          ": 1 camera\n"
-          "\n"
-          "lab   model \"lab\", full frame 1280x960, centre on the robot (-1.5000, 0.0000, "
-          "0.0000) m\n"
-          "  camera from robot  1.000000  0.000000  0.000000  1.5000 m\n"
-          "                     0.000000  1.000000  0.000000  0.0000 m\n"
-          "                     0.000000  0.000000  1.000000  0.0000 m\n"
-          "  size            fx        fy   skew       cx       cy        k1        k2        p1"
-          "         p2        k3        k4        k5        k6\n"
-          "  1280x960  1000.000  1000.000  0.000  640.000  480.000  0.125000  0.250000  0.000000"
-          "  -0.250000  0.375000  0.500000  0.625000  0.750000\n");
+  EXPECT_EQ(result.output, path +
+                               ": 1 camera\n"
+                               "\n"
+                               "lab   model \"lab\", full frame 1280x960\n"
+                               "  centre on the robot (-1.5000, 0.0000, 0.0000) m\n"
+                               "  camera from robot\n"
+                               "    1  0  0  1.5 m\n"
+                               "    0  1  0    0 m\n"
+                               "    0  0  1    0 m\n"
+                               "  size  1280x960\n"
+                               "  fx        1000\n"
+                               "  fy        1000\n"
+                               "  skew         0\n"
+                               "  cx         640\n"
+                               "  cy         480\n"
+                               "  k1       0.125\n"
+                               "  k2        0.25\n"
+                               "  p1           0\n"
+                               "  p2       -0.25\n"
+                               "  k3       0.375\n"
+                               "  k4         0.5\n"
+                               "  k5       0.625\n"
+                               "  k6        0.75\n");
 }
 
 TEST(ShowCommand, DefaultCalibrationIsNamedAsSuch) {
@@ -69,8 +82,9 @@ TEST(ShowCommand, DefaultCalibrationIsNamedAsSuch) {
   EXPECT_EQ(result.errors, "");
   EXPECT_THAT(result.output, StartsWith("compiled-in default calibration: 2 cameras\n"));
   for (const char* expected :
-       {"head_camera   model \"mk512h\"", "navigation_camera   model \"mk513n\"", "\n  640x480 ",
-        "\n  1280x960 ", "\n  1280x720 "}) {
+       {"head_camera   model \"mk512h\"", "navigation_camera   model \"mk513n\"",
+        "\n  size         640x480  1280x960  1280x720\n",
+        "\n  size  640x480  1280x960  1280x720\n"}) {
     EXPECT_THAT(result.output, HasSubstr(expected));
   }
 }
@@ -93,15 +107,26 @@ TEST(ShowCommand, OneCameraAndOneSize) {
   EXPECT_EQ(result.output.find("head_camera"), std::string::npos);
   EXPECT_EQ(result.output.find("640x480"), std::string::npos);
   EXPECT_EQ(result.output.find("(scaled)"), std::string::npos);
-  EXPECT_THAT(result.output, HasSubstr("\n  1280x720  905.000  905.000  0.000  640.000  360.000 "));
+  EXPECT_THAT(result.output, HasSubstr("\n  size  1280x720\n"
+                                       "  fx         905\n"
+                                       "  fy         905\n"
+                                       "  skew         0\n"
+                                       "  cx         640\n"
+                                       "  cy         360\n"
+                                       "  k1       -0.28\n"));
 }
 
 TEST(ShowCommand, SizeThatTheCameraDoesNotDeliver) {
   const ProgramResult result = tool("show --camera navigation_camera --size 320x240");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.errors, "");
-  EXPECT_THAT(result.output, HasSubstr("\n  320x240  226.250  226.250  0.000  160.000  120.000 "));
-  EXPECT_THAT(result.output, HasSubstr("(scaled)\n"));
+  EXPECT_THAT(result.output, HasSubstr("\n  size   320x240\n"
+                                       "  fx      226.25\n"
+                                       "  fy      226.25\n"
+                                       "  skew         0\n"
+                                       "  cx         160\n"
+                                       "  cy         120\n"));
+  EXPECT_THAT(result.output, ::testing::EndsWith("\n        (scaled)\n"));
 }
 
 TEST(ShowCommand, JsonForPrograms) {
@@ -118,6 +143,7 @@ TEST(ShowCommand, JsonForPrograms) {
          {"camera_from_robot",
           {{1.0, 0.0, 0.0, 1.5}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}},
          {"center_on_robot", {-1.5, 0.0, 0.0}},
+         {"notes", json::array()},
          {"intrinsics",
           {{{"width", 640},
             {"height", 480},
@@ -137,6 +163,71 @@ TEST(ShowCommand, JsonOfStrangeValues) {
   const json document = json::parse(result.output);
   EXPECT_EQ(document["cameras"][0]["name"], "\xef\xbf\xbd\"\n");
   EXPECT_TRUE(document["cameras"][0]["intrinsics"][0]["camera_matrix"][0][0].is_null());
+}
+
+TEST(ShowCommand, DigitsReadBackAsTheSameFloat) {
+  CameraCalibration camera = plainCamera("a");
+  camera.mutable_intrinsics()->set_fx(1000.0 / 3);
+  camera.mutable_intrinsics()->set_radial(0, -0.000298123456);
+  camera.mutable_extrinsics()->set_a(3, 30);  // millimetres
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot", robotOf({camera}).SerializeAsString());
+  const std::string text = tool("show '" + path + "'").output;
+  EXPECT_THAT(text, HasSubstr("\n    1  0  0  0.03 m\n"));
+  const auto value = [&](const std::string& name) {
+    const std::size_t at = text.find("\n  " + name + " ");
+    return at == std::string::npos ? NAN
+                                   : std::strtof(text.c_str() + at + 3 + name.size(), nullptr);
+  };
+  EXPECT_EQ(value("fx"), static_cast<float>(1000.0 / 3));
+  EXPECT_EQ(value("k1"), -0.000298123456F);
+  const std::string document = tool("show --json '" + path + "'").output;
+  EXPECT_THAT(document, HasSubstr(" 0.03\n"));
+  EXPECT_EQ(document.find("0.0299999"), std::string::npos);
+  const json view = json::parse(document)["cameras"][0]["intrinsics"][0];
+  EXPECT_EQ(view["camera_matrix"][0][0].get<float>(), static_cast<float>(1000.0 / 3));
+  EXPECT_EQ(view["distortion"][0].get<float>(), -0.000298123456F);
+}
+
+TEST(ShowCommand, NotesOnWhatIsCertainlyWrong) {
+  CameraCalibration camera = plainCamera("a");
+  for (const int i : {0, 5, 10}) camera.mutable_extrinsics()->set_a(i, 2);
+  camera.mutable_intrinsics()->set_fy(-1000);
+  camera.mutable_intrinsics()->set_width(0);
+  const TemporaryFolder folder;
+  const std::string path =
+      folder.write("robot", robotOf({camera, plainCamera("b")}).SerializeAsString());
+  const ProgramResult result = tool("show '" + path + "'");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output,
+              HasSubstr("\n"
+                        "  note: extrinsics is no rotation: its rows are not of length 1 and "
+                        "square to\n"
+                        "    each other\n"
+                        "  note: the image is 0x960 pixels, and both must be positive\n"
+                        "  note: fy is -1000, and a focal length is positive\n"
+                        "\n"
+                        "b   model"));
+  const json cameras = json::parse(tool("show --json '" + path + "'").output)["cameras"];
+  EXPECT_EQ(cameras[0]["notes"].size(), 3U);
+  EXPECT_EQ(cameras[0]["notes"][2], "fy is -1000, and a focal length is positive");
+  EXPECT_EQ(cameras[1]["notes"], json::array());
+}
+
+TEST(ShowCommand, FitsATerminalOf80Columns) {
+  // Whatever is in the folder of calibrations, by names without a path; and the default.
+  const ProgramResult files =
+      runProgram("cd '" CAMERA_PARAMETERS_SOURCE_DIR "/calibration'; ls *.txt");
+  std::istringstream names(files.output);
+  std::vector<std::string> shown = {""};
+  for (std::string name; names >> name;) shown.push_back(name);
+  EXPECT_GE(shown.size(), 4U);
+  for (const std::string& name : shown) {
+    const ProgramResult result = runProgram("cd '" CAMERA_PARAMETERS_SOURCE_DIR "/calibration'; " +
+                                            testing::toolCommand() + "show " + name);
+    EXPECT_EQ(result.status, 0) << name;
+    testing::expectFitsTerminal(result.output);
+  }
 }
 
 TEST(ShowCommand, EmptyCalibration) {

@@ -5,7 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdlib>
 #include <limits>
+#include <random>
 #include <string>
 
 #include "testing/example_ptz.h"
@@ -18,6 +21,7 @@ namespace {
 
 using calibration::PTZCameraParameters;
 using nlohmann::json;
+using ::testing::EndsWith;
 using testing::examplePtz;
 using testing::expectToolRefuses;
 using ::testing::HasSubstr;
@@ -59,41 +63,44 @@ TEST(ShowPtz, WholeText) {
   const std::string path = folder.write("ptz.txt", plainPtz().DebugString());
   // 2 atan(540 / 960) = 58.72 degrees, 2 atan(0.5) = 53.13, 2 atan(540 / 1920) = 31.42; 5934 steps
   // of 0.0005 rad are 170.00 degrees, 1047 are 29.99, 1000 are 28.65.
-  EXPECT_EQ(
-      toolOutput("show '" + path + "'"),
-      path +
-          ": pan-tilt-zoom camera\n"
-          "\n"
-          "lens, image 1920x1080, zoom position 0 and every 1000 steps\n"
-          "  zoom  factor  focal px       view deg      cx      cy       k1       k4        p1"
-          "        p2\n"
-          "  0      1.000     960.0  90.00 x 58.72  960.00  540.00  0.00000  0.00000  0.000000"
-          "  0.000000\n"
-          "  1000   2.000    1920.0  53.13 x 31.42  960.00  540.00  0.00000  0.00000  0.000000"
-          "  0.000000\n"
-          "  the lens is known before the last sample, zoom position 1000, only\n"
-          "\n"
-          "head\n"
-          "  base to pan     1.000000  0.000000   0.000000  -0.1000 m\n"
-          "                  0.000000  1.000000   0.000000   0.0000 m\n"
-          "                  0.000000  0.000000   1.000000  -1.2000 m\n"
-          "  pan to tilt     1.000000  0.000000   0.000000  -0.0250 m\n"
-          "                  0.000000  0.000000  -1.000000   0.0600 m\n"
-          "                  0.000000  1.000000   0.000000   0.0000 m\n"
-          "  tilt to camera  0.000000  0.000000  -1.000000   0.0020 m\n"
-          "                  0.000000  1.000000   0.000000   0.0120 m\n"
-          "                  1.000000  0.000000   0.000000  -0.0300 m\n"
-          "\n"
-          "  motor        step  zero               lowest  highest              home\n"
-          "  pan    0.0005 rad     0  -5934 (-170.00 deg)     none              none\n"
-          "  tilt   0.0005 rad     0   -1047 (-29.99 deg)     none  1000 (28.65 deg)\n"
-          "\n"
-          "pointing (docs/pan_tilt_heads.md)\n"
-          "  optical axis at zero tilt, in the pan frame: azimuth 0.00 deg, elevation 0.00 deg, "
-          "2.00 mm from the pan axis\n"
-          "  tilt axis: 0.00 deg from square to both of them\n"
-          "  tilt angles from -90 to 90 deg are found\n"
-          "  this head is served, targets on the pan axis included\n");
+  EXPECT_EQ(toolOutput("show '" + path + "'"),
+            path +
+                ": pan-tilt-zoom camera\n"
+                "\n"
+                "lens, image 1920x1080, zoom position 0 and every 1000 steps\n"
+                "  zoom  factor  focal px       view deg   cx   cy\n"
+                "  0      1.000       960  90.00 x 58.72  960  540\n"
+                "  1000   2.000      1920  53.13 x 31.42  960  540\n"
+                "\n"
+                "  zoom  k1  k4  p1  p2\n"
+                "  0      0   0   0   0\n"
+                "  1000   0   0   0   0\n"
+                "  the lens is known before the last sample, zoom position 1000, only\n"
+                "\n"
+                "head\n"
+                "  base to pan     1  0   0    -0.1 m\n"
+                "                  0  1   0       0 m\n"
+                "                  0  0   1    -1.2 m\n"
+                "  pan to tilt     1  0   0  -0.025 m\n"
+                "                  0  0  -1    0.06 m\n"
+                "                  0  1   0       0 m\n"
+                "  tilt to camera  0  0  -1   0.002 m\n"
+                "                  0  1   0   0.012 m\n"
+                "                  1  0   0   -0.03 m\n"
+                "\n"
+                "  motor                    pan                tilt\n"
+                "  step              0.0005 rad          0.0005 rad\n"
+                "  zero                       0                   0\n"
+                "  lowest   -5934 (-170.00 deg)  -1047 (-29.99 deg)\n"
+                "  highest                 none                none\n"
+                "  home                    none    1000 (28.65 deg)\n"
+                "\n"
+                "pointing (docs/pan_tilt_heads.md)\n"
+                "  optical axis at zero tilt, in the pan frame: azimuth 0.00 deg,\n"
+                "    elevation 0.00 deg, 2.00 mm from the pan axis\n"
+                "  tilt axis: 0.00 deg from square to the pan axis and the optical axis\n"
+                "  targets from -90.0 to 90.0 deg of elevation are found\n"
+                "  this head is served, targets on the pan axis included\n");
 }
 
 TEST(ShowPtz, BinaryAndTextShowTheSame) {
@@ -174,8 +181,9 @@ TEST(ShowPtz, HeadThatPointingDoesNotServe) {
   const std::string path = folder.write("ptz", turnedPtz(60 * kRadians).SerializeAsString());
   const std::string text = toolOutput("show '" + path + "'");
   EXPECT_THAT(text,
-              HasSubstr("azimuth 60.00 deg, elevation 0.00 deg, 2.00 mm from the pan axis\n"));
-  EXPECT_THAT(text, HasSubstr("  note: the azimuth is neither 0 nor 180 deg: targets are missed"));
+              HasSubstr("azimuth 60.00 deg,\n    elevation 0.00 deg, 2.00 mm from the pan axis\n"));
+  EXPECT_THAT(text, HasSubstr("  note: the azimuth is neither 0 nor 180 deg: targets nearer to the "
+                              "pan axis\n    than"));
   EXPECT_THAT(text, Not(HasSubstr("this head is served")));
   EXPECT_THAT(text, HasSubstr("\nthe same head in a frame that pointing serves, every pose as it "
                               "was:\n\npan_tilt {\n  base_to_pan {\n"));
@@ -218,8 +226,9 @@ TEST(ShowPtz, HeadWithItsZeroOfTiltElsewhere) {
   const std::string text =
       toolOutput("show '" + folder.write("ptz", ptz.SerializeAsString()) + "'");
   EXPECT_THAT(text, HasSubstr("elevation 60.00 deg"));
-  EXPECT_THAT(text, HasSubstr("  note: the elevation is not within 0 to 30 deg"));
-  EXPECT_THAT(text, HasSubstr("every pose as it was (zero tilt moved by -60.00 deg):\n"));
+  EXPECT_THAT(text, HasSubstr("  targets from -8.2 to 90.0 deg of elevation are found\n"
+                              "  note: the elevation is not within 0 to 30 deg"));
+  EXPECT_THAT(text, HasSubstr("every pose as it was (zero tilt\nmoved by -60.00 deg):\n"));
 }
 
 TEST(ShowPtz, WhatElsePointingCannotDo) {
@@ -258,7 +267,117 @@ TEST(ShowPtz, ValuesThatAreNotFinite) {
   EXPECT_TRUE(document["samples"][3]["focal_length"].is_null());
   EXPECT_TRUE(document["optical_axis_azimuth_degrees"].is_null());
   EXPECT_TRUE(document["better_pan_tilt"].is_null());
-  EXPECT_THAT(toolOutput("show '" + path + "'"), HasSubstr("azimuth nan deg"));
+  EXPECT_THAT(toolOutput("show '" + path + "'"),
+              EndsWith("\npointing (docs/pan_tilt_heads.md)\n"
+                       "  note: pan_to_tilt holds values that are not finite\n"));
+}
+
+/// What `show` says against pointing with a head.
+json pointingNotes(const PTZCameraParameters& ptz) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", ptz.SerializeAsString());
+  const std::string text = toolOutput("show '" + path + "'");
+  EXPECT_THAT(text, Not(HasSubstr("this head is served")));
+  EXPECT_THAT(text, Not(HasSubstr("nan deg from square")));
+  return toolJson("show '" + path + "'")["pointing_notes"];
+}
+
+TEST(ShowPtz, PosesThatAreNoRotations) {
+  PTZCameraParameters scaled = examplePtz();
+  for (const int i : {0, 5, 10}) {
+    scaled.mutable_pan_tilt()->mutable_base_to_pan()->set_a(i, 2);
+  }
+  const std::string rows = " is no rotation: its rows are not of length 1 and square to each other";
+  EXPECT_EQ(pointingNotes(scaled), json::array({"base_to_pan" + rows}));
+  PTZCameraParameters singular = examplePtz();
+  for (int i = 0; i < 3; ++i) {
+    singular.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(i, 0);
+  }
+  EXPECT_EQ(pointingNotes(singular), json::array({"tilt_to_camera" + rows}));
+  PTZCameraParameters mirrored = examplePtz();
+  for (int i = 0; i < 3; ++i) {
+    auto* pose = mirrored.mutable_pan_tilt()->mutable_pan_to_tilt();
+    pose->set_a(i, -pose->a(i));
+  }
+  EXPECT_EQ(pointingNotes(mirrored),
+            json::array({"pan_to_tilt is no rotation but a mirror image"}));
+}
+
+TEST(ShowPtz, MotorsThatCannotWork) {
+  PTZCameraParameters ptz = examplePtz();
+  ptz.mutable_pan_tilt()->set_min_pan(100);
+  ptz.mutable_pan_tilt()->set_max_pan(-100);
+  EXPECT_EQ(pointingNotes(ptz),
+            json::array({"min_pan 100 is above max_pan -100: the motor is always sent to -100"}));
+  ptz = examplePtz();
+  ptz.mutable_pan_tilt()->set_tilt_scale(std::nanf(""));
+  ptz.mutable_pan_tilt()->set_pan_offset(std::numeric_limits<float>::infinity());
+  EXPECT_EQ(pointingNotes(ptz),
+            json::array({"nothing can be pointed at, since a motor's step is nan rad",
+                         "pan_offset is inf"}));
+}
+
+TEST(ShowPtz, OpticalAxisAlongThePanAxis) {
+  PTZCameraParameters ptz = examplePtz();
+  for (auto* pose : {ptz.mutable_pan_tilt()->mutable_pan_to_tilt(),
+                     ptz.mutable_pan_tilt()->mutable_tilt_to_camera()}) {
+    pose->Clear();
+    for (const double a : {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}) pose->add_a(a);
+  }
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", ptz.SerializeAsString());
+  EXPECT_THAT(
+      toolOutput("show '" + path + "'"),
+      HasSubstr("\n  tilt axis: not known, since the optical axis runs along the pan axis\n"));
+  EXPECT_EQ(pointingNotes(ptz).size(), 2U);
+}
+
+TEST(ShowPtz, LensesThatCannotBe) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_intrinsics()->set_image_height(0);
+  ptz.mutable_intrinsics()->mutable_samples(0)->set_focal_length(0);
+  ptz.mutable_intrinsics()->mutable_samples(1)->set_k4(std::nan(""));
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", ptz.SerializeAsString());
+  EXPECT_EQ(toolJson("show '" + path + "'")["notes"],
+            json::array({"the image is 1920x0 pixels, and both must be positive",
+                         "sample 0: focal_length is 0, and a focal length is positive",
+                         "sample 1: k4 is nan"}));
+  EXPECT_THAT(toolOutput("show '" + path + "'"),
+              HasSubstr("\n  note: the image is 1920x0 pixels, and both must be positive\n"));
+}
+
+TEST(ShowPtz, DigitsReadBackAsTheSameNumber) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_intrinsics()->mutable_samples(0)->set_k1(-0.000298123456);
+  ptz.mutable_intrinsics()->mutable_samples(0)->set_p1(0.1234567891234567);
+  ptz.mutable_pan_tilt()->set_pan_scale(0.000123456789F);
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", ptz.SerializeAsString());
+  const std::string text = toolOutput("show '" + path + "'");
+  EXPECT_THAT(text, HasSubstr("  0     -0.000298123456   0  0.123456789   0\n"));
+  const std::size_t at = text.find("\n  step ");
+  ASSERT_NE(at, std::string::npos);
+  EXPECT_EQ(std::strtof(text.c_str() + at + 8, nullptr), 0.000123456789F);
+  const json document = toolJson("show '" + path + "'");
+  EXPECT_EQ(document["samples"][0]["p1"], 0.1234567891234567);
+  EXPECT_EQ(document["tilt_to_camera"][2][3], -0.03);
+  EXPECT_EQ(document["radians_per_step"][1], 0.0005);
+  EXPECT_EQ(document["radians_per_step"][0].get<float>(), 0.000123456789F);
+}
+
+TEST(ShowPtz, AnyHeadFitsATerminal) {
+  std::mt19937_64 random(1);
+  const TemporaryFolder folder;
+  for (int i = 0; i < 20; ++i) {
+    PTZCameraParameters ptz = examplePtz();
+    *ptz.mutable_pan_tilt() = testing::randomHead(&random);
+    ptz.mutable_pan_tilt()->set_min_pan(-123456);
+    ptz.mutable_pan_tilt()->set_max_tilt(123456);
+    const std::string path = folder.write("ptz", ptz.SerializeAsString());
+    const std::string text = toolOutput("show '" + path + "'");
+    testing::expectFitsTerminal(text.substr(text.find('\n')));
+  }
 }
 
 TEST(ShowPtz, CalibrationsThatAreRefused) {

@@ -1,4 +1,4 @@
-#include "tools/show/head_geometry.h"
+#include "tools/review/head_geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,7 @@
 #include "support/logging.h"
 #include "testing/example_ptz.h"
 #include "testing/random_head.h"
+#include "tools/angles.h"
 
 namespace norv::tools {
 namespace {
@@ -25,7 +26,6 @@ using testing::turnZ;
 using testing::uniform;
 using testing::UprightHead;
 
-constexpr double kPi = 180 * kRadians;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// The largest difference between the poses of two heads over random motor positions, metres for
@@ -61,10 +61,10 @@ TEST(HeadGeometry, OfTheExampleHead) {
   // of the pan frame.
   EXPECT_NEAR(geometry.axis_gap, 0.002, 1e-15);
   EXPECT_EQ(geometry.tilt_axis_error, 0);
-  EXPECT_TRUE(hasServedAzimuth(geometry));
-  EXPECT_TRUE(hasServedElevation(geometry));
-  EXPECT_TRUE(hasServedTiltAxis(geometry));
-  EXPECT_TRUE(servesPanAxis(geometry));
+  EXPECT_TRUE(azimuthIsSupported(geometry));
+  EXPECT_TRUE(elevationIsSupported(geometry));
+  EXPECT_TRUE(tiltAxisIsSupported(geometry));
+  EXPECT_TRUE(reachesThePanAxis(geometry));
 }
 
 TEST(HeadGeometry, OfHeadsThatAreBuiltSo) {
@@ -103,9 +103,9 @@ TEST(HeadGeometry, AxisAlongThePanAxis) {
   EXPECT_EQ(geometry.elevation, kPi / 2);
   EXPECT_NEAR(geometry.axis_gap, 0.05, 1e-15);
   EXPECT_TRUE(std::isnan(geometry.tilt_axis_error));
-  EXPECT_FALSE(hasServedElevation(geometry));
-  EXPECT_FALSE(hasServedTiltAxis(geometry));
-  EXPECT_FALSE(servesPanAxis(geometry));
+  EXPECT_FALSE(elevationIsSupported(geometry));
+  EXPECT_FALSE(tiltAxisIsSupported(geometry));
+  EXPECT_FALSE(reachesThePanAxis(geometry));
 }
 
 TEST(HeadGeometry, WhatIsServed) {
@@ -113,23 +113,64 @@ TEST(HeadGeometry, WhatIsServed) {
     return HeadGeometry{azimuth * kRadians, elevation * kRadians, gap, tilt_axis * kRadians};
   };
   for (const double azimuth : {0.0, 0.04, -0.04, 180.0, -180.0, 179.97}) {
-    EXPECT_TRUE(hasServedAzimuth(geometry(azimuth, 0, 0, 0))) << azimuth;
+    EXPECT_TRUE(azimuthIsSupported(geometry(azimuth, 0, 0, 0))) << azimuth;
   }
   for (const double azimuth : {0.06, -0.06, 45.0, 90.0, -90.0, 179.9, -179.9}) {
-    EXPECT_FALSE(hasServedAzimuth(geometry(azimuth, 0, 0, 0))) << azimuth;
+    EXPECT_FALSE(azimuthIsSupported(geometry(azimuth, 0, 0, 0))) << azimuth;
   }
-  EXPECT_TRUE(hasServedElevation(geometry(0, 30, 0, 0)));
-  EXPECT_FALSE(hasServedElevation(geometry(0, 31, 0, 0)));
-  EXPECT_FALSE(hasServedElevation(geometry(0, -1, 0, 0)));
-  EXPECT_TRUE(servesPanAxis(geometry(0, 0, 0.00316, 0)));
-  EXPECT_FALSE(servesPanAxis(geometry(0, 0, 0.00317, 0)));
-  EXPECT_TRUE(hasServedTiltAxis(geometry(0, 0, 0, 0.9)));
-  EXPECT_FALSE(hasServedTiltAxis(geometry(0, 0, 0, 1.1)));
+  EXPECT_TRUE(elevationIsSupported(geometry(0, 30, 0, 0)));
+  EXPECT_FALSE(elevationIsSupported(geometry(0, 31, 0, 0)));
+  EXPECT_FALSE(elevationIsSupported(geometry(0, -1, 0, 0)));
+  EXPECT_TRUE(reachesThePanAxis(geometry(0, 0, 0.00316, 0)));
+  EXPECT_FALSE(reachesThePanAxis(geometry(0, 0, 0.00317, 0)));
+  EXPECT_TRUE(tiltAxisIsSupported(geometry(0, 0, 0, 0.9)));
+  EXPECT_FALSE(tiltAxisIsSupported(geometry(0, 0, 0, 1.1)));
   const HeadGeometry unknown = geometry(kNaN, kNaN, kNaN, kNaN);
-  EXPECT_FALSE(hasServedAzimuth(unknown));
-  EXPECT_FALSE(hasServedElevation(unknown));
-  EXPECT_FALSE(hasServedTiltAxis(unknown));
-  EXPECT_FALSE(servesPanAxis(unknown));
+  EXPECT_FALSE(azimuthIsSupported(unknown));
+  EXPECT_FALSE(elevationIsSupported(unknown));
+  EXPECT_FALSE(tiltAxisIsSupported(unknown));
+  EXPECT_FALSE(reachesThePanAxis(unknown));
+}
+
+TEST(HeadGeometry, ElevationsThatAreFound) {
+  const auto range = [](double elevation) {
+    return findableElevations(HeadGeometry{0, elevation * kRadians, 0, 0});
+  };
+  EXPECT_EQ(range(0).lowest, -kPi / 2);
+  EXPECT_EQ(range(0).highest, kPi / 2);
+  // An axis at 45 degrees: the cube of its cosine over its sine is a half.
+  EXPECT_NEAR(range(45).lowest, -std::atan(0.5), 1e-15);
+  EXPECT_EQ(range(45).highest, kPi / 2);
+  EXPECT_NEAR(range(-45).highest, std::atan(0.5), 1e-15);
+  EXPECT_EQ(range(-45).lowest, -kPi / 2);
+}
+
+TEST(HeadGeometry, MotorsThatTurn) {
+  PanTiltSystemParameters head = exampleHead();
+  EXPECT_TRUE(motorsTurn(head));
+  for (const float scale :
+       {0.0F, std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+    head.set_pan_scale(scale);
+    EXPECT_FALSE(motorsTurn(head)) << scale;
+  }
+}
+
+TEST(BetterFrame, OnlyOfHeadsThatNeedOneAndHaveOne) {
+  std::mt19937_64 random(7);
+  EXPECT_FALSE(findBetterFrame(exampleHead()));
+  EXPECT_FALSE(findBetterFrame(headOf(kPi, 20 * kRadians, &random)));
+  const auto turned = findBetterFrame(headOf(1, 20 * kRadians, &random));
+  ASSERT_TRUE(turned);
+  EXPECT_EQ(turned->turn_of_zero, 0);
+  EXPECT_NEAR(describeHead(turned->head).elevation, 20 * kRadians, 1e-10);
+  const auto raised = findBetterFrame(headOf(0, 60 * kRadians, &random));
+  ASSERT_TRUE(raised);
+  EXPECT_NEAR(std::abs(raised->turn_of_zero), 60 * kRadians, 1e-12);
+  EXPECT_NEAR(describeHead(raised->head).elevation, 0, 1e-10);
+  // Twice as large, the poses are no rotations and nothing can be said.
+  PanTiltSystemParameters scaled = headOf(1, 0, &random);
+  for (double& a : *scaled.mutable_pan_to_tilt()->mutable_a()) a *= 2;
+  EXPECT_FALSE(findBetterFrame(scaled));
 }
 
 TEST(ReframedHead, PosesOfAnyHeadAreUnchanged) {
