@@ -50,8 +50,9 @@ double lastDigit(const std::string& number) {
 }
 
 /// A printed number is the value rounded.
-void expectPrints(const std::string& printed, double value) {
-  EXPECT_NEAR(std::stod(printed), value, 0.5001 * lastDigit(printed));
+template <class Scalar>
+void expectPrints(const std::string& printed, Scalar value) {
+  EXPECT_NEAR(std::stod(printed), static_cast<double>(value), 0.5001 * lastDigit(printed));
 }
 
 class ModelsAndSizes : public ::testing::Test {

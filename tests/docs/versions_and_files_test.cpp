@@ -11,7 +11,6 @@
 #include "calibration_common/ptz_camera_model.h"
 #include "support/message_parsing.h"
 #include "testing/calibration_messages.h"
-#include "testing/document.h"
 #include "testing/log_capture.h"
 
 namespace norv::calibration {
@@ -19,7 +18,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using testing::exampleCamera;
-using ::testing::HasSubstr;
 using testing::robotOf;
 using testing::ScopedLogCapture;
 
