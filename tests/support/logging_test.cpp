@@ -269,15 +269,18 @@ TEST_F(LoggingTest, AStatementIsOneLineOnStandardError) {
 }
 
 TEST_F(LoggingTest, StandardErrorGetsNothingThatActsOnATerminal) {
-  CaptureStderr();
   // A control sequence introducer of one character, an override of the direction, a line separator
   // and a byte that is no text.
-  const int line = __LINE__ + 1;
-  NORV_LOG(kLogError, "a") << "\xc2\x9b"
-                           << "2J \xe2\x80\xae \xe2\x80\xa8 \xff caf\xc3\xa9";
-  EXPECT_EQ(GetCapturedStderr(),
-            "ERROR a " + place(line) +
-                ": \\xc2\\x9b2J \\xe2\\x80\\xae \\xe2\\x80\\xa8 \\xff caf\xc3\xa9\n");
+  const std::string introducer = "\xc2\x9b";
+  const std::string override_mark = {'\xe2', '\x80', '\xae'};
+  const std::string separator = "\xe2\x80\xa8";
+  const std::string text = introducer + "2J " + override_mark + " " + separator + " \xff \xc3\xa9";
+  CaptureStderr();
+  NORV_LOG(kLogError, "a") << text;
+  const int line = __LINE__ - 1;
+  EXPECT_EQ(
+      GetCapturedStderr(),
+      "ERROR a " + place(line) + ": \\xc2\\x9b2J \\xe2\\x80\\xae \\xe2\\x80\\xa8 \\xff \xc3\xa9\n");
 }
 
 TEST_F(LoggingTest, StandardErrorGetsTheBeginningOfALongText) {

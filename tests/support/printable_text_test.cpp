@@ -83,9 +83,7 @@ TEST(PrintableText, NullCharactersAreText) {
 TEST(PrintableText, AnAttackOnTheTerminal) {
   EXPECT_EQ(toPrintable("mk\x1b]0;title\x07\nerror: forged\r"),
             "mk\\x1b]0;title\\x07\\nerror: forged\\x0d");
-  EXPECT_EQ(toPrintable("\xc2\x9b"
-                        "2J\xe2\x80\xae"
-                        "gnp.exe"),
+  EXPECT_EQ(toPrintable(utf8(0x9b) + "2J" + utf8(0x202e) + "gnp.exe"),
             "\\xc2\\x9b2J\\xe2\\x80\\xaegnp.exe");
 }
 

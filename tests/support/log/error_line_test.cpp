@@ -53,8 +53,8 @@ TEST(ErrorLine, TextsUpToTheLimitAreWhole) {
 TEST(ErrorLine, LongerTextsAreCutAndCounted) {
   const std::string shown(kMaxText, 'x');
   EXPECT_EQ(lineOf(shown + "y"), start + shown + " ... (1 more bytes)\n");
-  EXPECT_EQ(lineOf(shown + std::string(10000000, 'y')),
-            start + shown + " ... (10000000 more bytes)\n");
+  EXPECT_EQ(lineOf(shown + std::string(1000000, 'y')),
+            start + shown + " ... (1000000 more bytes)\n");
 }
 
 TEST(ErrorLine, CutsBetweenCharacters) {
