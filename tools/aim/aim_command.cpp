@@ -136,7 +136,8 @@ CLI::App* addAimCommand(CLI::App* app, AimOptions* options) {
           parseIntegers<3>)
       ->required();
   CLI::Option* pixel =
-      addList(aim, "--pixel", "X,Y", "Centre this pixel; with --point, bring the point there",
+      addList(aim, "--pixel", "X,Y",
+              "Centre what this pixel shows 1 m away; with --point, bring the point there",
               &options->request.pixel, parseNumbers<2>);
   CLI::Option* box =
       addList(aim, "--box", "X1,Y1,X2,Y2", "Frame the box with these corners, pixels",

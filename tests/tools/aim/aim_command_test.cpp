@@ -13,6 +13,7 @@
 
 #include "calibration_common/ptz_camera_model.h"
 #include "testing/calibration_messages.h"
+#include "testing/document.h"
 #include "testing/example_ptz.h"
 #include "testing/random_head.h"
 #include "testing/temporary_folder.h"
@@ -437,6 +438,11 @@ TEST(AimCommand, FilesThatAreRefused) {
   path = folder.write("text", "intrinsics { samples { zoom: x } }");
   expectToolRefuses("aim '" + path + at,
                     path + ":1:30: intrinsics.samples[0].zoom: Expected double, got: x");
+}
+
+TEST(AimCommand, HelpSaysHowFarAwayAPixelIsTakenToBe) {
+  EXPECT_THAT(testing::inOneLine(testing::toolOutput("aim --help")),
+              HasSubstr("Centre what this pixel shows 1 m away;"));
 }
 
 TEST(AimCommand, BadUsage) {
