@@ -442,7 +442,7 @@ TEST(AimCommand, FilesThatAreRefused) {
 
 TEST(AimCommand, HelpSaysHowFarAwayAPixelIsTakenToBe) {
   EXPECT_THAT(testing::inOneLine(testing::toolOutput("aim --help")),
-              HasSubstr("Centre what this pixel shows 1 m away;"));
+              ::testing::HasSubstr("Centre what this pixel shows 1 m away;"));
 }
 
 TEST(AimCommand, BadUsage) {
