@@ -1,57 +1,106 @@
 // camera-parameters: looks into calibration files from the command line.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "support/printable_text.h"
 #include "tools/adjust/adjust_command.h"
 #include "tools/aim/aim_command.h"
 #include "tools/show/show_command.h"
-#include "tools/tool_error.h"
+#include "tools/tool_answer.h"
+#include "tools/usage/usage_text.h"
 
 namespace {
 
-constexpr int kBadInput = 1;
-constexpr int kBadUsage = 2;
+using norv::tools::ExitStatus;
+using norv::tools::ToolAnswer;
 
-int fail(const std::string& message) {
-  std::cerr << "camera-parameters: " << message << '\n';
-  return kBadInput;
+constexpr const char* kProgram = "camera-parameters";
+
+/// One line to standard error. File names and contents in it cannot act on the terminal.
+ExitStatus fail(const std::string& message, ExitStatus status = norv::tools::kBadInput) {
+  std::cerr << kProgram << ": " << norv::toPrintable(message) << '\n';
+  return status;
 }
 
 /// Prints a command's whole answer, or nothing of it.
-int print(const std::string& text) {
+ExitStatus print(const ToolAnswer& answer) {
+  std::cerr << answer.notes;
+  const std::string& text = answer.output;
   const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  return written && std::fflush(stdout) == 0 ? 0 : fail("cannot write to standard output");
+  return written && std::fflush(stdout) == 0 ? answer.status
+                                             : fail("cannot write to standard output");
 }
 
-int run(int argc, char** argv) {
-  CLI::App app("Looks into the calibration of a robot's cameras and works with it.",
-               "camera-parameters");
-  app.set_version_flag("--version", CAMERA_PARAMETERS_VERSION);
-  app.require_subcommand(1);
+/// The words of the command line, where `help VERB` stands for `VERB --help`.
+std::vector<std::string> wordsOf(int argc, char** argv) {
+  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  if (words.empty() || words[0] != "help") return words;
+  if (words.size() == 1) return {"--help"};
+  return {words[1], "--help"};
+}
+
+ExitStatus refuseUsage(const CLI::App& app, const CLI::ParseError& error) {
+  const auto verbs = app.get_subcommands();
+  fail(norv::tools::explainUsage(app, error));
+  std::cerr << "Run " << kProgram << (verbs.empty() ? "" : " " + verbs.front()->get_name())
+            << " --help for more information.\n";
+  return norv::tools::kBadUsage;
+}
+
+void describeProgram(CLI::App* app) {
+  app->set_version_flag("-V,--version", CAMERA_PARAMETERS_VERSION);
+  app->require_subcommand(1);
+  app->get_formatter()->label("SUBCOMMAND", "VERB");
+  for (CLI::App* verb : app->get_subcommands({})) verb->group("Verbs");
+  app->footer(
+      "A file named - is standard input.\n"
+      "Exit status: 0 done; 1 the input is bad, or the output cannot be written; 2 called wrongly; "
+      "3 aim does not reach what it was asked for.");
+}
+
+ExitStatus run(int argc, char** argv) {
+  CLI::App app("Looks into the calibration of a robot's cameras and works with it.", kProgram);
   norv::tools::ShowOptions show;
   norv::tools::AimOptions aim;
   norv::tools::AdjustOptions adjust;
   const CLI::App* show_verb = norv::tools::addShowCommand(&app, &show);
   const CLI::App* aim_verb = norv::tools::addAimCommand(&app, &aim);
   norv::tools::addAdjustCommand(&app, &adjust);
+  describeProgram(&app);
+  std::vector<std::string> words = wordsOf(argc, argv);
+  std::reverse(words.begin(), words.end());  // as CLI11 takes them
   try {
-    app.parse(argc, argv);
+    app.parse(std::move(words));
+  } catch (const CLI::CallForHelp&) {
+    return print({norv::tools::wrapHelp(app.help(), norv::tools::terminalWidth()), ""});
+  } catch (const CLI::CallForVersion&) {
+    return print({app.version() + "\n", ""});
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kBadUsage;
+    return refuseUsage(app, error);
   }
-  if (show_verb->parsed()) return print(norv::tools::runShowCommand(show));
-  if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
+  if (show_verb->parsed()) return print({norv::tools::runShowCommand(show), ""});
+  if (aim_verb->parsed()) return print({norv::tools::runAimCommand(aim), ""});
   return print(norv::tools::runAdjustCommand(adjust));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  // A file that grows beyond the user's limit is an error of writing like others.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     return run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    return fail("there is not enough memory");
   } catch (const std::exception& error) {
     return fail(error.what());
   }

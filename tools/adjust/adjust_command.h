@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
+#include "tools/tool_answer.h"
+
 namespace norv::tools {
 
 struct AdjustOptions {
@@ -16,9 +18,9 @@ struct AdjustOptions {
 /// Adds the verb `adjust` to the program; when it is given, `*options` holds its arguments.
 CLI::App* addAdjustCommand(CLI::App* app, AdjustOptions* options);
 
-/// Moves the camera poses of a calibration by a base's global transform and writes the result.
-/// Returns the text that says what was written. Throws ToolError, with nothing written, when
-/// something is amiss.
-std::string runAdjustCommand(const AdjustOptions& options);
+/// Moves the camera poses of a calibration by a base's global transform and writes the result to a
+/// file, or, where that is called "-", into the answer's output; what was written is then said in
+/// its notes. Throws ToolError, with nothing written, when something is wrong.
+ToolAnswer runAdjustCommand(const AdjustOptions& options);
 
 }  // namespace norv::tools

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,6 +24,24 @@ namespace fs = std::filesystem;
   throw ToolError(
       fmt::format("{}: cannot be written: {}", path, std::generic_category().message(error)));
 }
+
+/// While it lives, the signals by which users end programs wait: what they would leave behind is a
+/// file that nobody knows of.
+class ScopedSignalBlock {
+ public:
+  ScopedSignalBlock() {
+    sigset_t ends;
+    ::sigemptyset(&ends);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) ::sigaddset(&ends, signal);
+    ::pthread_sigmask(SIG_BLOCK, &ends, &before_);
+  }
+  ScopedSignalBlock(const ScopedSignalBlock&) = delete;
+  ScopedSignalBlock& operator=(const ScopedSignalBlock&) = delete;
+  ~ScopedSignalBlock() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_;
+};
 
 /// A new file beside the one to be replaced; removed at the end of the scope unless it took its
 /// place.
@@ -68,6 +88,7 @@ class TemporaryFile {
   }
 
  private:
+  ScopedSignalBlock signals_;  // until the file is gone or in its place
   fs::path target_;
   std::string path_;
   int fd_ = -1;
@@ -83,9 +104,9 @@ mode_t ordinaryPermissions() {
 
 /// What a path leads to in the end, which need not exist.
 fs::path followLinks(const std::string& path) {
-  constexpr int kMostLinks = 40;  // as the kernel has it
+  constexpr int kMaxLinks = 40;  // as the kernel has it
   fs::path target = path;
-  for (int i = 0; i < kMostLinks; ++i) {
+  for (int i = 0; i < kMaxLinks; ++i) {
     std::error_code error;
     const fs::path next = fs::read_symlink(target, error);
     if (error) return target;  // no link, or nothing at all

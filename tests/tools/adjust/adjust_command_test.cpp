@@ -30,7 +30,9 @@ using testing::expectBadUsage;
 using testing::expectToolRefuses;
 using testing::readPose;
 using testing::robotOf;
+using testing::runProgram;
 using testing::TemporaryFolder;
+using testing::toolCommand;
 using testing::toolOutput;
 
 std::string contentsOf(const std::string& path) {
@@ -280,6 +282,60 @@ TEST(AdjustCommand, BaseIsNotWrittenOver) {
   EXPECT_EQ(contentsOf(files.base), shiftedBase().SerializeAsString());
 }
 
+TEST(AdjustCommand, StandardInputAndOutput) {
+  RobotCalibration expected = robotOf({shiftedCamera("lab")});
+  Files files(expected.SerializeAsString());
+  expected.mutable_camera_calibration(0)->mutable_extrinsics()->set_a(7, 500);
+  const std::string from_input =
+      "cat '" + files.robot + "' | " + toolCommand() + files.adjust("-", files.base);
+  EXPECT_EQ(runProgram(from_input).output, files.said("1 camera", "binary"));
+  EXPECT_EQ(contentsOf(files.output), expected.SerializeAsString());
+
+  const std::string base_from_input =
+      "cat '" + files.base + "' | " + toolCommand() + files.adjust(files.robot, "-");
+  EXPECT_EQ(runProgram(base_from_input).output,
+            files.output +
+                ": 1 camera moved by the global transform of standard input, written in binary "
+                "format\n");
+
+  files.output = "-";
+  const testing::ProgramResult result = testing::runTool(files.adjust("--text"));
+  EXPECT_EQ(result.status, 0);
+  RobotCalibration written;
+  EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString(result.output, &written));
+  EXPECT_EQ(written.SerializeAsString(), expected.SerializeAsString());
+  files.output = "standard output";
+  EXPECT_EQ(result.errors, files.said("1 camera", "text"));
+}
+
+TEST(AdjustCommand, FileThatIsNamedLikeStandardInput) {
+  Files files(robotOf({shiftedCamera("lab")}).SerializeAsString());
+  fs::copy_file(files.robot, files.folder.path("-"));
+  files.output = "./-";
+  const std::string in_folder = "cd '" + files.folder.path() + "'; " + toolCommand();
+  EXPECT_EQ(runProgram(in_folder + files.adjust("./-", files.base)).output,
+            files.said("1 camera", "binary"));
+  EXPECT_EQ(parseBinary(files.folder.path("-")).camera_calibration(0).extrinsics().a(7), 500);
+}
+
+TEST(AdjustCommand, NothingIsPrintedOfWhatCannotBeMoved) {
+  Files files("");
+  files.output = "-";
+  expectToolRefuses(files.adjust(), files.robot + ": is empty");
+}
+
+TEST(AdjustCommand, LimitOfFileSizes) {
+  RobotCalibration robot;
+  for (int i = 0; i < 50; ++i) *robot.add_camera_calibration() = shiftedCamera("lab");
+  const Files files(robot.DebugString());
+  const testing::ProgramResult result =
+      runProgram("ulimit -f 4; " + toolCommand() + files.adjust());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.errors,
+            "camera-parameters: " + files.output + ": cannot be written: File too large\n");
+  EXPECT_EQ(files.count(), 2);
+}
+
 TEST(AdjustCommand, BadUsage) {
   const Files files(robotOf({shiftedCamera("lab")}).SerializeAsString());
   expectBadUsage("adjust");
@@ -288,6 +344,7 @@ TEST(AdjustCommand, BadUsage) {
   expectBadUsage("adjust --base '" + files.base + "' --output '" + files.output + "'");
   expectBadUsage(files.adjust("--text --binary"));
   expectBadUsage(files.adjust("--json"));
+  expectBadUsage(files.adjust("-", "-"));
   EXPECT_FALSE(fs::exists(files.output));
 }
 

@@ -3,15 +3,20 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "testing/temporary_folder.h"
 #include "tools/tool_error.h"
@@ -250,6 +255,63 @@ TEST(AtomicFile, ReadersSeeOneOrTheOther) {
   }
   writer.join();
   EXPECT_EQ(others, 0);
+}
+
+/// Writes a file over and over, in a process of its own, until a signal ends that.
+class EndlessWriter {
+ public:
+  EndlessWriter(const std::string& path, const std::string& one, const std::string& other)
+      : process_(::fork()) {
+    while (process_ == 0) {
+      writeFileAtomically(path, one);
+      writeFileAtomically(path, other);
+    }
+  }
+  EndlessWriter(const EndlessWriter&) = delete;
+  EndlessWriter& operator=(const EndlessWriter&) = delete;
+  ~EndlessWriter() { end(SIGKILL); }
+
+  /// Sends the signal, waits, and returns the signal that ended the process; 0 if none did.
+  int end(int signal) {
+    if (process_ <= 0) return 0;
+    ::kill(process_, signal);
+    int status = 0;
+    ::waitpid(std::exchange(process_, 0), &status, 0);
+    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+  }
+
+ private:
+  pid_t process_;
+};
+
+TEST(AtomicFile, SignalsLeaveNothingBehind) {
+  const std::string one(20'000, '1');
+  const std::string other(30'000, '2');
+  std::mt19937 random(7);
+  for (int i = 0; i < 200; ++i) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("file", one);
+    const int signal = std::array<int, 3>{SIGINT, SIGTERM, SIGHUP}[static_cast<std::size_t>(i % 3)];
+    EndlessWriter writer(path, other, one);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
+    EXPECT_EQ(writer.end(signal), signal);
+    EXPECT_EQ(entriesOf(folder.path()), 1);
+    const std::string contents = contentsOf(path);
+    EXPECT_TRUE(contents == one || contents == other) << contents.size();
+  }
+}
+
+TEST(AtomicFile, SignalsAreNotHeldBackAfterwards) {
+  const TemporaryFolder folder;
+  sigset_t before;
+  sigset_t after;
+  ASSERT_EQ(::pthread_sigmask(SIG_BLOCK, nullptr, &before), 0);
+  writeFileAtomically(folder.path("file"), "new");
+  EXPECT_NE(errorOf(folder.path("missing/file")), "written");
+  ASSERT_EQ(::pthread_sigmask(SIG_BLOCK, nullptr, &after), 0);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    EXPECT_EQ(sigismember(&after, signal), sigismember(&before, signal));
+  }
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstddef>
@@ -248,6 +250,43 @@ TEST(ShowCommand, FilesThatCannotBeRead) {
   expectRefused("/dev/zero", "/dev/zero: cannot be read: A device that may have no end");
 }
 
+TEST(ShowCommand, StandardInputAndFifos) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot", robotOf({plainCamera("lab")}).SerializeAsString());
+  const std::string expected = testing::toolOutput("show '" + path + "'").substr(path.size());
+  const std::string show = testing::toolCommand() + "show ";
+  EXPECT_EQ(runProgram("cat '" + path + "' | " + show + "-").output, "standard input" + expected);
+  EXPECT_EQ(runProgram(show + "- < '" + path + "'").output, "standard input" + expected);
+  EXPECT_EQ(runProgram("cat '" + path + "' | " + show + "/dev/stdin").output,
+            "/dev/stdin" + expected);
+  const std::string fifo = folder.path("fifo");
+  EXPECT_EQ(runProgram("mkfifo '" + fifo + "'; cat '" + path + "' > '" + fifo + "' & " + show +
+                       "'" + fifo + "'")
+                .output,
+            fifo + expected);
+}
+
+TEST(ShowCommand, StandardInputThatCannotBeRead) {
+  const std::string show = testing::toolCommand() + "show - ";
+  const std::string refused = "camera-parameters: standard input: cannot be read: ";
+  EXPECT_EQ(runProgram(show + "<&-").errors, refused + "Bad file descriptor\n");
+  EXPECT_EQ(runProgram(show + "< /").errors, refused + "Is a directory\n");
+  EXPECT_EQ(runProgram(show + "< /dev/zero").errors, refused + "A device that may have no end\n");
+  EXPECT_EQ(runProgram(show + "<&-").status, 1);
+  const ProgramResult syntax = runProgram("echo hello: 1 | " + show);
+  EXPECT_THAT(syntax.errors, StartsWith("camera-parameters: standard input:1:1: hello: Message"));
+}
+
+TEST(ShowCommand, SystemsReasonForAFileThatCannotBeRead) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("secret", "");
+  ASSERT_EQ(::chmod(path.c_str(), 0), 0);
+  // Whoever may read everything reads it: the file is empty.
+  if (::geteuid() != 0) expectRefused(path, path + ": cannot be read: Permission denied");
+  const std::string longest = folder.path(std::string(256, 'n'));
+  expectRefused(longest, longest + ": cannot be read: File name too long");
+}
+
 TEST(ShowCommand, FilesThatAreNoCalibration) {
   const TemporaryFolder folder;
   std::string path = folder.write("binary", std::string("\xff\x00\x01", 3));
@@ -381,32 +420,6 @@ TEST(ShowCommand, OutputThatCannotBeWritten) {
   const ProgramResult result = tool("show > /dev/full");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.errors, "camera-parameters: cannot write to standard output\n");
-}
-
-TEST(ToolUsage, BadUsageIsStatusTwo) {
-  for (const char* arguments :
-       {"", "frobnicate", "show --frobnicate", "show a b", "show --size", "show --size 640",
-        "show --size 640x", "show --size x480", "show --size 640x480x2", "show --size -1x2",
-        "show --size 0x480", "show --size 99999999999x1", "show --camera"}) {
-    const ProgramResult result = tool(arguments);
-    EXPECT_EQ(result.status, 2) << arguments;
-    EXPECT_EQ(result.output, "") << arguments;
-    EXPECT_NE(result.errors, "") << arguments;
-  }
-}
-
-TEST(ToolUsage, Version) {
-  const ProgramResult result = tool("--version");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.errors, "");
-  EXPECT_THAT(result.output, ::testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+\n"));
-}
-
-TEST(ToolUsage, Help) {
-  const ProgramResult result = tool("show --help");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.errors, "");
-  EXPECT_THAT(result.output, HasSubstr("--size WxH"));
 }
 
 }  // namespace

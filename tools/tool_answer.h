@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+namespace norv::tools {
+
+/// Exit statuses of the program.
+enum ExitStatus : int {
+  kDone = 0,
+  kBadInput = 1,    ///< the input is bad, or the output cannot be written
+  kBadUsage = 2,    ///< the program was called wrongly
+  kOutOfReach = 3,  ///< `aim`: the answer is there, but the head does not reach what was asked for
+};
+
+/// What a verb answers.
+struct ToolAnswer {
+  std::string output;  ///< for standard output
+  std::string notes;   ///< for standard error, where the output is not for people
+  ExitStatus status = kDone;
+};
+
+}  // namespace norv::tools
