@@ -64,18 +64,28 @@ TEST(DocumentsAndTree, FilesThatAreNamedExist) {
   EXPECT_GT(named, 10U);
 }
 
-TEST(DocumentsAndTree, ArchitectureListsTheRoomsOfSupport) {
-  const std::string text = read(kRoot / "ARCHITECTURE.md");
-  const std::size_t begin = text.find("\n    support/ ");
-  const std::size_t end = text.find("\n    proto/ ");
-  ASSERT_LT(begin, end);
-  const std::set<std::string> listed =
-      allMatches(text.substr(begin, end - begin), "\n      ([a-z]+)/ ");
-  std::set<std::string> rooms;
-  for (const auto& entry : fs::directory_iterator(kRoot / "support")) {
-    if (entry.is_directory()) rooms.insert(entry.path().filename().string());
+/// Names of the folders in a folder.
+std::set<std::string> foldersIn(const fs::path& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    if (entry.is_directory()) names.insert(entry.path().filename().string());
   }
-  EXPECT_EQ(listed, rooms);
+  return names;
+}
+
+TEST(DocumentsAndTree, ArchitectureListsTheRooms) {
+  const std::string text = read(kRoot / "ARCHITECTURE.md");
+  for (const std::string folder : {"support", "tools"}) {
+    // The lines that are indented further than the folder's own, up to the next one that is not.
+    const std::size_t begin = text.find("\n    " + folder + "/ ");
+    ASSERT_NE(begin, std::string::npos);
+    const std::size_t first = text.find('\n', begin + 1);
+    std::smatch next;
+    const std::string rest = text.substr(first);
+    ASSERT_TRUE(std::regex_search(rest, next, std::regex("\n    [a-z]")));
+    const std::string rooms = rest.substr(0, static_cast<std::size_t>(next.position()));
+    EXPECT_EQ(allMatches(rooms, "[ \n]([a-z]+)/(?= )"), foldersIn(kRoot / folder)) << folder;
+  }
 }
 
 TEST(DocumentsAndTree, ArchitectureListsTheFolders) {
@@ -85,9 +95,8 @@ TEST(DocumentsAndTree, ArchitectureListsTheFolders) {
     listed.insert(second);
   }
   std::set<std::string> folders;
-  for (const auto& entry : fs::directory_iterator(kRoot)) {
-    const std::string name = entry.path().filename().string();
-    if (entry.is_directory() && name != "build" && name[0] != '.') folders.insert(name);
+  for (const std::string& name : foldersIn(kRoot)) {
+    if (name != "build" && name[0] != '.') folders.insert(name);
   }
   EXPECT_EQ(listed, folders);
 }
