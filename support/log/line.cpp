@@ -77,7 +77,11 @@ std::unique_ptr<LogLineStream> takeLine() noexcept {
     LogLineStream* const line = kept.exchange(nullptr, std::memory_order_acquire);
     if (line != nullptr) return std::unique_ptr<LogLineStream>(line);
   }
-  return std::unique_ptr<LogLineStream>(new (std::nothrow) LogLineStream);
+  try {
+    return std::make_unique<LogLineStream>();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 void giveBackLine(std::unique_ptr<LogLineStream> line) noexcept {
