@@ -7,6 +7,7 @@
 
 #include "support/camera_projection.h"
 #include "support/checks.h"
+#include "support/lens_distortion.h"
 #include "support/logging.h"
 #include "support/numeric/saturate.h"
 
@@ -125,14 +126,8 @@ void PTZCameraModelConfiguration::blendLenses() {
   const double cx = a1 * a.cx() + a2 * b.cx();
   const double cy = a1 * a.cy() + a2 * b.cy();
 
-  distortion_ = {static_cast<float>(k1),
-                 static_cast<float>(k2),
-                 static_cast<float>(p1),
-                 static_cast<float>(p2),
-                 0.0F,
-                 static_cast<float>(k4),
-                 static_cast<float>(k5),
-                 0.0F};
+  const auto lens = LensDistortion<double>{k1, k2, p1, p2, 0, k4, k5, 0}.toCoefficients();
+  distortion_.assign(lens.begin(), lens.end());
   principal_point_[0] = static_cast<float>(cx);
   principal_point_[1] = static_cast<float>(cy);
   focal_lengths_[0] = focal_lengths_[1] = static_cast<float>(f);

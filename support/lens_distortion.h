@@ -7,6 +7,7 @@
 /// Units, frames, pixel origin: docs/conventions.md.
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 namespace norv::calibration {
@@ -18,7 +19,18 @@ struct NormalizedPoint {
   T y;
 };
 
-/// Coefficients without unit, in the library's storage order: k radial, p tangential.
+/// Numerator and denominator of a lens' radial factor, with their derivatives by the squared
+/// radius.
+template <class T>
+struct RadialTerms {
+  T numerator;
+  T denominator;
+  T numerator_slope;
+  T denominator_slope;
+};
+
+/// Coefficients without unit, in the library's storage order: k radial, p tangential. A plain
+/// value.
 template <class T>
 struct LensDistortion {
   T k1{};
@@ -32,15 +44,27 @@ struct LensDistortion {
 
   /// 1 + k1 s + k2 s^2 + k3 s^3, with s the squared radius.
   template <class Squared>
-  Squared numerator(const Squared& s) const {
+  auto numerator(const Squared& s) const {
     return T(1) + s * (k1 + s * (k2 + s * k3));
   }
 
   /// 1 + k4 s + k5 s^2 + k6 s^3.
   template <class Squared>
-  Squared denominator(const Squared& s) const {
+  auto denominator(const Squared& s) const {
     return T(1) + s * (k4 + s * (k5 + s * k6));
   }
+
+  /// Both of them at the squared radius `s`, with the slopes k1 + 2 k2 s + 3 k3 s^2 and
+  /// k4 + 2 k5 s + 3 k6 s^2.
+  template <class Squared>
+  auto radial(const Squared& s) const {
+    return RadialTerms<decltype(k1 * s)>{numerator(s), denominator(s),
+                                         k1 + s * (2 * k2 + 3 * s * k3),
+                                         k4 + s * (2 * k5 + 3 * s * k6)};
+  }
+
+  /// The coefficients in storage order. The inverse is `lensFromCoefficients`.
+  std::array<T, 8> toCoefficients() const { return {k1, k2, p1, p2, k3, k4, k5, k6}; }
 
   /// Where the lens puts the ray through the undistorted point `p`: with s = x^2 + y^2 and g the
   /// numerator over the denominator,
@@ -63,7 +87,8 @@ struct LensDistortion {
 };
 
 /// The lens stored as k1, k2, p1, p2, k3, k4, k5, k6. Coefficients beyond the first `count` are
-/// zero, so that shorter vectors of the same order (4 or 5 coefficients) serve too.
+/// zero, so that shorter vectors of the same order (4 or 5 coefficients) serve too. The inverse is
+/// `toCoefficients`.
 template <class T>
 LensDistortion<T> lensFromCoefficients(const float* coefficients, std::size_t count) {
   constexpr std::size_t kCount = 8;

@@ -30,14 +30,15 @@ Projection toProjection(const fit::FittedCamera& camera, const fit::PlanarView& 
   projection.fy = values[fit::kFy] * view.pixel_unit;
   projection.cx = values[fit::kCx] * view.pixel_unit + view.image_centre.x();
   projection.cy = values[fit::kCy] * view.pixel_unit + view.image_centre.y();
-  projection.k1 = values[fit::kK1];
-  projection.k2 = values[fit::kK1 + 1];
-  projection.k3 = values[fit::kK1 + 2];
-  projection.k4 = values[fit::kK1 + 3];
-  projection.k5 = values[fit::kK1 + 4];
-  projection.k6 = values[fit::kK1 + 5];
-  projection.p1 = values[fit::kP1];
-  projection.p2 = values[fit::kP2];
+  const LensDistortion<double> lens = camera.lens();
+  projection.k1 = lens.k1;
+  projection.k2 = lens.k2;
+  projection.k3 = lens.k3;
+  projection.k4 = lens.k4;
+  projection.k5 = lens.k5;
+  projection.k6 = lens.k6;
+  projection.p1 = lens.p1;
+  projection.p2 = lens.p2;
   // From the plane's own origin instead of the points' centre.
   const Eigen::Vector3d translation = scale * (camera.translation * view.plane_unit -
                                                camera.rotation.leftCols<2>() * view.plane_centre);

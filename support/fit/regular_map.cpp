@@ -13,58 +13,58 @@ namespace {
 constexpr double kDegree = 3.14159265358979323846 / 180;
 
 constexpr double kWeight = 300;  ///< pixels per unit of violation
-constexpr double kSmallestDenominator = 0.10;
-constexpr double kSmallestSlope = 0.20;
+constexpr double kMinDenominator = 0.10;
+constexpr double kMinSlope = 0.20;
 /// Below this denominator the slope means nothing, and only the denominator is mended.
 constexpr double kPole = 0.02;
 /// How far beyond the corner the map has to be regular, and up to which field angle at most.
 constexpr double kMargin = 1.15;
-constexpr double kWidestAngle = 80 * kDegree;
+constexpr double kMaxAngle = 80 * kDegree;
 constexpr double kReachWithinMargin = 0.95;
 
 constexpr int kTestedRadii = 256;
-constexpr double kWidestTestedAngle = 85 * kDegree;
+constexpr double kMaxTestedAngle = 85 * kDegree;
 
+using calibration::RadialTerms;
 using Dual6 = autodiff::AutoDiff1<double, 6>;
 
-template <class T>
-std::array<T, 6> radialCoefficients(const FittedCamera& camera) {
-  std::array<T, 6> k;
-  for (int j = 0; j < 6; ++j) k[static_cast<std::size_t>(j)] = camera.intrinsics[kK1 + j];
-  return k;
+using Lens = calibration::LensDistortion<double>;
+using LensWithSlopes = calibration::LensDistortion<Dual6>;
+
+/// The lens with the derivatives by its radial coefficients k1..k6.
+LensWithSlopes withSlopes(const Lens& lens) {
+  return {Dual6::variable(lens.k1, 0),
+          Dual6::variable(lens.k2, 1),
+          lens.p1,
+          lens.p2,
+          Dual6::variable(lens.k3, 2),
+          Dual6::variable(lens.k4, 3),
+          Dual6::variable(lens.k5, 4),
+          Dual6::variable(lens.k6, 5)};
 }
 
-/// The radial map at the squared radius `q`, with T the type of the coefficients.
+/// The radial factor g.
 template <class T>
-struct RadialMap {
-  RadialMap(const std::array<T, 6>& k, double q)
-      : numerator(1.0 + q * (k[0] + q * (k[1] + q * k[2]))),
-        denominator(1.0 + q * (k[3] + q * (k[4] + q * k[5]))),
-        numerator_slope(k[0] + q * (2.0 * k[1] + 3.0 * q * k[2])),
-        denominator_slope(k[3] + q * (2.0 * k[4] + 3.0 * q * k[5])) {}
+T ratio(const RadialTerms<T>& at) {
+  return at.numerator / at.denominator;
+}
 
-  T numerator;
-  T denominator;
-  T numerator_slope;  ///< by the squared radius
-  T denominator_slope;
+/// d(r_d)/d(theta) = (g + 2 q dg/dq) (1 + q), in focal lengths per radian.
+template <class T>
+T slope(const RadialTerms<T>& at, double q) {
+  const T g = ratio(at);
+  const T g_slope = (at.numerator_slope - g * at.denominator_slope) / at.denominator;
+  return (g + 2.0 * q * g_slope) * (1.0 + q);
+}
 
-  T ratio() const { return numerator / denominator; }
-
-  /// d(r_d)/d(theta) = (g + 2 q dg/dq) (1 + q), in focal lengths per radian.
-  T slope(double q) const {
-    const T g = ratio();
-    const T g_slope = (numerator_slope - g * denominator_slope) / denominator;
-    return (g + 2.0 * q * g_slope) * (1.0 + q);
-  }
-
-  /// Whether r_d rises at `q`, on the side of the pole where the image is.
-  bool rises(double q) const {
-    return denominator > kPole &&
-           numerator * denominator +
-                   2 * q * (numerator_slope * denominator - numerator * denominator_slope) >
-               0;
-  }
-};
+/// Whether r_d rises at the squared radius `q`, on the side of the pole where the image is.
+bool rises(const RadialTerms<double>& at, double q) {
+  return at.denominator > kPole &&
+         at.numerator * at.denominator +
+                 2 * q *
+                     (at.numerator_slope * at.denominator - at.numerator * at.denominator_slope) >
+             0;
+}
 
 }  // namespace
 
@@ -78,7 +78,7 @@ double cornerRadius(const FittedCamera& camera, const Eigen::Vector2d& half_size
 RegularityRows::RegularityRows(const FittedCamera& camera, const LensFamily& family,
                                const Eigen::Vector2d& half_size) {
   const double corner = cornerRadius(camera, half_size);
-  const double last_angle = std::min(kMargin * fieldAngle(family, corner), kWidestAngle);
+  const double last_angle = std::min(kMargin * fieldAngle(family, corner), kMaxAngle);
   for (int i = 0; i < kCount; ++i) {
     squared_radii_[static_cast<std::size_t>(i)] =
         std::pow(std::tan(last_angle * (i + 1) / kCount), 2);
@@ -87,33 +87,32 @@ RegularityRows::RegularityRows(const FittedCamera& camera, const LensFamily& fam
 }
 
 template <class T, class Add>
-void RegularityRows::forEachViolation(const std::array<T, 6>& k, const Add& add) const {
+void RegularityRows::forEachViolation(const calibration::LensDistortion<T>& lens,
+                                      const Add& add) const {
   for (const double q : squared_radii_) {
-    const RadialMap<T> map(k, q);
-    if (map.denominator < kSmallestDenominator) add(kSmallestDenominator - map.denominator);
-    if (!(map.denominator > kPole)) continue;
-    const T slope = map.slope(q);
-    if (slope < kSmallestSlope) add(kSmallestSlope - slope);
+    const RadialTerms<T> at = lens.radial(q);
+    if (at.denominator < kMinDenominator) add(kMinDenominator - at.denominator);
+    if (!(at.denominator > kPole)) continue;
+    const T rise = slope(at, q);
+    if (rise < kMinSlope) add(kMinSlope - rise);
   }
   const double last = squared_radii_.back();
-  const RadialMap<T> map(k, last);
-  if (!(map.denominator > kPole)) return;
-  const T reached = std::sqrt(last) * map.ratio();
+  const RadialTerms<T> at = lens.radial(last);
+  if (!(at.denominator > kPole)) return;
+  const T reached = std::sqrt(last) * ratio(at);
   if (reached < reach_) add(reach_ - reached);
 }
 
 double RegularityRows::cost(const FittedCamera& camera) const {
   double sum = 0;
-  forEachViolation(radialCoefficients<double>(camera),
+  forEachViolation(camera.lens(),
                    [&](double violation) { sum += std::pow(kWeight * violation, 2); });
   return sum;
 }
 
 void RegularityRows::addRows(const FittedCamera& camera, NormalEquations* equations) const {
   if (cost(camera) == 0) return;
-  std::array<Dual6, 6> k = radialCoefficients<Dual6>(camera);
-  for (std::size_t j = 0; j < k.size(); ++j) k[j].derivatives[j] = 1;
-  forEachViolation(k, [&](const Dual6& violation) {
+  forEachViolation(withSlopes(camera.lens()), [&](const Dual6& violation) {
     const Eigen::Map<const Eigen::Matrix<double, 6, 1>> slopes(violation.derivatives.data());
     equations->matrix.block<6, 6>(kK1, kK1) += kWeight * kWeight * slopes * slopes.transpose();
     equations->gradient.segment<6>(kK1) += kWeight * kWeight * violation.value * slopes;
@@ -122,12 +121,12 @@ void RegularityRows::addRows(const FittedCamera& camera, NormalEquations* equati
 
 std::optional<double> cornerRatio(const FittedCamera& camera, const Eigen::Vector2d& half_size) {
   const double corner = cornerRadius(camera, half_size);
-  const std::array<double, 6> k = radialCoefficients<double>(camera);
+  const Lens lens = camera.lens();
   for (int i = 1; i <= kTestedRadii; ++i) {
-    const double r = std::tan(kWidestTestedAngle * i / kTestedRadii);
-    const RadialMap<double> map(k, r * r);
-    if (!map.rises(r * r)) return std::nullopt;
-    if (r * map.numerator >= corner * map.denominator) return map.ratio();
+    const double r = std::tan(kMaxTestedAngle * i / kTestedRadii);
+    const RadialTerms<double> at = lens.radial(r * r);
+    if (!rises(at, r * r)) return std::nullopt;
+    if (r * at.numerator >= corner * at.denominator) return ratio(at);
   }
   return std::nullopt;
 }

@@ -9,6 +9,7 @@
 #include "support/fit/fitted_camera.h"
 #include "support/fit/lens_families.h"
 #include "support/fit/normal_equations.h"
+#include "support/lens_distortion.h"
 
 namespace norv::internal::fit {
 
@@ -39,7 +40,7 @@ class RegularityRows {
 
  private:
   template <class T, class Add>
-  void forEachViolation(const std::array<T, 6>& k, const Add& add) const;
+  void forEachViolation(const calibration::LensDistortion<T>& lens, const Add& add) const;
 
   static constexpr int kCount = 32;
   std::array<double, kCount> squared_radii_;

@@ -1,7 +1,7 @@
 #include "support/lens/lens_inverse.h"
 
 #include <algorithm>
-#include <iterator>
+#include <array>
 #include <limits>
 
 #include "support/numeric/bracketed_newton.h"
@@ -9,12 +9,15 @@
 namespace norv::internal {
 namespace {
 
+using calibration::RadialTerms;
+
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 bool allFinite(const calibration::LensDistortion<double>& l,
                const calibration::NormalizedPoint<double>& p) {
-  const double all[] = {l.k1, l.k2, l.p1, l.p2, l.k3, l.k4, l.k5, l.k6, p.x, p.y};
-  return std::all_of(std::begin(all), std::end(all), [](double c) { return std::isfinite(c); });
+  const std::array<double, 8> all = l.toCoefficients();
+  return std::isfinite(p.x) && std::isfinite(p.y) &&
+         std::all_of(all.begin(), all.end(), [](double c) { return std::isfinite(c); });
 }
 
 }  // namespace
@@ -40,12 +43,10 @@ bool LensInverse::beyondReach(double distorted_radius) {
 double LensInverse::undistortedRadius(double distorted_radius) {
   // D (r_d(r) - distorted_radius), which changes sign at the solution and has no pole.
   const auto excess = [this, distorted_radius](double r) {
-    const double s = r * r;
-    const double n = lens_.numerator(s);
-    const double n1 = lens_.k1 + s * (2 * lens_.k2 + s * (3 * lens_.k3));
-    const double d1 = lens_.k4 + s * (2 * lens_.k5 + s * (3 * lens_.k6));
-    return ValueAndSlope{r * n - distorted_radius * lens_.denominator(s),
-                         n + 2 * r * (r * n1 - distorted_radius * d1)};
+    const RadialTerms at = lens_.radial(r * r);
+    const double rise = r * at.numerator_slope - distorted_radius * at.denominator_slope;
+    return ValueAndSlope{r * at.numerator - distorted_radius * at.denominator,
+                         at.numerator + 2 * r * rise};
   };
   double end = std::sqrt(branch_.end());
   if (!std::isfinite(end)) {

@@ -67,7 +67,8 @@ inline LensNewtonStep::LensNewtonStep(const calibration::LensDistortion<double>&
   const double xx = p.x * p.x;
   const double yy = p.y * p.y;
   s_ = xx + yy;
-  // Not Horner's rule: its chain of dependent operations would decide the time.
+  // `lens.radial(s)`, but not by Horner's rule: its chain of dependent operations would decide the
+  // time.
   const double ss = s_ * s_;
   const double n = (1 + s_ * lens.k1) + ss * (lens.k2 + s_ * lens.k3);
   const double d = (1 + s_ * lens.k4) + ss * (lens.k5 + s_ * lens.k6);

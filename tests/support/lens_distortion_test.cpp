@@ -1,5 +1,6 @@
 #include "support/lens_distortion.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -49,6 +50,40 @@ TEST(LensDistortion, Polynomials) {
   const LensDistortion<double> lens{2, 3, 0, 0, 5, 7, 11, 13};
   EXPECT_EQ(lens.numerator(10.0), 1 + 20 + 300 + 5000);
   EXPECT_EQ(lens.denominator(10.0), 1 + 70 + 1100 + 13000);
+}
+
+TEST(LensDistortion, RadialTermsAndTheirSlopes) {
+  const LensDistortion<double> lens{2, 3, 17, 19, 5, 7, 11, 13};
+  const RadialTerms<double> at = lens.radial(10.0);
+  EXPECT_EQ(at.numerator, 1 + 20 + 300 + 5000);
+  EXPECT_EQ(at.denominator, 1 + 70 + 1100 + 13000);
+  EXPECT_EQ(at.numerator_slope, 2 + 2 * 3 * 10 + 3 * 5 * 100);
+  EXPECT_EQ(at.denominator_slope, 7 + 2 * 11 * 10 + 3 * 13 * 100);
+}
+
+TEST(LensDistortion, RadialTermsOfDualNumbers) {
+  using Dual = autodiff::AutoDiff1<double, 1>;
+  // By the squared radius: the slopes themselves.
+  const LensDistortion<double> lens{2, 3, 0, 0, 5, 7, 11, 13};
+  const RadialTerms<Dual> by_radius = lens.radial(Dual::variable(10, 0));
+  EXPECT_EQ(by_radius.numerator.derivatives[0], by_radius.numerator_slope.value);
+  EXPECT_EQ(by_radius.denominator.derivatives[0], by_radius.denominator_slope.value);
+  // By a coefficient: the powers of the squared radius, and their slopes.
+  LensDistortion<Dual> dual;
+  dual.k3 = Dual::variable(5, 0);
+  const RadialTerms<Dual> by_coefficient = dual.radial(10.0);
+  EXPECT_EQ(by_coefficient.numerator.derivatives[0], 1000);
+  EXPECT_EQ(by_coefficient.numerator_slope.derivatives[0], 300);
+  EXPECT_EQ(by_coefficient.denominator.derivatives[0], 0);
+}
+
+TEST(LensDistortion, CoefficientsInStorageOrder) {
+  const LensDistortion<float> lens{1, 2, 3, 4, 5, 6, 7, 8};
+  const std::array<float, 8> coefficients = lens.toCoefficients();
+  EXPECT_THAT(coefficients, ::testing::ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
+  EXPECT_EQ(lens.p1, 3);
+  EXPECT_EQ(lens.k3, 5);
+  EXPECT_EQ(lensFromCoefficients<float>(coefficients.data(), 8).toCoefficients(), coefficients);
 }
 
 TEST(LensDistortion, ByHand) {
