@@ -62,7 +62,6 @@ TEST(LensDistortion, RadialTermsAndTheirSlopes) {
 }
 
 TEST(LensDistortion, RadialTermsOfDualNumbers) {
-  using Dual = autodiff::AutoDiff1<double, 1>;
   // By the squared radius: the slopes themselves.
   const LensDistortion<double> lens{2, 3, 0, 0, 5, 7, 11, 13};
   const RadialTerms<Dual> by_radius = lens.radial(Dual::variable(10, 0));
