@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
+#include "../support/export.h"
+#include "../support/matrix_types.h"
 #include "proto/norv_base_calibration.pb.h"
-#include "support/export.h"
-#include "support/matrix_types.h"
 
 namespace norv::calibration {
 

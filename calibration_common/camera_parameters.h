@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "../support/camera_transform.h"
+#include "../support/export.h"
+#include "../support/matrix_types.h"
 #include "proto/norv_camera_calibration.pb.h"
 #include "proto/norv_camera_extrinsics.pb.h"
 #include "proto/norv_robot_calibration.pb.h"
-#include "support/camera_transform.h"
-#include "support/export.h"
-#include "support/matrix_types.h"
 
 namespace norv::calibration {
 

@@ -5,10 +5,10 @@
 
 #include <limits>
 
+#include "../support/camera_transform.h"
+#include "../support/export.h"
+#include "../support/matrix_types.h"
 #include "proto/norv_pan_tilt_system.pb.h"
-#include "support/camera_transform.h"
-#include "support/export.h"
-#include "support/matrix_types.h"
 
 namespace norv::calibration {
 

@@ -8,11 +8,11 @@
 #include <memory>
 #include <vector>
 
-#include "calibration_common/pan_tilt_model.h"
+#include "../support/camera_transform.h"
+#include "../support/export.h"
+#include "../support/matrix_types.h"
+#include "pan_tilt_model.h"
 #include "proto/norv_ptz_camera.pb.h"
-#include "support/camera_transform.h"
-#include "support/export.h"
-#include "support/matrix_types.h"
 
 namespace norv::calibration {
 

@@ -6,7 +6,7 @@
 #include <Eigen/Core>
 #include <cstddef>
 
-#include "support/auto_diff.h"
+#include "auto_diff.h"
 
 namespace Eigen {
 

@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <vector>
 
-#include "support/camera_transform.h"
-#include "support/export.h"
-#include "support/matrix_types.h"
+#include "camera_transform.h"
+#include "export.h"
+#include "matrix_types.h"
 
 namespace norv {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "support/export.h"
-#include "support/matrix_types.h"
+#include "export.h"
+#include "matrix_types.h"
 
 namespace norv {
 

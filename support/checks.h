@@ -7,8 +7,8 @@
 
 #include <cstdint>
 
-#include "support/export.h"
-#include "support/logging.h"
+#include "export.h"
+#include "logging.h"
 
 namespace norv::internal {
 

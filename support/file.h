@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "support/export.h"
+#include "export.h"
 
 namespace norv {
 

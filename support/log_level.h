@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "support/export.h"
+#include "export.h"
 
 namespace norv {
 

@@ -10,9 +10,9 @@
 #include <optional>
 #include <ostream>
 
-#include "support/export.h"
-#include "support/log_level.h"
-#include "support/log_record.h"
+#include "export.h"
+#include "log_level.h"
+#include "log_record.h"
 
 namespace norv {
 

@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "support/export.h"
+#include "export.h"
 
 namespace norv {
 

@@ -6,7 +6,7 @@
 #include <array>
 #include <cstddef>
 
-#include "support/lens_distortion.h"
+#include "lens_distortion.h"
 
 namespace norv::calibration {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "support/export.h"
+#include "export.h"
 
 namespace norv {
 

@@ -2,8 +2,8 @@
 
 /// The rotation of a joint about its axis. Conventions: docs/conventions.md.
 
-#include "support/export.h"
-#include "support/matrix_types.h"
+#include "export.h"
+#include "matrix_types.h"
 
 namespace norv {
 

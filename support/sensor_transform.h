@@ -6,8 +6,8 @@
 #include <memory>
 #include <vector>
 
-#include "support/export.h"
-#include "support/matrix_types.h"
+#include "export.h"
+#include "matrix_types.h"
 
 namespace norv::internal {
 class SensorWarp;

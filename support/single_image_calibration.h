@@ -5,10 +5,10 @@
 
 #include <vector>
 
-#include "support/auto_diff.h"
-#include "support/export.h"
-#include "support/matrix_types.h"
-#include "support/opencv_projection.h"
+#include "auto_diff.h"
+#include "export.h"
+#include "matrix_types.h"
+#include "opencv_projection.h"
 
 namespace norv::calibration {
 

@@ -2,7 +2,7 @@
 
 /// An equation in the sine and the cosine of one angle. Conventions: docs/conventions.md.
 
-#include "support/export.h"
+#include "export.h"
 
 namespace norv {
 
