@@ -46,9 +46,11 @@ ROWS = [
 BOUNDS = [("`getIntrinsics`, hit", "getIntrinsicsHit", 6.0), ("`getIntrinsics`, miss", "getIntrinsicsMiss", 12.0)]
 
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
-# What the loop of a benchmark costs counts for statements that cost next to nothing.
+# Statements that cost next to nothing: what the loop of the benchmark costs is taken off. Less than this, or
+# less than both runs scatter, cannot be told from nothing.
 EMPTY_LOOP = "emptyLoop"
 NET = {"disabledStatement", "glogDisabledStatement"}
+MIN_NET_NANOSECONDS = 0.05
 
 
 def read_aggregates(path):
@@ -70,27 +72,62 @@ def readable(nanoseconds):
     return f"{nanoseconds:.3g} s"
 
 
+class Measured:
+    """A cost in nanoseconds; `resolution` is what it cannot be told from."""
+
+    def __init__(self, nanoseconds, variation=0.0, resolution=0.0):
+        self.nanoseconds = nanoseconds
+        self.variation = variation
+        self.resolution = resolution
+
+    def is_resolved(self):
+        return self.nanoseconds > self.resolution
+
+    def __str__(self):
+        if not self.is_resolved():
+            return f"below {readable(self.resolution)}"
+        return f"{readable(self.nanoseconds)} ± {100 * self.variation:.0f} %"
+
+
+def compare(ours, theirs, aim, factor=1):
+    """The columns of ratio and aim. Where one side is too small to be measured, the ratio is only bounded; the
+    aim is then met or missed only if the bound decides it."""
+    if ours.is_resolved() and theirs.is_resolved():
+        ratio = ours.nanoseconds / theirs.nanoseconds / factor
+        return f"{ratio:.3f}", f"{aim:g}" if ratio <= aim else f"{aim:g} **above**"
+    if theirs.is_resolved():
+        most = ours.resolution / theirs.nanoseconds / factor
+        return f"below {most:.3f}", f"{aim:g}" if most <= aim else f"{aim:g}, undecided"
+    if ours.is_resolved():
+        least = ours.nanoseconds / theirs.resolution / factor
+        return f"above {least:.3f}", f"{aim:g} **above**" if least >= aim else f"{aim:g}, undecided"
+    return "not measurable", f"{aim:g}, undecided"
+
+
 def print_row(what, ours, theirs, ratio, aim):
-    verdict = "" if ratio <= aim else " **above**"
-    print(f"| {what} | {ours} | {theirs} | {ratio:.3f} | {aim:g}{verdict} |")
+    print(f"| {what} | {ours} | {theirs} | {ratio} | {aim} |")
+
+
+def measured(results, name):
+    median, variation = results[name]["median"], results[name]["cv"]
+    if name not in NET:
+        return Measured(median, variation)
+    empty = results[EMPTY_LOOP]
+    scatter = variation * median + empty["cv"] * empty["median"]
+    net = median - empty["median"]
+    return Measured(net, scatter / net if net > 0 else 0.0, max(MIN_NET_NANOSECONDS, scatter))
 
 
 def print_benchmarks(results):
-    empty = results[EMPTY_LOOP]["median"]
-
-    def median(name):
-        return results[name]["median"] - (empty if name in NET else 0)
-
-    def cell(name):
-        return f"{readable(median(name))} ± {100 * results[name]['cv']:.0f} %"
-
     for what, ours, theirs, aim, factor in ROWS:
         if ours in results and theirs in results:
-            print_row(what, cell(ours), cell(theirs), median(ours) / median(theirs) / factor, aim)
+            one, other = measured(results, ours), measured(results, theirs)
+            print_row(what, one, other, *compare(one, other, aim, factor))
         else:
-            print(f"| {what} | not measured | | | {aim:g} |")
+            print_row(what, "not measured", "", "", f"{aim:g}")
     for what, name, bound in BOUNDS:
-        print_row(what, cell(name), f"{bound:g} ns", median(name) / bound, 1)
+        cost = measured(results, name)
+        print_row(what, cost, f"{bound:g} ns", *compare(cost, Measured(bound), 1))
 
 
 def run_repeatedly(folder, program):
@@ -101,13 +138,13 @@ def run_repeatedly(folder, program):
 
 def print_startup(folder):
     if not (folder / "startup_link_opencv").exists():
-        print("| start to end | not measured | | | |")
+        print_row("start to end", "not measured", "", "", "")
         return
     ours = run_repeatedly(folder, "startup_construct_set")
     theirs = run_repeatedly(folder, "startup_link_opencv")
     for i, (what, unit, aim) in enumerate([("processor time", "ms", 2.0), ("peak memory", "MB", 1.0)]):
         print_row(f"start to end, {what}, linking OpenCV", f"{ours[i]:.1f} {unit}", f"{theirs[i]:.1f} {unit}",
-                  ours[i] / theirs[i], aim)
+                  *compare(Measured(ours[i]), Measured(theirs[i]), aim))
 
 
 def main():

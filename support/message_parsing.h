@@ -1,7 +1,8 @@
 #pragma once
 
 /// Parsing of messages that may come in binary or in text format. Unlike Protocol Buffers' own
-/// functions these write nothing to standard error when the data is no such message.
+/// functions these write nothing to standard error when the data is no such message. What a stored
+/// message means is in docs/conventions.md.
 
 #include <google/protobuf/message.h>
 

@@ -66,8 +66,13 @@ set(package "lib/cmake/camera_parameters/.*\\.cmake" "lib/pkgconfig/camera_param
 set(definitions "include/camera_parameters/.*\\.h" "share/camera_parameters/proto/.*\\.proto")
 set(tool "bin/camera-parameters" "share/camera_parameters/calibration/.*\\.txt")
 
-# Shared, every folder absolute. No message may be taken for the other: the prefix is somewhere else.
-set(elsewhere "${BINARY}/elsewhere")
+# Shared, every folder absolute, and none below the source tree, where CMake lets no headers be installed.
+string(RANDOM LENGTH 12 unique)
+set(elsewhere "$ENV{TMPDIR}")
+if(elsewhere STREQUAL "")
+  set(elsewhere "/tmp")
+endif()
+string(APPEND elsewhere "/camera_parameters_${unique}")
 build_library("-DCMAKE_INSTALL_PREFIX=${BINARY}/prefix"
   "-DCMAKE_INSTALL_LIBDIR=${elsewhere}/libraries"
   "-DCMAKE_INSTALL_INCLUDEDIR=${elsewhere}/headers"
@@ -81,6 +86,7 @@ run_consumers(absolute "${elsewhere}/libraries/cmake/camera_parameters" "${elsew
 if(EXISTS "${BINARY}/prefix/lib" OR EXISTS "${BINARY}/prefix/bin" OR EXISTS "${BINARY}/prefix/include")
   message(SEND_ERROR "The prefix was used beside the absolute folders")
 endif()
+file(REMOVE_RECURSE "${elsewhere}")
 
 # Shared, in components.
 set(relative -DCMAKE_INSTALL_LIBDIR=lib -DCMAKE_INSTALL_INCLUDEDIR=include -DCMAKE_INSTALL_BINDIR=bin)
