@@ -58,6 +58,18 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/calibration/"
   DESTINATION "${data_dir}/calibration"
   COMPONENT tool
   FILES_MATCHING PATTERN "*.txt")
+if(CAMERA_PARAMETERS_TOOLS)
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/man/camera-parameters.1"
+    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+    COMPONENT tool)
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/completions/camera-parameters.bash"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+    RENAME camera-parameters
+    COMPONENT tool)
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/completions/_camera-parameters"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions"
+    COMPONENT tool)
+endif()
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
 
 include("${PROJECT_SOURCE_DIR}/cmake/InstalledDocuments.cmake")

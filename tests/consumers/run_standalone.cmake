@@ -64,7 +64,8 @@ endfunction()
 set(documents "share/doc/camera_parameters/.*")
 set(package "lib/cmake/camera_parameters/.*\\.cmake" "lib/pkgconfig/camera_parameters\\.pc")
 set(definitions "include/camera_parameters/.*\\.h" "share/camera_parameters/proto/.*\\.proto")
-set(tool "bin/camera-parameters" "share/camera_parameters/calibration/.*\\.txt")
+set(tool "bin/camera-parameters" "share/man/man1/camera-parameters\\.1" "share/camera_parameters/calibration/.*\\.txt"
+  "share/bash-completion/completions/camera-parameters" "share/zsh/site-functions/_camera-parameters")
 
 # Shared, every folder absolute, and none below the source tree, where CMake lets no headers be installed.
 string(RANDOM LENGTH 12 unique)

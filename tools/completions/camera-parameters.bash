@@ -1,0 +1,26 @@
+# Completion of camera-parameters for bash. A test compares it with what the tool says of itself.
+
+_camera_parameters() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} words=
+  if [ "$COMP_CWORD" -eq 1 ]; then
+    words="show aim adjust --help --version"
+  else
+    case $previous in
+      --camera | --size | --at | --pixel | --point | --box) return ;;
+      --kind) words="robot ptz base" ;;
+      --base | --output) ;;
+      *)
+        case ${COMP_WORDS[1]} in
+          show) words="--camera --size --kind --json --help" ;;
+          aim) words="--at --pixel --point --box --json --help" ;;
+          adjust) words="--base --output --binary --text --help" ;;
+        esac
+        ;;
+    esac
+  fi
+  # What is not an option is a file, which the shell completes by itself.
+  if [ "$COMP_CWORD" -eq 1 ] || [ "$previous" = --kind ] || [[ $current == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+  fi
+}
+complete -o default -F _camera_parameters camera-parameters
