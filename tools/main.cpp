@@ -88,7 +88,7 @@ ExitStatus run(int argc, char** argv) {
     return refuseUsage(app, error);
   }
   if (show_verb->parsed()) return print({norv::tools::runShowCommand(show), ""});
-  if (aim_verb->parsed()) return print({norv::tools::runAimCommand(aim), ""});
+  if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
   return print(norv::tools::runAdjustCommand(adjust));
 }
 

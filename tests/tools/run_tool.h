@@ -32,6 +32,19 @@ inline std::string toolOutput(const std::string& arguments) {
   return result.output;
 }
 
+/// Runs the tool where it must say that what was asked for is out of reach, and returns what it
+/// prints.
+inline std::string toolRefusal(const std::string& arguments) {
+  const ProgramResult result = runTool(arguments);
+  EXPECT_EQ(result.status, 3) << arguments;
+  EXPECT_EQ(result.errors, "") << arguments;
+  return result.output;
+}
+
+inline nlohmann::json toolRefusalJson(const std::string& arguments) {
+  return nlohmann::json::parse(toolRefusal(arguments + " --json"), nullptr, false);
+}
+
 inline nlohmann::json toolJson(const std::string& arguments) {
   return nlohmann::json::parse(toolOutput(arguments + " --json"), nullptr, false);
 }

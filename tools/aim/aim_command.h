@@ -4,6 +4,7 @@
 #include <string>
 
 #include "tools/aim/aim_solution.h"
+#include "tools/tool_answer.h"
 
 namespace norv::tools {
 
@@ -16,8 +17,8 @@ struct AimOptions {
 /// Adds the verb `aim` to the program; when it is given, `*options` holds its arguments.
 CLI::App* addAimCommand(CLI::App* app, AimOptions* options);
 
-/// Where the head must go: the text that the verb prints. Throws ToolError when the calibration is
-/// bad or the head cannot point there.
-std::string runAimCommand(const AimOptions& options);
+/// Where the head must go. Throws ToolError when the calibration is bad or the question makes no
+/// sense with it; where the head does not reach what was asked for, the status says so.
+ToolAnswer runAimCommand(const AimOptions& options);
 
 }  // namespace norv::tools

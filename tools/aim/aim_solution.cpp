@@ -2,12 +2,14 @@
 
 #include <fmt/format.h>
 
-#include <Eigen/Geometry>
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
-#include "support/logging.h"
-#include "support/numeric/saturate.h"
+#include "support/camera_projection.h"
+#include "tools/aim/aim_outcome.h"
+#include "tools/aim/sight.h"
+#include "tools/output/number_text.h"
 #include "tools/review/head_geometry.h"
 #include "tools/tool_error.h"
 
@@ -15,65 +17,26 @@ namespace norv::tools {
 namespace {
 
 using calibration::limitToMotorRange;
-using calibration::PTZCameraModelConfiguration;
+using calibration::PanTiltSolution;
+using calibration::PanTiltSystemParameters;
+using calibration::PanTiltVerdict;
 using calibration::PTZCameraModelPtr;
 
-/// A pixel is where a target is seen only if the pixel's ray goes to the target, to this many
-/// radians: far outside of the picture the distortion folds back into it.
-constexpr float kLargestRayError = 1e-3F;
-
-bool hasLens(const PTZCameraModelConfiguration& configuration) {
-  const auto& distortion = configuration.getDistortion();
-  return configuration.getIntrinsics().allFinite() &&
-         std::all_of(distortion.begin(), distortion.end(),
-                     [](float k) { return std::isfinite(k); });
+const PanTiltSystemParameters& headOf(const PTZCameraModelConfiguration& configuration) {
+  return configuration.getModel()->getParams().pan_tilt();
 }
 
-std::string noLens(int zoom) {
-  return fmt::format(
-      "zoom position {} is at or beyond the last lens sample, where the lens is not known", zoom);
+Vector3_f requireRay(const PTZCameraModelConfiguration& now, const Vector2_f& pixel) {
+  const auto ray = findRay(now, pixel);
+  if (!ray) throw ToolError(fmt::format("no ray reaches pixel {},{}", pixel.x(), pixel.y()));
+  return *ray;
 }
 
-Vector2_f principalPoint(const PTZCameraModelConfiguration& configuration) {
-  return {configuration.getIntrinsics()(0, 2), configuration.getIntrinsics()(1, 2)};
-}
-
-/// Keeps the library's lines from the user and the first words of the last one for the message.
-class ScopedReason {
- public:
-  ScopedReason() {
-    setLogSink([this](const LogRecord& record) {
-      if (record.level <= kLogWarning) reason_ = record.text.substr(0, record.text.find(':'));
-    });
-  }
-  ScopedReason(const ScopedReason&) = delete;
-  ScopedReason& operator=(const ScopedReason&) = delete;
-  ~ScopedReason() { setLogSink({}); }
-
-  const std::string& reason() const { return reason_; }
-
- private:
-  std::string reason_ = "no solution";
-};
-
-/// Runs a pointing operation; the reason that the library logs becomes the error when it fails.
-template <class Operation>
-void point(const PTZCameraModelConfiguration& now, const Operation& operation) {
-  const ScopedReason scope;
-  if (operation()) return;
-  const bool suited = azimuthIsSupported(describeHead(now.getModel()->getParams().pan_tilt()));
-  throw ToolError(fmt::format("the head cannot point there: {}{}", scope.reason(),
-                              suited ? ""
-                                     : "; it should be written in another frame, which "
-                                       "camera-parameters show prints"));
-}
-
-Vector3_f unitRay(const PTZCameraModelConfiguration& now, float x, float y) {
-  const Vector3_f ray = now.projectPixelToRay({x, y});
-  // Beyond what single precision can hold, the length is infinite and the unit vector zero.
-  Vector3_f unit = ray.normalized();
-  if (!(unit.norm() > 0.5F)) throw ToolError(fmt::format("no ray reaches pixel {},{}", x, y));
-  return unit;
+void requireMotors(const PanTiltSystemParameters& head) {
+  if (motorsTurn(head)) return;
+  const bool pan_turns = std::isfinite(head.pan_scale()) && head.pan_scale() != 0;
+  throw ToolError(fmt::format("the head cannot point there: a motor's step is {} rad",
+                              shortestText(pan_turns ? head.tilt_scale() : head.pan_scale())));
 }
 
 /// The point that is to be brought to the optical axis, or to a pixel, as the library chooses it.
@@ -84,106 +47,110 @@ Vector3_f findTarget(const PTZCameraModelConfiguration& now, const AimRequest& r
   }
   if (request.box) {
     const auto& b = *request.box;
-    return now.getCameraCenter() + unitRay(now, b[0], b[1]) + unitRay(now, b[2], b[3]);
+    return now.getCameraCenter() + requireRay(now, {b[0], b[1]}) + requireRay(now, {b[2], b[3]});
   }
   const auto& p = *request.pixel;
-  return now.getCameraCenter() + unitRay(now, p[0], p[1]);
+  return now.getCameraCenter() + requireRay(now, {p[0], p[1]});
 }
 
-/// Where the head would go if its motors had no limits.
-Motors findUnlimited(const PTZCameraModelConfiguration& now, const AimRequest& request,
-                     const Vector3_f& target) {
-  float pan = 0;
-  float tilt = 0;
-  point(now, [&] {
-    if (!request.point || !request.pixel) {
-      return now.getModel()->getPanTiltModel().computePanTilt(target, {0, 0}, &pan, &tilt);
-    }
-    const auto& p = *request.pixel;
-    unitRay(now, p[0], p[1]);
-    return now.getPanTilt(target, {p[0], p[1]}, &pan, &tilt);
-  });
-  if (!std::isfinite(pan) || !std::isfinite(tilt)) {
-    throw ToolError("the head cannot point there: a motor's step is 0 rad");
+/// Where in the camera frame, (x/z, y/z), the target is wanted: on the optical axis, or where a
+/// pixel's ray goes.
+Vector2_f findDirection(const PTZCameraModelConfiguration& now, const AimRequest& request) {
+  if (!request.point || !request.pixel) return {0, 0};
+  const Vector2_f pixel((*request.pixel)[0], (*request.pixel)[1]);
+  requireRay(now, pixel);
+  const Matrix3x3_f& k = now.getIntrinsics();
+  const float principal_point[] = {k(0, 2), k(1, 2)};
+  const float focal_lengths[] = {k(0, 0), k(1, 1)};
+  return calibration::rectifyPoint(now.getDistortion().data(), principal_point, focal_lengths,
+                                   pixel);
+}
+
+/// Why a solution does not count. The error is the square of the distance at which the ray passes
+/// the target, times that of the ray's length at depth 1.
+std::string explainFailure(const PanTiltSolution& solution, const Vector2_f& direction) {
+  if (solution.verdict == PanTiltVerdict::kNoCandidate) {
+    return "the head cannot point there: no solution with a tilt within 90 deg either way";
   }
-  return {internal::truncateToInt(static_cast<double>(std::round(pan))),
-          internal::truncateToInt(static_cast<double>(std::round(tilt))), now.getZoom()};
+  const double ray = std::sqrt(1 + static_cast<double>(direction.squaredNorm()));
+  return fmt::format("the head cannot point there: the best solution passes the target by {:.3g} m",
+                     std::sqrt(solution.error) / ray);
+}
+
+int toSteps(float position) {
+  constexpr auto kLowest = static_cast<double>(std::numeric_limits<int>::min());
+  constexpr auto kHighest = static_cast<double>(std::numeric_limits<int>::max());
+  const auto rounded = static_cast<double>(std::round(position));
+  return static_cast<int>(std::clamp(rounded, kLowest, kHighest));
+}
+
+/// Where the head would go if its motors had no limits. The library saturates likewise.
+Motors findUnlimited(const PanTiltSolution& solution, int zoom) {
+  if (!std::isfinite(solution.pan) || !std::isfinite(solution.tilt)) {
+    throw ToolError("the head cannot point there: the motors' positions are not finite");
+  }
+  return {toSteps(solution.pan), toSteps(solution.tilt), zoom};
 }
 
 Motors limitMotors(const PTZCameraModelConfiguration& now, const AimRequest& request,
                    const Motors& unlimited) {
   Motors motors = unlimited;
-  if (request.box && !request.point) {
+  limitToMotorRange(headOf(now), &motors.pan, &motors.tilt);
+  if (request.box) {
+    // Cannot fail, since its target is the one that has just been solved for.
     const auto& b = *request.box;
-    point(now, [&] {
-      return now.getPanTiltZoom({b[0], b[1]}, {b[2], b[3]}, &motors.pan, &motors.tilt,
-                                &motors.zoom);
-    });
-  } else {
-    limitToMotorRange(now.getModel()->getParams().pan_tilt(), &motors.pan, &motors.tilt);
+    now.getPanTiltZoom({b[0], b[1]}, {b[2], b[3]}, &motors.pan, &motors.tilt, &motors.zoom);
   }
   return motors;
 }
 
-/// Where a camera sees a point. When it does not, `*why` says so.
-std::optional<Vector2_f> see(const PTZCameraModelConfiguration& then, const Vector3_f& target,
-                             std::string* why) {
-  const Matrix4x4_f& camera_from_world = then.getCameraTransform().transform;
-  const float depth =
-      camera_from_world.block<1, 3>(2, 0).dot(target.transpose()) + camera_from_world(2, 3);
-  if (!(depth > 0)) {
-    *why = "the target is behind the camera";
-    return std::nullopt;
+void remarkPosition(const char* motor, int at, std::optional<int> lowest,
+                    std::optional<int> highest, Aim* aim) {
+  const auto remark = [&](const char* side, int limit) {
+    aim->remarks.push_back(
+        fmt::format("{} is said to be at {}, {} position, {}", motor, at, side, limit));
+  };
+  if (lowest && at < *lowest) {
+    remark("below its lowest", *lowest);
+  } else if (highest && at > *highest) {
+    remark("above its highest", *highest);
   }
-  const Vector2_f pixel = then.project3dToCamera(target);
-  const Vector3_f ray = then.projectPixelToRay(pixel).normalized();
-  const Vector3_f wanted = (target - then.getCameraCenter()).normalized();
-  if (!((ray - wanted).norm() <= kLargestRayError)) {
-    *why = "the target is far outside of the picture";
-    return std::nullopt;
-  }
-  return pixel;
 }
 
-/// What the box covers, its corners being directions: how far away they are is not known.
-std::optional<std::array<float, 4>> seeBox(const PTZCameraModelConfiguration& now,
-                                           const PTZCameraModelConfiguration& then,
-                                           const std::array<float, 4>& box) {
-  std::array<float, 4> covers = {INFINITY, INFINITY, -INFINITY, -INFINITY};
-  for (const float x : {box[0], box[2]}) {
-    for (const float y : {box[1], box[3]}) {
-      const Vector3_f ray = now.projectPixelToRay({x, y});
-      std::string ignored;
-      const auto pixel = see(then, then.getCameraCenter() + ray.normalized(), &ignored);
-      if (!pixel) return std::nullopt;
-      covers = {std::min(covers[0], pixel->x()), std::min(covers[1], pixel->y()),
-                std::max(covers[2], pixel->x()), std::max(covers[3], pixel->y())};
-    }
-  }
-  return covers;
+/// What is odd about where the motors are said to be.
+void remarkStart(const PTZCameraModelConfiguration& now, Aim* aim) {
+  const PanTiltSystemParameters& head = headOf(now);
+  const auto stated = [](bool has, int steps) {
+    return has ? std::optional<int>(steps) : std::nullopt;
+  };
+  remarkPosition("pan", now.getPan(), stated(head.has_min_pan(), head.min_pan()),
+                 stated(head.has_max_pan(), head.max_pan()), aim);
+  remarkPosition("tilt", now.getTilt(), stated(head.has_min_tilt(), head.min_tilt()),
+                 stated(head.has_max_tilt(), head.max_tilt()), aim);
+  if (const auto remark = explainExtrapolation(now)) aim->remarks.push_back(*remark);
 }
 
 }  // namespace
 
 Aim findAim(const PTZCameraModelPtr& model, const AimRequest& request) {
   const PTZCameraModelConfiguration now(model, request.at[0], request.at[1], request.at[2]);
-  if (!hasLens(now)) throw ToolError(noLens(now.getZoom()));
+  if (!hasLens(now)) throw ToolError(explainMissingLens(now));
+  const PanTiltSystemParameters& head = headOf(now);
+  requireMotors(head);
   Aim aim = {};
+  remarkStart(now, &aim);
   aim.target = findTarget(now, request);
   aim.distance = (aim.target - now.getCameraCenter()).norm();
-  aim.unlimited = findUnlimited(now, request, aim.target);
-  aim.motors = limitMotors(now, request, aim.unlimited);
-
-  const PTZCameraModelConfiguration then(model, aim.motors.pan, aim.motors.tilt, aim.motors.zoom);
-  if (!hasLens(then)) {
-    aim.why_unseen = noLens(then.getZoom());
+  const Vector2_f direction = findDirection(now, request);
+  const PanTiltSolution solution = model->getPanTiltModel().solve(aim.target, direction);
+  if (!solution.solved()) {
+    aim.obstacles.push_back(explainFailure(solution, direction));
+    remarkFrame(head, &aim);
     return aim;
   }
-  const bool to_pixel = request.point && request.pixel;
-  aim.wanted =
-      to_pixel ? Vector2_f((*request.pixel)[0], (*request.pixel)[1]) : principalPoint(then);
-  aim.lands = see(then, aim.target, &aim.why_unseen);
-  if (request.box) aim.box_lands = seeBox(now, then, *request.box);
+  aim.unlimited = findUnlimited(solution, now.getZoom());
+  aim.motors = limitMotors(now, request, aim.unlimited);
+  lookFromThere(now, request, &aim);
   return aim;
 }
 

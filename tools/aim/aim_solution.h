@@ -5,6 +5,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "calibration_common/ptz_camera_model.h"
 #include "support/matrix_types.h"
@@ -26,24 +27,45 @@ struct Motors {
   int zoom;
 };
 
+/// What a box covers, pixels.
+struct BoxCover {
+  Vector2_f low;   ///< smallest x and y
+  Vector2_f high;  ///< largest x and y
+  float outside;   ///< by how much it reaches out of the picture, pixels; 0 where it is all inside
+};
+
 /// The answer, and the target looked at from there.
 struct Aim {
-  Motors motors;
+  Vector3_f target;  ///< the point that was aimed at, world coordinates, metres
+  float distance;    ///< of the target from the camera before the move, metres
+  /// Where to go; none where there is no solution. Then what follows is empty.
+  std::optional<Motors> motors;
   Motors unlimited;                 ///< without the motors' range; the zoom has none
-  Vector3_f target;                 ///< the point that was aimed at, world coordinates, metres
-  float distance;                   ///< of the target from the camera before the move, metres
   std::optional<Vector2_f> wanted;  ///< where the target was to be seen; none without a lens there
-  std::optional<Vector2_f> lands;   ///< where it is seen
-  std::string why_unseen;           ///< when `lands` is empty
-  /// Smallest x and y, largest x and y that the box covers after the move, if that is known.
-  std::optional<std::array<float, 4>> box_lands;
+  std::optional<Vector2_f> lands;   ///< where it is seen, if it is
+  std::optional<BoxCover> box;      ///< what the box covers after the move, if that is known
+  /// Why what was asked for is not reached, a sentence each.
+  std::vector<std::string> obstacles;
+  /// What else is to be known, a sentence each.
+  std::vector<std::string> remarks;
 
-  bool isLimited() const { return motors.pan != unlimited.pan || motors.tilt != unlimited.tilt; }
+  bool isReached() const { return obstacles.empty(); }
+  bool isLimited() const {
+    return motors && (motors->pan != unlimited.pan || motors->tilt != unlimited.tilt);
+  }
 };
 
 /// Points the camera as the library does. A pixel is taken as a point 1 m away, a box as the sum of
-/// the unit rays of its corners. Throws ToolError, without the name of the file, when there is no
-/// answer.
+/// the unit rays of its corners.
+///
+/// Not reached is what has no solution; what the solution, or the motors' limits, leave behind the
+/// camera or far outside of its picture; what the limits move by more than a pixel; a zoom position
+/// at which the lens is not known; and a box that even the widest lens does not show, or of which a
+/// corner is seen by no ray.
+///
+/// Throws ToolError, without the name of the file, for a question that cannot be asked: a pixel
+/// that no ray reaches, a zoom position now at which the lens is not known, motors that do not
+/// turn.
 Aim findAim(const calibration::PTZCameraModelPtr& model, const AimRequest& request);
 
 }  // namespace norv::tools

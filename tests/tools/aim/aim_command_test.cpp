@@ -32,6 +32,8 @@ using testing::kRadians;
 using testing::TemporaryFolder;
 using testing::toolJson;
 using testing::toolOutput;
+using testing::toolRefusal;
+using testing::toolRefusalJson;
 using testing::uniform;
 
 constexpr double kFocalLength = 1500;  ///< of the lens at zoom 0, pixels
@@ -72,18 +74,34 @@ std::string aimExample(const std::string& arguments) {
   return "aim '" CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt' " + arguments;
 }
 
+/// Expects the same floats: what the tool prints reads back as what it holds.
+void expectPixel(const json& pixel, const Vector2_f& expected) {
+  ASSERT_EQ(pixel.size(), 2U);
+  EXPECT_EQ(pixel[0].get<float>(), expected.x());
+  EXPECT_EQ(pixel[1].get<float>(), expected.y());
+}
+
+/// The answer where it does not matter whether it is within reach.
+json anyJson(const std::string& arguments) {
+  const testing::ProgramResult result = testing::runTool(arguments + " --json");
+  EXPECT_TRUE(result.status == 0 || result.status == 3) << arguments;
+  const json answer = json::parse(result.output, nullptr, false);
+  EXPECT_EQ(answer["reached"], result.status == 0) << arguments;
+  return answer;
+}
+
 double number(const json& document, const char* key) { return document[key].get<double>(); }
 
 TEST(AimCommand, PixelToTheRight) {
   const Calibration calibration(plainPtz());
   // 400 steps of 0.0005 rad are 0.2 rad, 11.459 degrees; 1500 px tan 0.2 are 304.065 px.
-  EXPECT_EQ(
-      toolOutput(calibration.aim("--at 0,0,0 --pixel 1264.065,540")),
-      "pan   400 steps  11.459 deg\n"
-      "tilt    0 steps   0.000 deg\n"
-      "zoom    0 steps     1.000 x\n"
-      "within the range of the motors\n"
-      "the target, taken 1.00 m away, lands at 960.00, 540.00, 0.00 px from 960.00, 540.00\n");
+  EXPECT_EQ(toolOutput(calibration.aim("--at 0,0,0 --pixel 1264.065,540")),
+            "pan   400 steps  11.459 deg\n"
+            "tilt    0 steps   0.000 deg\n"
+            "zoom    0 steps     1.000 x\n"
+            "pan and tilt are within their range\n"
+            "the target, taken 1.00 m away, lands at 960.00, 540.00,\n"
+            "  0.00 px from 960.00, 540.00\n");
 }
 
 TEST(AimCommand, PixelAboveFromAnotherPosition) {
@@ -121,8 +139,9 @@ TEST(AimCommand, WorldPoint) {
             "pan   500 steps  14.324 deg\n"
             "tilt    0 steps   0.000 deg\n"
             "zoom    0 steps     1.000 x\n"
-            "within the range of the motors\n"
-            "the target lands at 960.00, 540.00, 0.00 px from 960.00, 540.00\n");
+            "pan and tilt are within their range\n"
+            "the target lands at 960.00, 540.00,\n"
+            "  0.00 px from 960.00, 540.00\n");
 }
 
 TEST(AimCommand, WorldPointOnAPixel) {
@@ -158,34 +177,82 @@ TEST(AimCommand, Box) {
   EXPECT_TRUE(aim["note"].is_null());
 }
 
+TEST(AimCommand, BoxThatFits) {
+  const Calibration calibration(plainPtz());
+  // As above, from the corners' distance.
+  EXPECT_THAT(toolOutput(calibration.aim("--at 0,0,0 --box 860,490,1060,590")),
+              ::testing::HasSubstr("\npan and tilt are within their range\n"
+                                   "the zoom is within the lens samples\n"));
+}
+
 TEST(AimCommand, BoxWiderThanThePicture) {
   const Calibration calibration(plainPtz());
   // The corners are (-0.84, -0.36) and (0.84, 0.36) off the axis: the sum of their unit rays is
   // 2 / |(0.84, 0.36, 1)| = 1.48 m long. The zoom stays, and so does what is seen.
-  EXPECT_EQ(
-      toolOutput(calibration.aim("--at 0,0,0 --box -300,0,2220,1080")),
-      "pan   0 steps  0.000 deg\n"
-      "tilt  0 steps  0.000 deg\n"
-      "zoom  0 steps    1.000 x\n"
-      "within the range of the motors\n"
-      "the target, taken 1.48 m away, lands at 960.00, 540.00, 0.00 px from 960.00, 540.00\n"
-      "the box spans -300.00, 0.00 to 2220.00, 1080.00 of the 1920x1080 picture, not all of it "
-      "inside\n");
+  EXPECT_EQ(toolRefusal(calibration.aim("--at 0,0,0 --box -300,0,2220,1080")),
+            "pan   0 steps  0.000 deg\n"
+            "tilt  0 steps  0.000 deg\n"
+            "zoom  0 steps    1.000 x\n"
+            "pan and tilt are within their range\n"
+            "the zoom is within the lens samples\n"
+            "the target, taken 1.48 m away, lands at 960.00, 540.00,\n"
+            "  0.00 px from 960.00, 540.00\n"
+            "the box spans -300.00, 0.00 to 2220.00, 1080.00 of the 1920x1080 picture,\n"
+            "  not all of it inside: by 300.00 px\n"
+            "not reached: even the widest lens, at zoom 0, shows not all of the box\n");
+}
+
+TEST(AimCommand, BoxThatTheLensShiftsOutOfThePicture) {
+  PTZCameraParameters ptz = plainPtz();
+  // The zoom is chosen for an axis in the middle of the picture, and this one is 30 px to the
+  // right.
+  for (auto& sample : *ptz.mutable_intrinsics()->mutable_samples()) sample.set_cx(990);
+  const Calibration calibration(ptz);
+  const std::string arguments = calibration.aim("--at 0,0,0 --box 890,490,1090,590");
+  const std::string text = toolOutput(arguments);
+  EXPECT_THAT(text, ::testing::HasSubstr(" of the 1920x1080 picture,\n"
+                                         "  not all of it inside: by 29."));
+  EXPECT_THAT(text, ::testing::EndsWith(
+                        "\nnote: the zoom is chosen as for a lens without distortion whose axis "
+                        "meets the\n  middle of the picture\n"));
+  // One step of zoom is 0.29 px at the sides.
+  EXPECT_NEAR(toolJson(arguments)["box_lands"][2].get<double>(), 1949.85, 0.15);
+}
+
+TEST(AimCommand, BoxWithACornerThatNoRayReaches) {
+  PTZCameraParameters ptz = plainPtz();
+  // Rays end 1.29 (1 - 0.2 * 1.67) = 0.86 focal lengths, 1290 px, off the axis. The given corners
+  // are 1251 and 884 px off, that at their outer sides 1434.
+  for (auto& sample : *ptz.mutable_intrinsics()->mutable_samples()) sample.set_k1(-0.2);
+  const Calibration calibration(ptz);
+  const std::string arguments = calibration.aim("--at 0,0,0 --box -290,500,1500,-160");
+  const std::string reason =
+      "no ray reaches the box's corner -290,-160: the zoom is chosen without it";
+  EXPECT_THAT(
+      toolRefusal(arguments),
+      ::testing::EndsWith("\nnot reached: no ray reaches the box's corner -290,-160: the zoom "
+                          "is chosen\n  without it\n"));
+  const json aim = toolRefusalJson(arguments);
+  EXPECT_EQ(aim["note"], reason);
+  EXPECT_EQ(aim["reached"], false);
+  EXPECT_TRUE(aim["box_lands"].is_null());
+  EXPECT_FALSE(aim["lands_at"].is_null());
 }
 
 TEST(AimCommand, BoxSmallerThanTheLongestLensShows) {
   const Calibration calibration(plainPtz());
   // The answer is the last sample's position, where there is no lens to look through.
-  const std::string arguments = "--at 0,0,0 --box 959,539,961,541";
-  EXPECT_EQ(
-      toolOutput(calibration.aim(arguments)),
-      "pan       0 steps  0.000 deg\n"
-      "tilt      0 steps  0.000 deg\n"
-      "zoom  11000 steps   26.986 x\n"  // 20^1.1
-      "within the range of the motors\n"
-      "zoom position 11000 is at or beyond the last lens sample, where the lens is not known\n");
-  const json aim = toolJson(calibration.aim(arguments));
+  const std::string arguments = calibration.aim("--at 0,0,0 --box 959,539,961,541");
+  EXPECT_EQ(toolRefusal(arguments),
+            "pan       0 steps  0.000 deg\n"
+            "tilt      0 steps  0.000 deg\n"
+            "zoom  11000 steps   26.986 x\n"  // 20^1.1
+            "pan and tilt are within their range\n"
+            "not reached: zoom position 11000 is at or beyond the last lens sample, where the\n"
+            "  lens is not known\n");
+  const json aim = toolRefusalJson(arguments);
   EXPECT_EQ(aim["zoom"], 11000);
+  EXPECT_EQ(aim["reached"], false);
   for (const char* key : {"lands_at", "wanted_at", "distance_pixels", "box_lands"}) {
     EXPECT_TRUE(aim[key].is_null()) << key;
   }
@@ -197,20 +264,40 @@ TEST(AimCommand, BoxSmallerThanTheLongestLensShows) {
 TEST(AimCommand, LimitOfAMotor) {
   const Calibration calibration(plainPtz());
   // 175 degrees to the right are 6109 steps, and 3141 or 5934 is the end: 174.65 steps, 0.087326
-  // rad are left, and 1500 px tan 0.087326 = 131.32 px.
+  // rad are left, and 1500 px tan 0.087326 = 131.32 px. At 6109,
+  // where 6108.65 is meant, it would be seen 0.26 px on the other side.
   const double angle = 175 * kRadians;
   const std::string point =
       std::to_string(5 * std::cos(angle)) + "," + std::to_string(-5 * std::sin(angle));
-  EXPECT_EQ(toolOutput(calibration.aim("--at 0,0,0 --point " + point + ",0")),
+  EXPECT_EQ(toolRefusal(calibration.aim("--at 0,0,0 --point " + point + ",0")),
             "pan   5934 steps  169.997 deg\n"
             "tilt     0 steps    0.000 deg\n"
             "zoom     0 steps      1.000 x\n"
             "limited by the range of the motors: pan 6109 is out of reach\n"
-            "the target lands at 1091.32, 540.00, 131.32 px from 960.00, 540.00\n");
-  const json aim = toolJson(calibration.aim("--at 0,0,0 --point " + point + ",0"));
+            "the target lands at 1091.32, 540.00,\n"
+            "  131.32 px from 960.00, 540.00\n"
+            "not reached: the limits of the motors keep the target 131.58 px from where it\n"
+            "  was to be\n");
+  const json aim = toolRefusalJson(calibration.aim("--at 0,0,0 --point " + point + ",0"));
+  EXPECT_EQ(aim["reached"], false);
   EXPECT_EQ(aim["limited"], true);
   EXPECT_EQ(aim["unlimited_pan"], 6109);
   EXPECT_EQ(aim["unlimited_tilt"], 0);
+}
+
+TEST(AimCommand, LimitThatHardlyMattersIsNoObstacle) {
+  PTZCameraParameters ptz = plainPtz();
+  // A step is 0.75 px at this zoom and 15 px at 20 times.
+  ptz.mutable_pan_tilt()->set_max_pan(399);
+  const Calibration calibration(ptz);
+  const json wide = toolJson(calibration.aim("--at 0,0,0 --pixel 1264.065,540"));
+  EXPECT_EQ(wide["limited"], true);
+  EXPECT_EQ(wide["reached"], true);
+  EXPECT_TRUE(wide["note"].is_null());
+  const json near = toolRefusalJson(calibration.aim("--at 200,0,10000 --pixel 3970.04,540"));
+  EXPECT_EQ(near["unlimited_pan"], 400);
+  EXPECT_EQ(near["note"],
+            "the limits of the motors keep the target 15.00 px from where it was to be");
 }
 
 TEST(AimCommand, LimitsOfBothMotors) {
@@ -218,15 +305,46 @@ TEST(AimCommand, LimitsOfBothMotors) {
   ptz.mutable_pan_tilt()->set_max_pan(390);
   ptz.mutable_pan_tilt()->set_max_tilt(-10);
   const Calibration calibration(ptz);
-  EXPECT_THAT(toolOutput(calibration.aim("--at 0,0,0 --pixel 1264.065,540")),
+  EXPECT_THAT(toolRefusal(calibration.aim("--at 0,0,0 --pixel 1264.065,540")),
               ::testing::HasSubstr("\nlimited by the range of the motors: pan 400 is out of reach, "
-                                   "tilt 0 is out of reach\n"));
+                                   "tilt 0 is out of\n  reach\n"));
   // A box is limited likewise.
-  const json aim = toolJson(calibration.aim("--at 0,0,0 --box 1254.065,530,1274.065,550"));
+  const json aim = toolRefusalJson(calibration.aim("--at 0,0,0 --box 1254.065,530,1274.065,550"));
   EXPECT_EQ(aim["pan"], 390);
   EXPECT_EQ(aim["tilt"], -10);
   EXPECT_EQ(aim["limited"], true);
   EXPECT_NEAR(number(aim, "unlimited_pan"), 400, 1);
+}
+
+TEST(AimCommand, RangesAsFarAsTheyAreStated) {
+  PTZCameraParameters ptz = plainPtz();
+  const std::string arguments = "--at 0,0,0 --pixel 1264.065,540";
+  auto* head = ptz.mutable_pan_tilt();
+  head->clear_min_tilt();
+  head->clear_max_tilt();
+  EXPECT_THAT(
+      toolOutput(Calibration(ptz).aim(arguments)),
+      ::testing::HasSubstr("\npan is within its range, the calibration states none for tilt\n"));
+  head->clear_min_pan();
+  head->clear_max_pan();
+  EXPECT_THAT(toolOutput(Calibration(ptz).aim(arguments)),
+              ::testing::HasSubstr("\nthe calibration states no range for pan and tilt\n"));
+  head->set_max_tilt(1000);
+  EXPECT_THAT(
+      toolOutput(Calibration(ptz).aim(arguments)),
+      ::testing::HasSubstr("\ntilt is within its range, the calibration states none for pan\n"));
+}
+
+TEST(AimCommand, StartOutOfTheRangeOfTheMotors) {
+  const Calibration calibration(plainPtz());
+  const std::string arguments = "--at -2147483648,3142,0 --point 5,0,0";
+  EXPECT_THAT(toolOutput(calibration.aim(arguments)),
+              ::testing::EndsWith(
+                  "\nnote: pan is said to be at -2147483648, below its lowest position, -5934\n"
+                  "note: tilt is said to be at 3142, above its highest position, 3141\n"));
+  EXPECT_EQ(toolJson(calibration.aim(arguments))["note"],
+            "pan is said to be at -2147483648, below its lowest position, -5934; tilt is said to "
+            "be at 3142, above its highest position, 3141");
 }
 
 TEST(AimCommand, NoLimits) {
@@ -246,9 +364,12 @@ TEST(AimCommand, TargetOutsideOfThePicture) {
   // 0.7 rad to the right of a head that cannot turn there: 1500 px tan 0.7 = 1263.43 px.
   const std::string point =
       std::to_string(5 * std::cos(0.7)) + "," + std::to_string(-5 * std::sin(0.7));
-  EXPECT_THAT(toolOutput(calibration.aim("--at 0,0,0 --point " + point + ",0")),
-              ::testing::EndsWith("\nthe target lands at 2223.43, 540.00, 1263.43 px from 960.00, "
-                                  "540.00, outside of the picture\n"));
+  EXPECT_THAT(toolRefusal(calibration.aim("--at 0,0,0 --point " + point + ",0")),
+              ::testing::EndsWith(
+                  "\nthe target lands at 2223.43, 540.00,\n"
+                  "  1263.43 px from 960.00, 540.00, outside of the picture\n"
+                  "not reached: the limits of the motors keep the target 1263.43 px from where it\n"
+                  "  was to be\n"));
 }
 
 TEST(AimCommand, TargetBehindTheCamera) {
@@ -256,9 +377,10 @@ TEST(AimCommand, TargetBehindTheCamera) {
   ptz.mutable_pan_tilt()->set_max_pan(100);
   const Calibration calibration(ptz);
   const std::string arguments = "--at 0,0,0 --point -5,-1,0";
-  EXPECT_THAT(toolOutput(calibration.aim(arguments)),
-              ::testing::EndsWith(" is out of reach\nthe target is behind the camera\n"));
-  const json aim = toolJson(calibration.aim(arguments));
+  EXPECT_THAT(toolRefusal(calibration.aim(arguments)),
+              ::testing::EndsWith(" is out of reach\n"
+                                  "not reached: the target is behind the camera\n"));
+  const json aim = toolRefusalJson(calibration.aim(arguments));
   EXPECT_EQ(aim["note"], "the target is behind the camera");
   EXPECT_TRUE(aim["lands_at"].is_null());
 }
@@ -270,7 +392,7 @@ TEST(AimCommand, TargetThatTheLensFoldsBackIntoThePicture) {
   // 2.24, so that a target 66 degrees aside would be seen in the middle.
   for (auto& sample : *ptz.mutable_intrinsics()->mutable_samples()) sample.set_k1(-0.2);
   const Calibration calibration(ptz);
-  const json aim = toolJson(calibration.aim("--at 0,0,0 --point 1,-2.236,0"));
+  const json aim = toolRefusalJson(calibration.aim("--at 0,0,0 --point 1,-2.236,0"));
   EXPECT_EQ(aim["note"], "the target is far outside of the picture");
   EXPECT_TRUE(aim["lands_at"].is_null());
 }
@@ -295,13 +417,13 @@ TEST(AimCommand, IsWhatTheLibraryAnswersForPixels) {
 
     std::ostringstream arguments;
     arguments << "--at " << at[0] << "," << at[1] << "," << at[2] << " --pixel " << x << "," << y;
-    const json aim = toolJson(aimExample(arguments.str()));
+    const json aim = anyJson(aimExample(arguments.str()));
     EXPECT_EQ(aim["pan"], pan);
     EXPECT_EQ(aim["tilt"], tilt);
     EXPECT_EQ(aim["zoom"], at[2]);
-    EXPECT_EQ(aim["lands_at"], (json{lands.x(), lands.y()}));
-    EXPECT_EQ(aim["wanted_at"], (json{wanted.x(), wanted.y()}));
-    EXPECT_EQ(aim["distance_pixels"], (lands - wanted).norm());
+    expectPixel(aim["lands_at"], lands);
+    expectPixel(aim["wanted_at"], wanted);
+    EXPECT_EQ(aim["distance_pixels"].get<float>(), (lands - wanted).norm());
     // Half a step in both angles, where no limit is met.
     if (!aim["limited"].get<bool>()) {
       const double half_step = static_cast<double>(then.getIntrinsics()(0, 0)) * kStep / 2;
@@ -326,7 +448,7 @@ TEST(AimCommand, IsWhatTheLibraryAnswersForBoxes) {
     std::ostringstream arguments;
     arguments << "--at 100,200,1500 --box " << box[0] << "," << box[1] << "," << box[2] << ","
               << box[3];
-    const json aim = toolJson(aimExample(arguments.str()));
+    const json aim = anyJson(aimExample(arguments.str()));
     EXPECT_EQ(aim["pan"], pan);
     EXPECT_EQ(aim["tilt"], tilt);
     EXPECT_EQ(aim["zoom"], zoom);
@@ -367,28 +489,153 @@ TEST(AimCommand, CallersEnvironmentDoesNotReachTheTests) {
   EXPECT_EQ(quiet.output, loud.output);
 }
 
-TEST(AimCommand, HeadThatIsNotServed) {
+/// The camera on the example's place with its head turned in its own description: every pose is as
+/// it was, the optical axis at this azimuth.
+PTZCameraParameters turnedPtz(double azimuth) {
   PTZCameraParameters ptz = plainPtz();
   auto* head = ptz.mutable_pan_tilt();
-  testing::storePose(testing::turnZ(45 * kRadians) * testing::readPose(head->base_to_pan()),
+  testing::storePose(testing::turnZ(azimuth) * testing::readPose(head->base_to_pan()),
                      head->mutable_base_to_pan());
-  testing::storePose(testing::readPose(head->pan_to_tilt()) * testing::turnZ(-45 * kRadians),
+  testing::storePose(testing::readPose(head->pan_to_tilt()) * testing::turnZ(-azimuth),
                      head->mutable_pan_to_tilt());
+  return ptz;
+}
+
+/// The camera with its zero of tilt elsewhere, so that its optical axis stands that high there.
+PTZCameraParameters raisedPtz(double elevation) {
+  PTZCameraParameters ptz = plainPtz();
+  auto* pose = ptz.mutable_pan_tilt()->mutable_tilt_to_camera();
+  testing::storePose(testing::readPose(*pose) * testing::turnZ(elevation), pose);
+  return ptz;
+}
+
+const char* const kNoSolution =
+    "the head cannot point there: no solution with a tilt within 90 deg either way";
+const char* const kOtherFrame =
+    "this head should be written in another frame, which camera-parameters show prints";
+
+TEST(AimCommand, HeadThatIsNotServed) {
+  const Calibration calibration(turnedPtz(45 * kRadians));
+  const std::string arguments = calibration.aim("--at 0,0,0 --point 5,1,4");
+  EXPECT_EQ(toolRefusal(arguments),
+            "not reached: the head cannot point there: no solution with a tilt within 90 deg\n"
+            "  either way\n"
+            "note: this head should be written in another frame, which camera-parameters show\n"
+            "  prints\n");
+  const json aim = toolRefusalJson(arguments);
+  EXPECT_EQ(aim["reached"], false);
+  EXPECT_EQ(aim["note"], std::string(kNoSolution) + "; " + kOtherFrame);
+  EXPECT_EQ(aim["target"], (json{5, 1, 4}));
+  for (const char* key : {"pan", "tilt", "zoom", "pan_degrees", "tilt_degrees", "zoom_factor",
+                          "unlimited_pan", "unlimited_tilt", "lands_at", "wanted_at"}) {
+    EXPECT_TRUE(aim[key].is_null()) << key;
+  }
+}
+
+TEST(AimCommand, HeadWithItsZeroOfTiltElsewhere) {
+  // Below the plane of pan by 50 degrees, which a tilt of 110 or 140 degrees would reach.
+  for (const double elevation : {60.0, 89.0}) {
+    const Calibration calibration(raisedPtz(elevation * kRadians));
+    EXPECT_EQ(toolRefusalJson(calibration.aim("--at 0,0,0 --point 3,0,-3.575"))["note"],
+              std::string(kNoSolution) + "; " + kOtherFrame);
+  }
+  // A head that is well written down gets no such advice: its optical axis is 30 degrees up, and
+  // the target straight below.
+  const Calibration served(raisedPtz(30 * kRadians));
+  EXPECT_EQ(toolRefusalJson(served.aim("--at 0,0,0 --point 0.1,0,-5"))["note"], kNoSolution);
+}
+
+/// A target 5 m away.
+Eigen::Vector4d randomTarget(std::mt19937_64* random) {
+  const double pan = uniform(random, -175, 175) * kRadians;
+  const double elevation = uniform(random, -40, 85) * kRadians;
+  return {5 * std::cos(elevation) * std::cos(pan), 5 * std::cos(elevation) * std::sin(pan),
+          5 * std::sin(elevation), 1};
+}
+
+std::string atTarget(const Eigen::Vector4d& target) {
+  std::ostringstream point;
+  point << "--at 0,0,0 --point " << target.x() << "," << target.y() << "," << target.z();
+  return point.str();
+}
+
+/// The target in the frame of the camera where the tool sends it: the chain in double precision,
+/// multiplied out without the library.
+Eigen::Vector4d seenFrom(const PTZCameraParameters& ptz, const json& aim,
+                         const Eigen::Vector4d& target) {
+  const testing::Steps steps = {number(aim, "pan"), number(aim, "tilt")};
+  return testing::cameraFromBaseAtSteps(ptz.pan_tilt(), steps) * target;
+}
+
+TEST(AimCommand, SaysWhereTheCameraFacesAway) {
+  // With the axis at 90 degrees the solver accepts answers that face away from steep targets.
+  PTZCameraParameters ptz = turnedPtz(90 * kRadians);
+  auto* head = ptz.mutable_pan_tilt();
+  head->clear_min_pan();
+  head->clear_max_pan();
+  head->clear_min_tilt();
+  head->clear_max_tilt();
   const Calibration calibration(ptz);
-  expectToolRefuses(calibration.aim("--at 0,0,0 --point 5,1,4"),
-                    calibration.path() +
-                        ": the head cannot point there: Could not find solutions for pan tilt; it "
-                        "should be written in another frame, which camera-parameters show prints");
+  std::mt19937_64 random(13);
+  int away = 0;
+  for (int i = 0; i < 60; ++i) {
+    const Eigen::Vector4d target = randomTarget(&random);
+    const json aim = anyJson(calibration.aim(atTarget(target)));
+    if (aim["pan"].is_null()) continue;
+    const bool in_front = seenFrom(ptz, aim, target).z() > 0;
+    EXPECT_EQ(aim["reached"], in_front);
+    EXPECT_EQ(aim["note"],
+              in_front ? json(nullptr)
+                       : json("the target is behind the camera; " + std::string(kOtherFrame)));
+    if (!in_front) ++away;
+  }
+  EXPECT_GT(away, 10);
+}
+
+TEST(AimCommand, ReachedIsWhatIsInTheMiddle) {
+  // Of heads in any frame and within their limits. Half a step in both angles, 0.53 px, a little
+  // more for steep targets, and what the limits may move a target by, 1 px, are within 2 px.
+  std::mt19937_64 random(14);
+  int reached = 0;
+  int refused = 0;
+  for (const double azimuth : {0.0, 60.0, 90.0, 180.0}) {
+    const PTZCameraParameters ptz = turnedPtz(azimuth * kRadians);
+    const Calibration calibration(ptz);
+    for (int i = 0; i < 25; ++i) {
+      const Eigen::Vector4d target = randomTarget(&random);
+      const json aim = anyJson(calibration.aim(atTarget(target)));
+      ++(aim["reached"].get<bool>() ? reached : refused);
+      if (!aim["reached"].get<bool>()) continue;
+      const Eigen::Vector4d seen = seenFrom(ptz, aim, target);
+      EXPECT_GT(seen.z(), 0);
+      EXPECT_LT(kFocalLength * seen.head<2>().norm() / seen.z(), 2);
+    }
+  }
+  EXPECT_GT(reached, 30);
+  EXPECT_GT(refused, 10);
+}
+
+TEST(AimCommand, ReframedHeadReachesWhatItFacedAwayFrom) {
+  const PTZCameraParameters ptz = turnedPtz(90 * kRadians);
+  const Calibration calibration(ptz);
+  const std::string point = "--at 0,0,0 --point 1,1,4";
+  EXPECT_EQ(toolRefusalJson(calibration.aim(point))["reached"], false);
+  const json shown = toolJson("show '" + calibration.path() + "'");
+  PTZCameraParameters better;
+  ASSERT_TRUE(google::protobuf::TextFormat::ParseFromString(
+      shown["better_pan_tilt"].get<std::string>(), &better));
+  *better.mutable_intrinsics() = ptz.intrinsics();
+  EXPECT_EQ(toolJson(Calibration(better).aim(point))["reached"], true);
 }
 
 TEST(AimCommand, TargetsThatCannotBeReached) {
   PTZCameraParameters ptz = plainPtz();
   ptz.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(3, 500);
   const Calibration calibration(ptz);
-  // The optical axis passes the pan axis, and a target on that, at half a metre.
-  expectToolRefuses(
-      calibration.aim("--at 0,0,0 --point 0,0,3"),
-      calibration.path() + ": the head cannot point there: Large residual error for pan tilt");
+  // The optical axis passes the pan axis, and a target on that, at half a metre. Where it stands
+  // upright and both are parallel, it is not nearer.
+  EXPECT_EQ(toolRefusalJson(calibration.aim("--at 0,0,0 --point 0,0,3"))["note"],
+            "the head cannot point there: the best solution passes the target by 0.5 m");
   const Calibration plain(plainPtz());
   expectToolRefuses(plain.aim("--at 0,0,0 --pixel 1e30,1e30"),
                     plain.path() + ": no ray reaches pixel 1e+30,1e+30");
@@ -415,12 +662,51 @@ TEST(AimCommand, PositionsWithoutALens) {
   }
 }
 
+TEST(AimCommand, PositionsBelowTheFirstSample) {
+  PTZCameraParameters ptz = plainPtz();
+  const Calibration calibration(ptz);
+  // From a whole interval below it on there is no lens; nearer, that of the first two goes on.
+  for (const char* zoom : {"-1000", "-2147483648"}) {
+    expectToolRefuses(calibration.aim("--at 0,0," + std::string(zoom) + " --pixel 0,0"),
+                      calibration.path() + ": zoom position " + zoom +
+                          " is below the first lens sample, where the lens is not known");
+  }
+  EXPECT_THAT(toolOutput(calibration.aim("--at 0,0,-999 --pixel 960,540")),
+              ::testing::EndsWith("\nnote: zoom position -999 is below the first lens sample: the "
+                                  "lens there is\n  extrapolated\n"));
+}
+
+TEST(AimCommand, PositionsBetweenSamplesThatGiveNone) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_intrinsics()->mutable_samples(1)->set_focal_length(std::nan(""));
+  const Calibration calibration(ptz);
+  expectToolRefuses(calibration.aim("--at 0,0,500 --pixel 0,0"),
+                    calibration.path() +
+                        ": zoom position 500 is between lens samples that give none, where the "
+                        "lens is not known");
+}
+
+TEST(AimCommand, FitsATerminalOf80Columns) {
+  for (const char* arguments :
+       {"--at 500,200,2500 --pixel 400,300", "--at 500,200,2500 --point 3,1,1.5",
+        "--at 500,200,2500 --box 300,200,700,500", "--at 0,0,0 --box 959,539,961,541",
+        "--at -99999,-99999,-500 --point -5,0.1,1.2 --pixel 1800,1000",
+        "--at 0,0,0 --box -300,0,2220,1080"}) {
+    testing::expectFitsTerminal(testing::runTool(aimExample(arguments)).output);
+  }
+}
+
 TEST(AimCommand, MotorsThatDoNotTurn) {
   PTZCameraParameters ptz = plainPtz();
   ptz.mutable_pan_tilt()->clear_pan_scale();
   const Calibration calibration(ptz);
   expectToolRefuses(calibration.aim("--at 0,0,0 --pixel 1,1"),
                     calibration.path() + ": the head cannot point there: a motor's step is 0 rad");
+  ptz.mutable_pan_tilt()->set_pan_scale(1);
+  ptz.mutable_pan_tilt()->set_tilt_scale(std::nanf(""));
+  const Calibration unknown(ptz);
+  expectToolRefuses(unknown.aim("--at 0,0,0 --pixel 1,1"),
+                    unknown.path() + ": the head cannot point there: a motor's step is nan rad");
 }
 
 TEST(AimCommand, FilesThatAreRefused) {

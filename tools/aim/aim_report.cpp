@@ -1,0 +1,163 @@
+#include "tools/aim/aim_report.h"
+
+#include <fmt/format.h>
+
+#include "tools/angles.h"
+#include "tools/output/json_output.h"
+#include "tools/output/text_table.h"
+#include "tools/output/wrapping.h"
+
+namespace norv::tools {
+namespace {
+
+using calibration::PanTiltModel;
+using calibration::PanTiltSystemParameters;
+using calibration::PTZCameraModel;
+using calibration::PTZIntrinsicsTable;
+
+double panDegrees(const PanTiltModel& head, int steps) {
+  return degrees((steps - static_cast<double>(head.getPanOffset())) *
+                 static_cast<double>(head.getPanScale()));
+}
+
+double tiltDegrees(const PanTiltModel& head, int steps) {
+  return degrees((steps - static_cast<double>(head.getTiltOffset())) *
+                 static_cast<double>(head.getTiltScale()));
+}
+
+std::string pixelText(const Vector2_f& pixel) {
+  return formatFixed(pixel.x(), 2) + ", " + formatFixed(pixel.y(), 2);
+}
+
+std::string motorText(const PTZCameraModel& model, const Motors& m) {
+  const PanTiltModel& head = model.getPanTiltModel();
+  return alignTable(
+      {{"pan", fmt::format("{} steps", m.pan), formatFixed(panDegrees(head, m.pan), 3) + " deg"},
+       {"tilt", fmt::format("{} steps", m.tilt),
+        formatFixed(tiltDegrees(head, m.tilt), 3) + " deg"},
+       {"zoom", fmt::format("{} steps", m.zoom),
+        formatFixed(model.stepsToZoomXFactor(m.zoom), 3) + " x"}},
+      0);
+}
+
+/// What is known of motors that their limits do not stop.
+std::string rangeText(const PanTiltSystemParameters& head) {
+  const bool pan = head.has_min_pan() || head.has_max_pan();
+  const bool tilt = head.has_min_tilt() || head.has_max_tilt();
+  if (pan && tilt) return "pan and tilt are within their range\n";
+  if (!pan && !tilt) return "the calibration states no range for pan and tilt\n";
+  return fmt::format("{} is within its range, the calibration states none for {}\n",
+                     pan ? "pan" : "tilt", pan ? "tilt" : "pan");
+}
+
+/// A box chooses the zoom. The range of that motor is not in a calibration.
+std::string zoomText(const Aim& aim, const AimRequest& request, const PTZIntrinsicsTable& table) {
+  const auto& samples = table.samples();
+  const bool sampled = aim.motors->zoom >= samples[0].zoom() &&
+                       aim.motors->zoom < samples[samples.size() - 1].zoom();
+  return request.box && sampled ? "the zoom is within the lens samples\n" : "";
+}
+
+std::string limitText(const Aim& aim, const PanTiltSystemParameters& head) {
+  if (!aim.isLimited()) return rangeText(head);
+  std::string motors;
+  if (aim.motors->pan != aim.unlimited.pan) {
+    motors = fmt::format("pan {} is out of reach", aim.unlimited.pan);
+  }
+  if (aim.motors->tilt != aim.unlimited.tilt) {
+    motors +=
+        fmt::format("{}tilt {} is out of reach", motors.empty() ? "" : ", ", aim.unlimited.tilt);
+  }
+  return wrapText("limited by the range of the motors: ", motors, 2);
+}
+
+std::string landingText(const Aim& aim, const AimRequest& request,
+                        const PTZIntrinsicsTable& table) {
+  if (!aim.lands) return "";
+  const std::string assumed =
+      request.point ? "" : fmt::format(", taken {} m away,", formatFixed(aim.distance, 2));
+  const Vector2_f& p = *aim.lands;
+  const bool inside = p.minCoeff() >= 0 && p.x() <= static_cast<float>(table.image_width()) &&
+                      p.y() <= static_cast<float>(table.image_height());
+  return fmt::format("the target{} lands at {},\n  {} px from {}{}\n", assumed, pixelText(p),
+                     formatFixed((p - *aim.wanted).norm(), 2), pixelText(*aim.wanted),
+                     inside ? "" : ", outside of the picture");
+}
+
+std::string boxText(const Aim& aim, const PTZIntrinsicsTable& table) {
+  if (!aim.box) return "";
+  std::string text =
+      fmt::format("the box spans {} to {} of the {}x{} picture", pixelText(aim.box->low),
+                  pixelText(aim.box->high), table.image_width(), table.image_height());
+  if (aim.box->outside > 0) {
+    text += fmt::format(",\n  not all of it inside: by {} px", formatFixed(aim.box->outside, 2));
+  }
+  return text + "\n";
+}
+
+json pixelJson(const std::optional<Vector2_f>& pixel) {
+  return pixel ? listOf(*pixel) : json(nullptr);
+}
+
+json boxJson(const Aim& aim) {
+  if (!aim.box) return nullptr;
+  const Vector2_f& low = aim.box->low;
+  const Vector2_f& high = aim.box->high;
+  return {numberOf(low.x()), numberOf(low.y()), numberOf(high.x()), numberOf(high.y())};
+}
+
+/// All sentences in one text; null without any.
+json noteJson(const Aim& aim) {
+  std::string note;
+  for (const auto* sentences : {&aim.obstacles, &aim.remarks}) {
+    for (const std::string& sentence : *sentences) {
+      note += (note.empty() ? "" : "; ") + sentence;
+    }
+  }
+  return note.empty() ? json(nullptr) : json(note);
+}
+
+/// A value that there is only with a solution.
+template <class Value>
+json ifSolved(const Aim& aim, const Value& value) {
+  return aim.motors ? json(value(*aim.motors)) : json(nullptr);
+}
+
+}  // namespace
+
+std::string aimText(const PTZCameraModel& model, const Aim& aim, const AimRequest& request) {
+  std::string text;
+  if (aim.motors) {
+    const PTZIntrinsicsTable& table = model.getParams().intrinsics();
+    text = motorText(model, *aim.motors) + limitText(aim, model.getParams().pan_tilt()) +
+           zoomText(aim, request, table) + landingText(aim, request, table) + boxText(aim, table);
+  }
+  for (const std::string& obstacle : aim.obstacles) text += wrapText("not reached: ", obstacle, 2);
+  for (const std::string& remark : aim.remarks) text += wrapText("note: ", remark, 2);
+  return text;
+}
+
+std::string aimJson(const PTZCameraModel& model, const Aim& aim) {
+  const PanTiltModel& head = model.getPanTiltModel();
+  const bool seen = aim.lands && aim.wanted;
+  return printJson(
+      {{"reached", aim.isReached()},
+       {"pan", ifSolved(aim, [](const Motors& m) { return m.pan; })},
+       {"tilt", ifSolved(aim, [](const Motors& m) { return m.tilt; })},
+       {"zoom", ifSolved(aim, [](const Motors& m) { return m.zoom; })},
+       {"pan_degrees", ifSolved(aim, [&](const Motors& m) { return panDegrees(head, m.pan); })},
+       {"tilt_degrees", ifSolved(aim, [&](const Motors& m) { return tiltDegrees(head, m.tilt); })},
+       {"zoom_factor",
+        ifSolved(aim, [&](const Motors& m) { return numberOf(model.stepsToZoomXFactor(m.zoom)); })},
+       {"limited", aim.isLimited()},
+       {"unlimited_pan", ifSolved(aim, [&](const Motors&) { return aim.unlimited.pan; })},
+       {"unlimited_tilt", ifSolved(aim, [&](const Motors&) { return aim.unlimited.tilt; })},
+       {"target", listOf(aim.target)},
+       {"lands_at", pixelJson(aim.lands)},
+       {"wanted_at", pixelJson(aim.wanted)},
+       {"distance_pixels", seen ? numberOf((*aim.lands - *aim.wanted).norm()) : json(nullptr)},
+       {"box_lands", boxJson(aim)},
+       {"note", noteJson(aim)}});
+}
+
+}  // namespace norv::tools

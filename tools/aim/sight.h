@@ -1,0 +1,40 @@
+#pragma once
+
+/// What a pan-tilt-zoom camera sees from where it stands.
+
+#include <array>
+#include <optional>
+#include <string>
+
+#include "calibration_common/ptz_camera_model.h"
+#include "support/matrix_types.h"
+
+namespace norv::tools {
+
+using calibration::PTZCameraModelConfiguration;
+
+/// Whether the lens at the configuration's zoom position is finite.
+bool hasLens(const PTZCameraModelConfiguration& configuration);
+
+/// Why there is no lens at the configuration's zoom position, with the position.
+std::string explainMissingLens(const PTZCameraModelConfiguration& configuration);
+
+/// Where a zoom position lies when its lens is not between two samples but extrapolated from them;
+/// nullopt when it is between two, or there is no lens.
+std::optional<std::string> explainExtrapolation(const PTZCameraModelConfiguration& configuration);
+
+/// Pixel of the optical axis.
+Vector2_f principalPoint(const PTZCameraModelConfiguration& configuration);
+
+/// World direction, of unit length, that is imaged at a pixel; nullopt where there is none.
+std::optional<Vector3_f> findRay(const PTZCameraModelConfiguration& configuration,
+                                 const Vector2_f& pixel);
+
+/// The four corners of a box given by two opposite ones, pixels, those two first.
+std::array<Vector2_f, 4> cornersOf(const std::array<float, 4>& box);
+
+/// Where a camera sees a world point. When it does not, `*why` says so and is left alone otherwise.
+std::optional<Vector2_f> see(const PTZCameraModelConfiguration& configuration,
+                             const Vector3_f& target, std::string* why);
+
+}  // namespace norv::tools
