@@ -1,6 +1,7 @@
 #pragma once
 
-/// JSON for programs: keys in the order in which they were added, text that is not UTF-8 replaced,
+/// JSON for programs: keys in the order in which they were added, text that is not UTF-8 replaced
+/// by U+FFFD, everything beyond ASCII and every control character written as \uNNNN,
 /// and numbers that are not finite as null. Floats are written with the fewest digits that read
 /// back as the same float, doubles with those that read back as the same double.
 
@@ -37,7 +38,7 @@ json rowsOf(const Matrix& m) {
 
 /// A whole document, with a line break at its end.
 inline std::string printJson(const json& document) {
-  return document.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+  return document.dump(2, ' ', true, json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace norv::tools

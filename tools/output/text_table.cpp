@@ -14,19 +14,6 @@ std::string formatFixed(double value, int decimals) {
   return text;
 }
 
-std::string printable(const std::string& text) {
-  std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7f) {
-      result += fmt::format("\\x{:02x}", byte);
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
-
 std::string alignTable(const std::vector<std::vector<std::string>>& rows, int indent) {
   std::vector<std::size_t> widths;
   for (const auto& row : rows) {

@@ -11,9 +11,6 @@ inline std::string formatFixed(float value, int decimals) {
   return formatFixed(static_cast<double>(value), decimals);
 }
 
-/// Text out of a file, fit to be a part of a line: control characters are written as \xNN.
-std::string printable(const std::string& text);
-
 /// Rows of cells, each column as wide as its widest cell, right-aligned but for the first, two
 /// blanks between them. Every line begins with `indent` blanks and ends in a line break.
 std::string alignTable(const std::vector<std::vector<std::string>>& rows, int indent);

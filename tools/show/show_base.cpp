@@ -7,6 +7,7 @@
 #include <ctime>
 #include <vector>
 
+#include "support/printable_text.h"
 #include "tools/input/camera_loading.h"
 #include "tools/output/json_output.h"
 #include "tools/output/number_text.h"
@@ -42,8 +43,8 @@ std::string metadataText(bool present, const CalibrationMetadataProto& metadata)
       "    validity key       \"{}\"\n"
       "    tool version       \"{}\"\n"
       "    operator's note    \"{}\"\n",
-      time, printable(metadata.gain_validity_key()), printable(metadata.validity_key()),
-      printable(metadata.tool_version()), printable(metadata.operator_note()));
+      time, toPrintable(metadata.gain_validity_key()), toPrintable(metadata.validity_key()),
+      toPrintable(metadata.tool_version()), toPrintable(metadata.operator_note()));
 }
 
 std::string transformTable(const BaseCalibrationData& data) {
@@ -102,7 +103,8 @@ std::string showBase(const CalibrationInput& input, const BaseCalibrationProto& 
                      const ShowOptions& options) {
   const auto data = loadBase(input, base);
   if (options.json) return printJson(baseJson(input, *data, base));
-  return fmt::format("{}: calibration of the mobile base\n\n", input.name) + baseText(*data, base);
+  return fmt::format("{}: calibration of the mobile base\n\n", toPrintable(input.name)) +
+         baseText(*data, base);
 }
 
 }  // namespace norv::tools

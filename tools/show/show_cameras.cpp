@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "calibration_common/camera_parameters.h"
+#include "support/printable_text.h"
 #include "tools/input/camera_loading.h"
 #include "tools/output/json_output.h"
 #include "tools/output/number_text.h"
@@ -89,8 +90,8 @@ std::string cameraText(const CameraParameters& camera, const std::vector<View>& 
   const auto& full = camera.getFullFrame();
   return fmt::format(
              "\n{}   model \"{}\", full frame {}x{}\n  centre on the robot ({}, {}, {}) m\n",
-             printable(camera.getCalibration().name()), printable(camera.getModel()), full.width,
-             full.height, formatFixed(center.x(), 4), formatFixed(center.y(), 4),
+             toPrintable(camera.getCalibration().name()), toPrintable(camera.getModel()),
+             full.width, full.height, formatFixed(center.x(), 4), formatFixed(center.y(), 4),
              formatFixed(center.z(), 4)) +
          poseTable(camera) + viewTable(views) +
          notesText(findCameraFaults(camera.getCalibration()));
@@ -116,12 +117,18 @@ json cameraJson(const CameraParameters& camera, const std::vector<View>& views) 
   return result;
 }
 
+/// What is to be said of the file itself.
+std::vector<std::string> inputNotes(const CalibrationInput& input) {
+  if (!input.data.empty()) return {};
+  return {"the file is empty, which reads as a calibration without cameras"};
+}
+
 [[noreturn]] void refuseName(const CalibrationInput& input, const RobotCalibration& robot,
                              const std::string& name) {
   constexpr int kMaxNames = 20;
   std::string known;
   for (int i = 0; i < std::min(robot.camera_calibration_size(), kMaxNames); ++i) {
-    known += (i == 0 ? "" : ", ") + printable(robot.camera_calibration(i).name());
+    known += (i == 0 ? "" : ", ") + toPrintable(robot.camera_calibration(i).name());
   }
   const int further = robot.camera_calibration_size() - kMaxNames;
   if (further > 0) known += fmt::format(" and {} more", further);
@@ -133,20 +140,22 @@ json cameraJson(const CameraParameters& camera, const std::vector<View>& views) 
 
 std::string showCameras(const CalibrationInput& input, const RobotCalibration& robot,
                         const ShowOptions& options) {
-  std::string text = fmt::format("{}: {} camera{}\n", input.name, robot.camera_calibration_size(),
-                                 robot.camera_calibration_size() == 1 ? "" : "s");
+  std::string text =
+      fmt::format("{}: {} camera{}\n", toPrintable(input.name), robot.camera_calibration_size(),
+                  robot.camera_calibration_size() == 1 ? "" : "s");
   json cameras = json::array();
   for (int i = 0; i < robot.camera_calibration_size(); ++i) {
     const CameraCalibration& calibration = robot.camera_calibration(i);
-    if (!options.camera.empty() && calibration.name() != options.camera) continue;
+    if (options.camera && calibration.name() != *options.camera) continue;
     const auto camera = loadCamera(input, i, calibration);
     const std::vector<View> views = viewsOf(*camera, options.size);
     text += cameraText(*camera, views);
     cameras.push_back(cameraJson(*camera, views));
   }
-  if (!options.camera.empty() && cameras.empty()) refuseName(input, robot, options.camera);
-  if (!options.json) return text;
-  return printJson({{"source", input.name}, {"cameras", cameras}});
+  if (options.camera && cameras.empty()) refuseName(input, robot, *options.camera);
+  const std::vector<std::string> notes = inputNotes(input);
+  if (!options.json) return text + notesText(notes);
+  return printJson({{"source", input.name}, {"notes", notes}, {"cameras", cameras}});
 }
 
 }  // namespace norv::tools

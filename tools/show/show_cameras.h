@@ -4,7 +4,7 @@
 
 #include "proto/norv_robot_calibration.pb.h"
 #include "tools/input/calibration_input.h"
-#include "tools/show/show_command.h"
+#include "tools/show/show_options.h"
 
 namespace norv::tools {
 

@@ -1,6 +1,6 @@
 #include "tools/show/show_command.h"
 
-#include <charconv>
+#include <fmt/format.h>
 
 #include "support/file.h"
 #include "tools/show/show_base.h"
@@ -17,14 +17,6 @@ using calibration::RobotCalibration;
 
 constexpr const char* kDefaultCalibration = "calibration/default_head_cal.txt";
 
-/// A whole positive number, nothing before or after it.
-std::optional<int> parsePositive(const char* begin, const char* end) {
-  int value = 0;
-  const auto [stop, error] = std::from_chars(begin, end, value);
-  if (error != std::errc() || stop != end || value <= 0) return std::nullopt;
-  return value;
-}
-
 CalibrationInput readCalibration(const std::optional<std::string>& path) {
   if (path) return readInput(*path);
   CalibrationInput input = readInput(EmbeddedFile::kEmbeddedPrefix + kDefaultCalibration);
@@ -36,21 +28,11 @@ CalibrationInput readCalibration(const std::optional<std::string>& path) {
 void requireOptionsFit(const CalibrationInput& input, const ShowOptions& options,
                        CalibrationKind kind) {
   if (kind == CalibrationKind::kRobot) return;
-  if (options.camera.empty() && !options.size) return;
+  if (!options.camera && !options.size) return;
   throw ToolError(input.name + ": --camera and --size are for calibrations of fixed cameras");
 }
 
 }  // namespace
-
-std::optional<ImageSize> parseImageSize(const std::string& text) {
-  const std::size_t cross = text.find('x');
-  if (cross == std::string::npos) return std::nullopt;
-  const char* const begin = text.data();
-  const std::optional<int> width = parsePositive(begin, begin + cross);
-  const std::optional<int> height = parsePositive(begin + cross + 1, begin + text.size());
-  if (!width || !height) return std::nullopt;
-  return ImageSize{*width, *height};
-}
 
 CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
   CLI::App* show = app->add_subcommand(
@@ -60,22 +42,28 @@ CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
       "transform");
   show->add_option(
       "FILE", options->path,
-      "Calibration in binary or text format; without it the compiled-in default of the fixed "
-      "cameras");
-  show->add_option("--camera", options->camera, "Show this camera only")->type_name("NAME");
+      "Calibration in binary or text format, - is standard input; without it the compiled-in "
+      "default of the fixed cameras");
+  show->add_option("--camera", options->camera, "Show this camera only")
+      ->type_name("NAME")
+      ->check([](const std::string& name) {
+        return name.empty() ? std::string("the name of a camera is empty") : std::string();
+      });
   show->add_option_function<std::string>(
           "--size", [options](const std::string& text) { options->size = parseImageSize(text); },
           "Show this image size only, in pixels; scaled from the full frame if it is not in the "
           "table")
       ->type_name("WxH")
       ->check([](const std::string& text) {
-        return parseImageSize(text) ? std::string() : "not a size such as 640x480: " + text;
+        return parseImageSize(text)
+                   ? std::string()
+                   : fmt::format("not a size such as 640x480, each side at most {}: {}",
+                                 kMaxImageSide, text);
       });
   show->add_option_function<std::string>(
           "--kind",
           [options](const std::string& name) { options->kind = parseCalibrationKind(name); },
-          "What FILE holds: fixed cameras, a pan-tilt-zoom camera or the base; found out by "
-          "default")
+          "What FILE holds: fixed cameras, a pan-tilt-zoom camera or the base; detected by default")
       ->type_name("robot|ptz|base")
       ->check([](const std::string& name) {
         return parseCalibrationKind(name) ? std::string() : "not robot, ptz or base: " + name;

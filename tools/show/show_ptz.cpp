@@ -8,6 +8,7 @@
 
 #include "calibration_common/ptz_camera_model.h"
 #include "support/camera_projection.h"
+#include "support/printable_text.h"
 #include "tools/angles.h"
 #include "tools/input/ptz_loading.h"
 #include "tools/output/json_output.h"
@@ -127,7 +128,7 @@ std::string showPtz(const CalibrationInput& input, const PTZCameraParameters& pa
                     const ShowOptions& options) {
   const calibration::PTZCameraModelPtr model = loadPtz(input, params);
   if (!options.json) {
-    return fmt::format("{}: pan-tilt-zoom camera\n\n{}\n{}", input.name,
+    return fmt::format("{}: pan-tilt-zoom camera\n\n{}\n{}", toPrintable(input.name),
                        lensText(params.intrinsics()), headText(*model));
   }
   json document = {{"source", input.name}};

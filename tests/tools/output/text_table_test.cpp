@@ -24,12 +24,6 @@ TEST(TextTable, RowsMayEndEarly) {
 
 TEST(TextTable, NothingIsNothing) { EXPECT_EQ(alignTable({}, 2), ""); }
 
-TEST(Printable, ControlCharactersAreEscaped) {
-  EXPECT_EQ(printable(""), "");
-  EXPECT_EQ(printable("plain \xc3\xa4 \\ \""), "plain \xc3\xa4 \\ \"");
-  EXPECT_EQ(printable(std::string("\0\n\r\t\x1b\x7f.", 7)), "\\x00\\x0a\\x0d\\x09\\x1b\\x7f.");
-}
-
 TEST(FormatFixed, ZeroHasNoSign) {
   EXPECT_EQ(formatFixed(-0.0, 3), "0.000");
   EXPECT_EQ(formatFixed(-0.0004, 3), "0.000");

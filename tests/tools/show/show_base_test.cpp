@@ -61,7 +61,7 @@ TEST(ShowBase, WholeText) {
                 "    gain validity key  \"gain\"\n"
                 "    validity key       \"transform\"\n"
                 "    tool version       \"1.0\"\n"
-                "    operator's note    \"first\\x0asecond\"\n"
+                "    operator's note    \"first\\nsecond\"\n"
                 "  gyroscope gain  1.5\n"
                 "    no metadata\n");
 }

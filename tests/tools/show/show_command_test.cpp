@@ -138,6 +138,7 @@ TEST(ShowCommand, JsonForPrograms) {
   EXPECT_EQ(result.status, 0);
   const json expected = {
       {"source", path},
+      {"notes", json::array()},
       {"cameras",
        {{{"name", "lab"},
          {"model", "lab"},
@@ -237,7 +238,13 @@ TEST(ShowCommand, EmptyCalibration) {
   const std::string path = folder.write("empty", "");
   const ProgramResult result = tool("show '" + path + "'");
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, path + ": 0 cameras\n");
+  EXPECT_EQ(result.output, path +
+                               ": 0 cameras\n"
+                               "  note: the file is empty, which reads as a calibration without "
+                               "cameras\n");
+  EXPECT_EQ(testing::toolJson("show '" + path + "'")["notes"].size(), 1U);
+  const std::string comment = folder.write("comment", "# no cameras\n");
+  EXPECT_EQ(testing::toolOutput("show '" + comment + "'"), comment + ": 0 cameras\n");
 }
 
 TEST(ShowCommand, FilesThatCannotBeRead) {
@@ -393,7 +400,7 @@ TEST(ShowCommand, UnknownCameraAmongMany) {
   testing::expectToolRefuses(
       "show --camera x '" + path + "'",
       path +
-          ": no camera \"x\" (there are: 0, one\\x0a\\x1b[31m, 2, 3, 4, 5, 6, 7, "
+          ": no camera \"x\" (there are: 0, one\\n\\x1b[31m, 2, 3, 4, 5, 6, 7, "
           "8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19 and 3 more)");
 }
 
@@ -403,7 +410,7 @@ TEST(ShowCommand, NamesCannotForgeLines) {
       folder.write("robot", robotOf({plainCamera("a\nb\t")}).SerializeAsString());
   const ProgramResult result = tool("show '" + path + "'");
   EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.output, HasSubstr("\na\\x0ab\\x09   model \"lab\""));
+  EXPECT_THAT(result.output, HasSubstr("\na\\nb\\x09   model \"lab\""));
 }
 
 TEST(ShowCommand, TextThatIsNestedTooDeeply) {

@@ -55,6 +55,13 @@ TEST(Usage, MissingAndBadValues) {
               "CALIBRATION and --base cannot both be standard input", "adjust");
 }
 
+TEST(Usage, SizesAndNamesOfCameras) {
+  expectUsage("show --size 99999x99999",
+              "--size: not a size such as 640x480, each side at most 65535: 99999x99999", "show");
+  expectUsage("show --camera ''", "--camera: the name of a camera is empty", "show");
+  EXPECT_EQ(testing::toolOutput("show --size 640X480"), testing::toolOutput("show --size 640x480"));
+}
+
 TEST(Usage, WordsOfTheCommandLineCannotActOnTheTerminal) {
   expectUsage("\"$(printf 'a\\033]0;b\\007\\nc')\"",
               "no verb \"a\\x1b]0;b\\x07\\nc\"; there are show, aim, adjust", "");

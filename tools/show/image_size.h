@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace norv::tools {
+
+struct ImageSize {
+  int width;
+  int height;
+};
+
+inline constexpr int kMaxImageSide =
+    65535;  ///< pixels; no camera has more, a slip of the finger may
+
+/// "640x480", with an X or a multiplication sign too; nullopt for anything else. Sides are 1 to
+/// `kMaxImageSide`.
+std::optional<ImageSize> parseImageSize(const std::string& text);
+
+}  // namespace norv::tools
