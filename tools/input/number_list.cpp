@@ -7,13 +7,17 @@
 namespace norv::tools {
 namespace {
 
-/// Reads numbers separated by commas; true when `text` is exactly `count` of them.
+/// Reads numbers separated by commas, blanks before them or not; true when `text` is exactly
+/// `count` of them.
 template <class Number>
 bool parseList(const std::string& text, Number* numbers, std::size_t count) {
   const char* at = text.data();
   const char* const end = at + text.size();
   for (std::size_t i = 0; i < count; ++i) {
     if (i > 0 && (at == end || *at++ != ',')) return false;
+    while (at != end && *at == ' ') ++at;
+    // The function knows no plus sign, and would take the minus of "+-1".
+    if (at != end && *at == '+' && at + 1 != end && *(at + 1) != '-') ++at;
     const auto [stop, error] = std::from_chars(at, end, numbers[i]);
     if (error != std::errc()) return false;
     at = stop;

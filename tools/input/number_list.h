@@ -7,8 +7,8 @@
 
 namespace norv::tools {
 
-/// N whole numbers of the range of int, separated by commas with nothing else between them; nullopt
-/// for anything else.
+/// N whole numbers of the range of int, in decimal, separated by commas and any blanks after those;
+/// nullopt for anything else.
 template <std::size_t N>
 std::optional<std::array<int, N>> parseIntegers(const std::string& text);
 

@@ -17,6 +17,12 @@ TEST(NumberList, WholeNumbers) {
   EXPECT_THAT(*parseIntegers<3>("2147483647,-2147483648,007"), ElementsAre(INT_MAX, INT_MIN, 7));
 }
 
+TEST(NumberList, BlanksBeforeNumbersAndPlusSigns) {
+  EXPECT_THAT(*parseIntegers<3>("500, 200,  2500"), ElementsAre(500, 200, 2500));
+  EXPECT_THAT(*parseIntegers<3>(" +5,+007, -1"), ElementsAre(5, 7, -1));
+  EXPECT_THAT(*parseNumbers<2>("+1.5, +.25"), ElementsAre(1.5F, 0.25F));
+}
+
 TEST(NumberList, TextsThatAreNoWholeNumbers) {
   for (const char* text : {"",
                            ",",
@@ -29,15 +35,18 @@ TEST(NumberList, TextsThatAreNoWholeNumbers) {
                            ",1,2,3",
                            "1,,3",
                            "1 ,2,3",
-                           "1, 2,3",
-                           " 1,2,3",
+                           "1,\t2,3",
                            "1,2,3 ",
                            "1,2,3\n",
                            "1;2;3",
                            "1.5,2,3",
                            "1e3,2,3",
                            "0x1,2,3",
-                           "+1,2,3",
+                           "++1,2,3",
+                           "+-1,2,3",
+                           "-+1,2,3",
+                           "+,2,3",
+                           "+ 1,2,3",
                            "--1,2,3",
                            "a,b,c",
                            "2147483648,0,0",
@@ -58,8 +67,8 @@ TEST(NumberList, Numbers) {
 }
 
 TEST(NumberList, TextsThatAreNoNumbers) {
-  for (const char* text : {"", "1", "1,", ",1", "1,2,3", "1 2", "1, 2", "nan,0", "0,inf", "-inf,0",
-                           "1e39,0", "0,-1e39", "1e,0", "1.2.3,0", "one,two", "1,2x"}) {
+  for (const char* text : {"", "1", "1,", ",1", "1,2,3", "1 2", "1, ", "nan,0", "+nan,0", "0,inf",
+                           "-inf,0", "1e39,0", "0,-1e39", "1e,0", "1.2.3,0", "one,two", "1,2x"}) {
     EXPECT_FALSE(parseNumbers<2>(text)) << text;
   }
 }
