@@ -1,5 +1,9 @@
 #include "calibration_common/base_calibration_data.h"
 
+#include <exception>
+#include <utility>
+
+#include "calibration_common/message_copy.h"
 #include "calibration_common/stored_pose.h"
 #include "support/checks.h"
 #include "support/file.h"
@@ -10,6 +14,23 @@ namespace norv::calibration {
 namespace {
 
 constexpr const char* kChannel = "base_calibration_data";
+
+/// Swaps two messages back if an exception ends its scope. Both are on the heap, where that neither
+/// allocates nor copies.
+class SwapBack {
+ public:
+  SwapBack(BaseCalibrationProto* a, BaseCalibrationProto* b) : a_(a), b_(b) {}
+  SwapBack(const SwapBack&) = delete;
+  SwapBack& operator=(const SwapBack&) = delete;
+  ~SwapBack() {
+    if (std::uncaught_exceptions() > exceptions_) a_->Swap(b_);
+  }
+
+ private:
+  BaseCalibrationProto* a_;
+  BaseCalibrationProto* b_;
+  int exceptions_ = std::uncaught_exceptions();
+};
 
 }  // namespace
 
@@ -22,9 +43,10 @@ BaseCalibrationData::BaseCalibrationData()
 }
 
 BaseCalibrationData::BaseCalibrationData(const BaseCalibrationData& other)
-    : cal_(std::make_unique<BaseCalibrationProto>(*other.cal_)),
+    : cal_(std::make_unique<BaseCalibrationProto>()),
       world_rotation_(Matrix3x3_f::Zero()),
       world_translation_(Vector3_f::Zero()) {
+  internal::copyMessage(*other.cal_, cal_.get());
   NORV_CHECK(readProto());
 }
 
@@ -32,23 +54,29 @@ BaseCalibrationData::~BaseCalibrationData() = default;
 
 /// Reads the compiled-in file.
 void BaseCalibrationData::loadDefault() {
-  default_cal_ = std::make_unique<BaseCalibrationProto>();
+  auto fresh = std::make_unique<BaseCalibrationProto>();
   std::string data;
-  // The text of the check is part of the log's format, the blank before its first argument
+  // The texts of the checks are part of the log's format, the blank before the first argument
   // included.
   NORV_CHECK(File::readFileToString(
       EmbeddedFile::kEmbeddedPrefix + "calibration/default_base_cal.txt", &data));
   NORV_CHECK_AS("google::protobuf::TextFormat::ParseFromString(data, default_cal_.get())",
-                parseText(data, default_cal_.get()));
+                parseText(data, fresh.get()));
+  default_cal_ = std::move(fresh);
+}
+
+std::optional<LoadProblem> findLoadProblem(const BaseCalibrationProto& calibration) {
+  return internal::findShortPose("global_transform_adjustment.global_transform",
+                                 calibration.global_transform_adjustment().global_transform());
 }
 
 bool BaseCalibrationData::readProto() {
-  const CameraExtrinsics& stored = cal_->global_transform_adjustment().global_transform();
-  if (!internal::hasPose(stored)) {
+  if (findLoadProblem(*cal_)) {
     NORV_LOG(kLogError, kChannel) << "global_transform does not have enough parameters.";
     return false;
   }
-  const Matrix4x4_f global_transform = internal::readPose(stored);
+  const Matrix4x4_f global_transform =
+      internal::readPose(cal_->global_transform_adjustment().global_transform());
   world_rotation_ = global_transform.topLeftCorner<3, 3>();
   world_translation_ = global_transform.topRightCorner<3, 1>();
   return true;
@@ -56,13 +84,18 @@ bool BaseCalibrationData::readProto() {
 
 bool BaseCalibrationData::setDefault() {
   if (default_cal_ == nullptr) loadDefault();
-  cal_->CopyFrom(*default_cal_);
+  BaseCalibrationProto fresh;
+  internal::copyMessage(*default_cal_, &fresh);
+  cal_->Swap(&fresh);
   NORV_CHECK(readProto());
   return false;
 }
 
 bool BaseCalibrationData::loadFromString(const std::string& data) {
-  if (!parseBinaryOrText(data, cal_.get())) return setDefault();
+  BaseCalibrationProto message;
+  if (!parseBinaryOrText(data, &message)) return setDefault();
+  cal_->Swap(&message);
+  const SwapBack swap_back(cal_.get(), &message);
   return readProto() || setDefault();
 }
 

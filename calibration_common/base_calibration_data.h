@@ -3,9 +3,11 @@
 /// The calibration of the robot's mobile base. Units and frames: docs/conventions.md.
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "../support/export.h"
+#include "../support/load_problem.h"
 #include "../support/matrix_types.h"
 #include "proto/norv_base_calibration.pb.h"
 
@@ -19,7 +21,9 @@ namespace norv::calibration {
 /// (`adjustUsingBaseCalibration`).
 ///
 /// Always usable: the constructor loads the compiled-in default, and a load that fails falls back
-/// to it and returns false. An object is used from one thread at a time.
+/// to it and returns false. A load that memory does not suffice for throws std::bad_alloc, and the
+/// object is then exactly as it was before. No load leaves more memory in use than its result
+/// needs. An object is used from one thread at a time.
 class NORV_EXPORT BaseCalibrationData {
  public:
   /// Holds the compiled-in default calibration; that it is missing or unusable is a fatal check.
@@ -82,7 +86,8 @@ class NORV_EXPORT BaseCalibrationData {
   float getBaseLength() const;
   void setBaseLength(float length);
 
-  /// The working calibration: what was loaded and set.
+  /// The working calibration: what was loaded and set. The reference stays valid as long as the
+  /// object; loads change what it refers to.
   const BaseCalibrationProto& getCalibration() const { return *cal_; }
 
  private:
@@ -93,5 +98,9 @@ class NORV_EXPORT BaseCalibrationData {
   Matrix3x3_f world_rotation_;
   Vector3_f world_translation_;
 };
+
+/// Why `BaseCalibrationData` would not load this calibration, or none: its global transform has
+/// fewer than 12 values. Logs nothing. Thread-safe.
+NORV_EXPORT std::optional<LoadProblem> findLoadProblem(const BaseCalibrationProto& calibration);
 
 }  // namespace norv::calibration

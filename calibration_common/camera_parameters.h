@@ -3,14 +3,17 @@
 /// The calibration of a robot's fixed cameras: each camera's intrinsics at every image size and its
 /// pose on the robot. Units, frames, pixel origin and distortion formula: docs/conventions.md.
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "../support/camera_transform.h"
 #include "../support/export.h"
+#include "../support/load_problem.h"
 #include "../support/matrix_types.h"
 #include "proto/norv_camera_calibration.pb.h"
 #include "proto/norv_camera_extrinsics.pb.h"
@@ -24,7 +27,7 @@ class ImageSensorTransform;
 /// The calibration of one camera.
 ///
 /// Filled once by `readProto` and then only read; the const operations may be called concurrently
-/// from then on. Cannot be copied: its message copy has a single owner.
+/// from then on. Cannot be copied.
 class NORV_EXPORT CameraParameters {
  public:
   /// Pinhole intrinsics and lens distortion for one image size.
@@ -54,7 +57,8 @@ class NORV_EXPORT CameraParameters {
   /// `precomputeIntrinsics` fails, after everything but the table was loaded. Such a camera is to
   /// be discarded.
   ///
-  /// Meant for a camera that is loaded once: distortion is appended to what is there.
+  /// Meant for a camera that is loaded once: distortion is appended to what is there. Throws
+  /// std::bad_alloc where memory does not suffice; the camera is then to be discarded.
   bool readProto(const CameraCalibration& calibration);
 
   /// Camera matrix of the full sensor frame: rows (fx, skew, cx), (0, fy, cy), (0, 0, 1).
@@ -141,15 +145,12 @@ class NORV_EXPORT CameraParameters {
   /// Intrinsics per image size that the camera delivers.
   const std::vector<Intrinsics>& getIntrinsicsTable() const { return intrinsics_; }
 
-  /// The message that the camera was last loaded from, unknown fields included.
-  const CameraCalibration& getCalibration() const;
+  /// The message that the camera was last loaded from, unknown fields included. The reference lives
+  /// until the next load or adjustment by the base, or destruction.
+  const CameraCalibration& getCalibration() const { return *calibration_; }
 
  private:
-  friend struct CameraParametersPeer;  // tests
-
-  struct CalibrationCopy;
-
-  const Intrinsics* findIntrinsics(int width, int height) const;
+  friend class CameraParametersSet;
 
   std::vector<Intrinsics> intrinsics_;
   Intrinsics full_frame_;
@@ -157,14 +158,31 @@ class NORV_EXPORT CameraParameters {
   CameraTransform transform_;
   Matrix3x3_f rotation_;
   Vector3_f translation_;
-  std::unique_ptr<CalibrationCopy> calibration_;
+  std::shared_ptr<const CameraCalibration> calibration_;
 };
+
+/// Why a camera would not load from this calibration, or none: the first thing that is wrong with
+/// it, in the order in which `CameraParameters::readProto` looks. One of
+///
+/// - "intrinsics.radial", "intrinsics.tangential" or "extrinsics.a" holds too few values,
+/// - "intrinsics" lacks width or height, which a model that is not known needs,
+/// - "intrinsics.samples" is empty, or no camera can be fitted to it: the head camera's model
+/// alone.
+///
+/// Logs nothing. Fits the head camera's intrinsics again, as a load does: ask where a load has
+/// failed, rather than before it. Thread-safe.
+NORV_EXPORT std::optional<LoadProblem> findLoadProblem(const CameraCalibration& calibration);
 
 /// The calibration of all fixed cameras of a robot, by name.
 ///
 /// It never lacks a usable calibration: the constructor loads the one that is compiled in, and
 /// every load that fails falls back to it and returns false. So false from a load means that the
 /// defaults are in force now. Cameras that a load does not name stay available from earlier ones.
+///
+/// A load that memory does not suffice for throws std::bad_alloc, and the set is then exactly as it
+/// was before: message, cameras and the answers of each. No load, failed ones included, leaves more
+/// memory in use than the message and the cameras that the set then holds; a camera may keep the
+/// message that it was loaded with, up to 256 KiB of it as a file has it.
 ///
 /// Loading must not overlap with any other use of the same set; the const operations may be called
 /// concurrently. Cameras that were handed out stay valid whatever becomes of the set, and no load
@@ -212,13 +230,13 @@ class NORV_EXPORT CameraParametersSet {
   /// The names of all cameras, in byte-wise order.
   std::vector<std::string> getCameraNames() const;
 
-  /// The stored message: what was last loaded.
+  /// The stored message: what was last loaded, with the poses as last adjusted. The reference lives
+  /// until the next load or destruction.
   const RobotCalibration& getRobotCalibration() const { return *robotcal_; }
 
  private:
-  friend struct CameraParametersPeer;  // tests
-
-  struct CalibrationCopy;
+  bool buildCameras(std::size_t message_size);
+  void separateCameras();
 
   std::map<std::string, std::shared_ptr<CameraParameters>> cameras_;
   std::shared_ptr<RobotCalibration> robotcal_;

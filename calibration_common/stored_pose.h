@@ -2,7 +2,11 @@
 
 /// The stored form of a pose: the one place that knows the order and the unit of `a`.
 
+#include <optional>
+#include <string_view>
+
 #include "proto/norv_camera_extrinsics.pb.h"
+#include "support/load_problem.h"
 #include "support/matrix_types.h"
 
 namespace norv::internal {
@@ -12,6 +16,13 @@ inline constexpr int kPoseValues = 12;
 
 /// Whether `stored` has enough values to be read.
 bool hasPose(const calibration::CameraExtrinsics& stored);
+
+/// What keeps `stored`, the field `path` of some message, from being read; none when it has a pose.
+std::optional<LoadProblem> findShortPose(std::string_view path,
+                                         const calibration::CameraExtrinsics& stored);
+
+/// The problem of a list that holds too few values.
+LoadProblem shortListProblem(std::string_view path, int size, int needed);
 
 /// The pose as a matrix with last row (0, 0, 0, 1), its translation in metres where the message has
 /// millimetres. `stored` must have a pose (`hasPose`). Values are passed on whatever they are,

@@ -10,8 +10,15 @@ set(proto_files
   proto/norv_robot_calibration.proto)
 
 set(library_sources
+  calibration_common/base_adjustment.cpp
   calibration_common/base_calibration_data.cpp
+  calibration_common/camera_image_sizes.cpp
+  calibration_common/camera_load_problem.cpp
+  calibration_common/camera_models.cpp
   calibration_common/camera_parameters.cpp
+  calibration_common/camera_problems.cpp
+  calibration_common/load_rollback.cpp
+  calibration_common/message_copy.cpp
   calibration_common/pan_tilt_model.cpp
   calibration_common/pan_tilt_solver.cpp
   calibration_common/pointing_residual.cpp

@@ -11,7 +11,6 @@
 #include "calibration_common/base_calibration_data.h"
 #include "calibration_common/camera_parameters.h"
 #include "testing/calibration_messages.h"
-#include "testing/camera_parameters_peer.h"
 #include "testing/log_capture.h"
 
 namespace norv::calibration {
@@ -241,20 +240,6 @@ TEST(BaseAdjustment, EmptyMessage) {
   const Matrix4x4_f before = set.getCamera("head_camera")->getTransform().transform;
   set.adjustUsingBaseCalibration(baseWith(Matrix3x3_f::Identity(), {0, 0.5F, 0}));
   EXPECT_EQ(set.getCamera("head_camera")->getTransform().transform, before);
-}
-
-TEST(BaseAdjustment, EntryWithoutACameraIsSkippedAndNotInserted) {
-  testing::ScopedLogCapture capture(kLogFatal);
-  CameraParametersSet set;
-  ASSERT_TRUE(set.loadFromProto(robotOf({cameraAt("a", Matrix3x3_f::Identity(), {1, 0, 0}),
-                                         cameraAt("gone", Matrix3x3_f::Identity(), {2, 0, 0})})));
-  CameraParametersPeer::cameras(&set).erase("gone");
-  set.adjustUsingBaseCalibration(baseWith(Matrix3x3_f::Identity(), {0, 0.5F, 0}));
-  EXPECT_TRUE(capture.take().empty());
-  EXPECT_EQ(set.getCamera("a")->getTranslation(), Vector3_f(1, 0.5F, 0));
-  EXPECT_EQ(set.getCamera("gone"), nullptr);
-  EXPECT_THAT(set.getCameraNames(), ElementsAre("a", "head_camera", "navigation_camera"));
-  EXPECT_EQ(set.getRobotCalibration().camera_calibration(1).extrinsics().a(7), 0);
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include "support/sensor_transform.h"
 #include "support/single_image_calibration.h"
 #include "testing/calibration_messages.h"
-#include "testing/camera_parameters_peer.h"
 #include "testing/lens_tables.h"
 #include "testing/log_capture.h"
 
@@ -326,8 +325,8 @@ TEST_F(CameraRefitTest, HeadModelsSensorTransformIsExactlyThatOfItsTables) {
 
 TEST_F(CameraRefitTest, PrecomputingAgainGivesTheSameTable) {
   ASSERT_TRUE(camera_.readProto(headCamera(4)));
-  CameraParametersPeer::table(&camera_).resize(5);
-  CameraParametersPeer::table(&camera_)[0] = marked();
+  ASSERT_TRUE(camera_.precomputeB910Intrinsics());
+  ASSERT_EQ(camera_.getIntrinsicsTable().size(), 4U);
   ASSERT_TRUE(camera_.precomputeIntrinsics());
   const auto& table = camera_.getIntrinsicsTable();
   ASSERT_EQ(table.size(), 3U);
@@ -341,10 +340,10 @@ TEST_F(CameraRefitTest, PrecomputingAgainGivesTheSameTable) {
 TEST_F(CameraRefitTest, FailedFitKeepsTheTable) {
   for (const int samples : {0, 4}) {
     CameraParameters camera;
-    CameraParametersPeer::table(&camera).resize(5);
+    ASSERT_TRUE(camera.precomputeB910Intrinsics());
     fit.error = 11;
     EXPECT_FALSE(camera.readProto(headCamera(samples)));
-    EXPECT_EQ(camera.getIntrinsicsTable().size(), 5U);
+    EXPECT_EQ(camera.getIntrinsicsTable().size(), 4U);
     EXPECT_EQ(camera.getModel(), "mk512h");
   }
 }

@@ -156,6 +156,28 @@ TEST_F(MissingDefaultDeathTest, ExecutionGoesOnWhereFailedChecksPass) {
   EXPECT_TRUE(set.getCameraNames().empty());
 }
 
+TEST_F(MissingDefaultDeathTest, EntryWithoutACameraIsNotAdjustedAndNotInserted) {
+  ScopedLogCapture capture(kLogFatal);
+  entries = {{kBaseCalibration,
+              "global_transform_adjustment { global_transform {"
+              " a: [1, 0, 0, 0, 0, 1, 0, 500, 0, 0, 1, 0] } }"}};
+  const BaseCalibrationData base;
+  const std::string good =
+      "intrinsics { width: 1 height: 1 radial: [0, 0, 0, 0, 0, 0] tangential: [0, 0] }"
+      " extrinsics { a: [1, 0, 0, 1000, 0, 1, 0, 0, 0, 0, 1, 0] } ";
+  const std::string robot =
+      "camera_calibration { name: \"a\" " + good + "} camera_calibration { name: \"gone\" }";
+  entries = {{kHeadCalibration, robot}};
+  CameraParametersSet set;
+  ASSERT_EQ(capture.take().size(), 1U);  // that it does not load
+  set.adjustUsingBaseCalibration(base);
+  EXPECT_TRUE(capture.take().empty());
+  EXPECT_EQ(set.getCamera("a")->getTranslation(), Vector3_f(1, 0.5F, 0));
+  EXPECT_EQ(set.getCamera("gone"), nullptr);
+  EXPECT_THAT(set.getCameraNames(), ElementsAre("a"));
+  EXPECT_FALSE(set.getRobotCalibration().camera_calibration(1).has_extrinsics());
+}
+
 TEST_F(MissingDefaultDeathTest, BaseCalibrationGoesOnWhereFailedChecksPass) {
   ScopedLogCapture capture(kLogFatal);
   BaseCalibrationData data;
