@@ -1,5 +1,8 @@
 #include "testing/failing_allocations.h"
 
+#include <malloc.h>
+
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -14,6 +17,8 @@ struct State {
 };
 
 thread_local State state = {};
+std::atomic<std::int64_t> live_blocks{0};
+std::atomic<std::int64_t> live_bytes{0};
 
 bool mustFail() {
   if (!state.armed || state.succeeding-- > 0) return false;
@@ -22,17 +27,31 @@ bool mustFail() {
   return true;
 }
 
+/// Bytes of a block, which may be more than were asked for.
+std::int64_t sizeOf(void* memory) { return static_cast<std::int64_t>(malloc_usable_size(memory)); }
+
+void release(void* memory) noexcept {
+  if (memory == nullptr) return;
+  --live_blocks;
+  live_bytes -= sizeOf(memory);
+  std::free(memory);
+}
+
 }  // namespace
 
 void* operator new(std::size_t size) {
   if (!mustFail()) {
-    if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;
+    if (void* const memory = std::malloc(size > 0 ? size : 1)) {
+      ++live_blocks;
+      live_bytes += sizeOf(memory);
+      return memory;
+    }
   }
   throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { release(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { release(memory); }
 
 namespace norv::testing {
 
@@ -43,5 +62,7 @@ ScopedFailingAllocations::ScopedFailingAllocations(int succeeding, Failing faili
 ScopedFailingAllocations::~ScopedFailingAllocations() { state.armed = false; }
 
 bool hasAllocationFailed() { return state.failed; }
+
+LiveMemory liveMemory() { return {live_blocks, live_bytes}; }
 
 }  // namespace norv::testing

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 namespace norv::testing {
 
 /// Lets allocations of the calling thread fail for its scope. The program compiles
@@ -17,5 +19,14 @@ class ScopedFailingAllocations {
 
 /// Whether an allocation failed in the latest such scope of the calling thread.
 bool hasAllocationFailed();
+
+/// What all threads together have allocated by operator new and not given back. Protocol Buffers
+/// and the containers of the standard library allocate by no other way.
+struct LiveMemory {
+  std::int64_t blocks;
+  std::int64_t bytes;
+};
+
+LiveMemory liveMemory();
 
 }  // namespace norv::testing
