@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "calibration_common/pointing_residual.h"
+#include "support/numeric/angles.h"
 #include "support/trigonometric_equation.h"
 
 namespace norv::internal {
@@ -13,7 +14,6 @@ namespace {
 
 /// Tolerance of the trigonometric equations' degenerate cases.
 constexpr double kEquationTolerance = 1e-05;
-constexpr double kHalfPi = 1.5707963267948966;
 /// How far a candidate may turn the target away from the ray, as the sine of the angle.
 constexpr double kMaxMisalignment = 1e-4;
 

@@ -47,7 +47,8 @@ struct PointingState {
 
 /// `pointingResidual` for many pairs of angles, to the same bits in a tenth of the time: without
 /// the products with what is known to be zero, and with a value and its derivative by the tilt
-/// angle computed side by side. (It tells apart from the other only infinities times zero.)
+/// angle computed side by side. Only input that is not finite gives other results: infinity times
+/// one of those zeros is NaN there and nothing here.
 class PointingEvaluator {
  public:
   explicit PointingEvaluator(const PointingProblem& problem);

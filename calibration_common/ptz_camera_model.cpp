@@ -17,15 +17,61 @@ namespace {
 constexpr const char* kChannel = "ptz_camera_model";
 
 /// No zoom asks for a longer lens, pixels.
-constexpr float kLongestFocalLength = 1e6F;
+constexpr float kMaxFocalLength = 1e6F;
 /// Added to distances from the optical axis, in focal lengths, that are divided by.
-constexpr float kSmallestDistance = 1e-6F;
+constexpr float kMinDistance = 1e-6F;
 
 Vector3_f head3(const Eigen::Matrix<float, 4, 1>& v) { return v.head<3>(); }
 
 /// A direction, transformed without its translation.
 Vector3_f turn(const Matrix4x4_f& m, const Vector2_f& normalized) {
   return head3(m * Eigen::Matrix<float, 4, 1>(normalized.x(), normalized.y(), 1, 0));
+}
+
+/// Motor positions, rounded and limited, at which the optical axis meets a world point. Nothing is
+/// written when there are none.
+bool turnTo(const PTZCameraModel& model, const Vector3_f& target, int* pan, int* tilt) {
+  float exact_pan = 0;
+  float exact_tilt = 0;
+  if (!model.getPanTiltModel().computePanTilt(target, Vector2_f(0, 0), &exact_pan, &exact_tilt)) {
+    return false;
+  }
+  *pan = internal::truncateToInt(static_cast<double>(std::round(exact_pan)));
+  *tilt = internal::truncateToInt(static_cast<double>(std::round(exact_tilt)));
+  limitToMotorRange(model.getParams().pan_tilt(), pan, tilt);
+  return true;
+}
+
+/// Normalised image coordinates of the box's corners, the two given ones first.
+std::array<Vector2_f, 4> rectifyBox(const PTZCameraModelConfiguration& camera,
+                                    const Vector2_f& corner, const Vector2_f& opposite) {
+  std::array<Vector2_f, 4> box = {corner, opposite, Vector2_f(corner.x(), opposite.y()),
+                                  Vector2_f(opposite.x(), corner.y())};
+  const Matrix3x3_f& k = camera.getIntrinsics();
+  const float principal_point[] = {k(0, 2), k(1, 2)};
+  const float focal_lengths[] = {k(0, 0), k(1, 1)};
+  rectifyPoints(camera.getDistortion().data(), principal_point, focal_lengths, box.data(),
+                box.size(), box.data());
+  return box;
+}
+
+/// The longest focal length, pixels, at which all corners of the box are within the picture once
+/// the head has turned.
+float maxFocalLength(const PTZCameraModelConfiguration& camera, const std::array<Vector2_f, 4>& box,
+                     int pan, int tilt) {
+  const PTZIntrinsicsTable& table = camera.getModel()->getParams().intrinsics();
+  const CameraTransform turned = camera.getModel()->getPanTiltModel().getFullTransform(
+      static_cast<float>(pan), static_cast<float>(tilt));
+  const Matrix4x4_f turned_from_current = turned.transform * camera.getCameraTransform().inverse;
+  const float half_width = 0.5F * static_cast<float>(table.image_width());
+  const float half_height = 0.5F * static_cast<float>(table.image_height());
+  float longest = kMaxFocalLength;
+  for (const Vector2_f& corner : box) {
+    const Vector3_f p = turn(turned_from_current, corner);
+    longest = std::min(longest, half_width / (std::abs(p.x() / p.z()) + kMinDistance));
+    longest = std::min(longest, half_height / (std::abs(p.y() / p.z()) + kMinDistance));
+  }
+  return longest;
 }
 
 }  // namespace
@@ -167,63 +213,20 @@ bool PTZCameraModelConfiguration::getPanTilt(const Vector3_f& world, const Vecto
   return model_->getPanTiltModel().computePanTilt(world, normalized, pan, tilt);
 }
 
-/// Motor positions, rounded and limited, at which the optical axis meets a world point. Nothing is
-/// written when there are none.
-bool PTZCameraModelConfiguration::turnTo(const Vector3_f& target, int* pan, int* tilt) const {
-  float exact_pan = 0;
-  float exact_tilt = 0;
-  if (!model_->getPanTiltModel().computePanTilt(target, Vector2_f(0, 0), &exact_pan, &exact_tilt)) {
-    return false;
-  }
-  *pan = internal::truncateToInt(static_cast<double>(std::round(exact_pan)));
-  *tilt = internal::truncateToInt(static_cast<double>(std::round(exact_tilt)));
-  limitToMotorRange(model_->getParams().pan_tilt(), pan, tilt);
-  return true;
-}
-
 bool PTZCameraModelConfiguration::getPanTilt(const Vector2_f& pixel, int* pan, int* tilt) const {
   const Vector3_f target = getCameraCenter() + projectPixelToRay(pixel).normalized();
-  return turnTo(target, pan, tilt);
-}
-
-/// Normalised image coordinates of the box's corners, the two given ones first.
-std::array<Vector2_f, 4> PTZCameraModelConfiguration::rectifyBox(const Vector2_f& corner,
-                                                                 const Vector2_f& opposite) const {
-  std::array<Vector2_f, 4> box = {corner, opposite, Vector2_f(corner.x(), opposite.y()),
-                                  Vector2_f(opposite.x(), corner.y())};
-  calibration::rectifyPoints(distortion_.data(), principal_point_, focal_lengths_, box.data(),
-                             box.size(), box.data());
-  return box;
-}
-
-/// The longest focal length, pixels, at which all corners of the box are within the picture once
-/// the head has turned.
-float PTZCameraModelConfiguration::largestFocalLength(const std::array<Vector2_f, 4>& box, int pan,
-                                                      int tilt) const {
-  const PTZIntrinsicsTable& table = model_->getParams().intrinsics();
-  const CameraTransform turned =
-      model_->getPanTiltModel().getFullTransform(static_cast<float>(pan), static_cast<float>(tilt));
-  const Matrix4x4_f turned_from_current = turned.transform * camera_transform_.inverse;
-  const float half_width = 0.5F * static_cast<float>(table.image_width());
-  const float half_height = 0.5F * static_cast<float>(table.image_height());
-  float longest = kLongestFocalLength;
-  for (const Vector2_f& corner : box) {
-    const Vector3_f p = turn(turned_from_current, corner);
-    longest = std::min(longest, half_width / (std::abs(p.x() / p.z()) + kSmallestDistance));
-    longest = std::min(longest, half_height / (std::abs(p.y() / p.z()) + kSmallestDistance));
-  }
-  return longest;
+  return turnTo(*model_, target, pan, tilt);
 }
 
 bool PTZCameraModelConfiguration::getPanTiltZoom(const Vector2_f& corner, const Vector2_f& opposite,
                                                  int* pan, int* tilt, int* zoom) const {
-  const std::array<Vector2_f, 4> box = rectifyBox(corner, opposite);
+  const std::array<Vector2_f, 4> box = rectifyBox(*this, corner, opposite);
   // The sum of two unit vectors bisects the angle between them.
   const Vector3_f target = getCameraCenter() +
                            turn(camera_transform_.inverse, box[0]).normalized() +
                            turn(camera_transform_.inverse, box[1]).normalized();
-  if (!turnTo(target, pan, tilt)) return false;
-  const double longest = static_cast<double>(largestFocalLength(box, *pan, *tilt));
+  if (!turnTo(*model_, target, pan, tilt)) return false;
+  const double longest = static_cast<double>(maxFocalLength(*this, box, *pan, *tilt));
   const auto& samples = model_->getParams().intrinsics().samples();
   if (samples.empty()) return false;
 

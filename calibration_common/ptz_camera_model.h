@@ -4,7 +4,6 @@
 /// where to move it so that something comes to the middle of its picture. Units, frames, pixel
 /// origin and distortion formula: docs/conventions.md.
 
-#include <array>
 #include <memory>
 #include <vector>
 
@@ -158,9 +157,6 @@ class NORV_EXPORT PTZCameraModelConfiguration {
 
  private:
   void blendLenses();
-  bool turnTo(const Vector3_f& target, int* pan, int* tilt) const;
-  std::array<Vector2_f, 4> rectifyBox(const Vector2_f& corner, const Vector2_f& opposite) const;
-  float largestFocalLength(const std::array<Vector2_f, 4>& box, int pan, int tilt) const;
 
   PTZCameraModelPtr model_;
   int pan_;

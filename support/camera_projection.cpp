@@ -14,10 +14,10 @@ using internal::DoublePair;
 
 /// A camera with its pose in double precision. Its elements are written out: Eigen's conversion of
 /// small matrices takes three times as long as the whole projection.
-class Projector {
+class PosedCamera {
  public:
-  Projector(const Matrix4x4_f& camera_from_parent, const std::vector<float>& distortion,
-            const Matrix3x3_f& k)
+  PosedCamera(const Matrix4x4_f& camera_from_parent, const std::vector<float>& distortion,
+              const Matrix3x3_f& k)
       : pose_(camera_from_parent.data()),
         k_(k.data()),
         lens_(calibration::lensFromCoefficients<double>(distortion.data(), distortion.size())) {}
@@ -46,10 +46,9 @@ class Projector {
 
 Vector2_f toPixel(double u, double v) { return {static_cast<float>(u), static_cast<float>(v)}; }
 
-Vector2_f projectOne(const Projector& projector, const Vector3_f& point) {
-  const auto pixel =
-      projector.project(static_cast<double>(point.x()), static_cast<double>(point.y()),
-                        static_cast<double>(point.z()));
+Vector2_f projectOne(const PosedCamera& camera, const Vector3_f& point) {
+  const auto pixel = camera.project(static_cast<double>(point.x()), static_cast<double>(point.y()),
+                                    static_cast<double>(point.z()));
   return toPixel(pixel.x, pixel.y);
 }
 
@@ -62,21 +61,21 @@ DoublePair pair(const Vector3_f* points, int i) {
 
 Vector2_f project3dToCamera(const CameraTransform& pose, const std::vector<float>& distortion,
                             const Matrix3x3_f& K, const Vector3_f& point) {
-  return projectOne(Projector(pose.transform, distortion, K), point);
+  return projectOne(PosedCamera(pose.transform, distortion, K), point);
 }
 
 void projectPoints(const CameraTransform& pose, const std::vector<float>& distortion,
                    const Matrix3x3_f& K, const Vector3_f* points, std::size_t count,
                    Vector2_f* pixels) {
-  const Projector projector(pose.transform, distortion, K);
+  const PosedCamera camera(pose.transform, distortion, K);
   std::size_t i = 0;
   for (; i + 1 < count; i += 2) {
     const Vector3_f* const two = points + i;
-    const auto pixel = projector.project(pair(two, 0), pair(two, 1), pair(two, 2));
+    const auto pixel = camera.project(pair(two, 0), pair(two, 1), pair(two, 2));
     pixels[i] = toPixel(pixel.x[0], pixel.y[0]);
     pixels[i + 1] = toPixel(pixel.x[1], pixel.y[1]);
   }
-  if (i < count) pixels[i] = projectOne(projector, points[i]);
+  if (i < count) pixels[i] = projectOne(camera, points[i]);
 }
 
 namespace calibration {
@@ -99,13 +98,13 @@ class Rectifier {
         lens_.undistort({(static_cast<double>(pixel.x()) - cx_) / fx_,
                          (static_cast<double>(pixel.y()) - cy_) / fy_});
     // False for NaN too.
-    if (!(std::abs(p.x) <= kLargest && std::abs(p.y) <= kLargest)) return {kNaN, kNaN};
+    if (!(std::abs(p.x) <= kMaxFloat && std::abs(p.y) <= kMaxFloat)) return {kNaN, kNaN};
     return {static_cast<float>(p.x), static_cast<float>(p.y)};
   }
 
  private:
   static constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-  static constexpr auto kLargest = static_cast<double>(std::numeric_limits<float>::max());
+  static constexpr auto kMaxFloat = static_cast<double>(std::numeric_limits<float>::max());
 
   double cx_;
   double cy_;

@@ -18,8 +18,8 @@ namespace norv {
 /// (0, 0, 1). Computed in double, rounded once.
 ///
 /// The depth is not checked: a point behind the camera yields the pixel of its mirror image, one in
-/// the plane of the optical centre infinite or NaN coordinates. The inverse, up to depth, is
-/// `calibration::rectifyPoint`. Thread-safe.
+/// the plane of the optical centre infinite or NaN coordinates. Where `K` has no skew, K(0, 1), the
+/// inverse up to depth is `calibration::rectifyPoint`. Thread-safe.
 NORV_EXPORT Vector2_f project3dToCamera(const CameraTransform& pose,
                                         const std::vector<float>& distortion, const Matrix3x3_f& K,
                                         const Vector3_f& point);
@@ -51,7 +51,11 @@ namespace calibration {
 /// every 1000 pixels of focal length. Rays so close to a pole that they are imaged tens of focal
 /// lengths from the centre can miss that mark by rounding, and then give NaN.
 ///
-/// The inverse is `project3dToCamera`. Thread-safe.
+/// The camera matrix that is undone has no skew. Of a camera whose matrix has one, K(0, 1), the
+/// lens is undone at an x_d that is too large by K(0, 1) / fx times y_d = (v - cy) / fy; taking
+/// K(0, 1) y_d from the pixel's x first gives the camera's ray.
+///
+/// Where there is no skew the inverse, up to depth, is `project3dToCamera`. Thread-safe.
 NORV_EXPORT Vector2_f rectifyPoint(const float* distortion, const float* principal_point,
                                    const float* focal_lengths, const Vector2_f& pixel);
 

@@ -28,8 +28,8 @@ class NORV_EXPORT ImageSensorTransform {
   virtual Vector2_f inverseTransformPoint(const Vector2_f& p) const = 0;
 };
 
-/// The head camera's image-processing stage: it rectifies the picture of a wide-angle lens, given
-/// as a sampled curve, to that of a pinhole camera.
+/// The head camera's image-processing stage: it warps the picture of a wide-angle lens, given as a
+/// sampled curve, to that of a pinhole camera.
 ///
 /// With c = (width, height) the centre of the full frame, r the distance of a point from it in
 /// full-frame pixels, theta(r) the lens' field angle there and f0 = 1 / theta'(0) its paraxial

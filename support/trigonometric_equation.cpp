@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "support/numeric/angles.h"
+
 namespace norv {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
+using internal::kPi;
 
 /// An angle of [-2 pi, 2 pi], in (-pi, pi].
 double wrap(double angle) {

@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <limits>
 #include <optional>
 
 #include "support/fit/regular_map.h"
+#include "support/numeric/infinity.h"
 
 namespace norv::internal::fit {
 namespace {
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 /// A regular lens may have so many times the squared error of one that folds.
 constexpr double kPriceOfRegularity = 4;
@@ -57,9 +55,8 @@ std::vector<Entry> regularOnes(const PlanarView& view, const std::vector<Entry>&
   std::vector<Entry> regular;
   std::copy_if(entries.begin(), entries.end(), std::back_inserter(regular),
                [](const Entry& entry) { return entry.corner_ratio > 0; });
-  const double affordable =
-      kPriceOfRegularity * smallestSquaredError(entries) +
-      kSmallestNoise * kSmallestNoise * static_cast<double>(view.points.size());
+  const double affordable = kPriceOfRegularity * smallestSquaredError(entries) +
+                            kMinNoise * kMinNoise * static_cast<double>(view.points.size());
   return smallestSquaredError(regular) <= affordable ? regular : entries;
 }
 

@@ -2,19 +2,13 @@
 
 #include <array>
 #include <cstddef>
-#include <limits>
 #include <optional>
 #include <vector>
 
 #include "support/fit/projector.h"
+#include "support/numeric/infinity.h"
 
 namespace norv::internal::fit {
-namespace {
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-}  // namespace
-
 double squaredImageError(const PlanarView& view, const FittedCamera& camera) {
   const Projector projector(camera);
   double sum = 0;

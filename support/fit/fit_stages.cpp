@@ -31,7 +31,7 @@ constexpr SolverOptions kReweightedOptions = {60, 1e-9, kContinuedDamping};
 constexpr SolverOptions kExactOptions = {100, 1e-9, kContinuedDamping};
 
 constexpr double kFirstNoise = 1.0;  ///< pixels, this and the following
-constexpr double kLargestNoise = 2.0;
+constexpr double kMaxNoise = 2.0;
 constexpr int kNoiseEstimates = 4;
 constexpr double kSameNoise = 0.05;  ///< of its logarithm
 /// A view is taken for exact when its error is below half the smallest noise and, with priors as
@@ -105,7 +105,7 @@ class Refinement {
   void weightPriorsByNoise() {
     solve(kAllOptions);
     for (int i = 1; i <= kNoiseEstimates; ++i) {
-      const double sigma = std::clamp(noise(), kSmallestNoise, kLargestNoise);
+      const double sigma = std::clamp(noise(), kMinNoise, kMaxNoise);
       const bool settled = i > 1 && std::abs(std::log(sigma / problem_.sigma)) < kSameNoise;
       if (settled) return;
       problem_.sigma = sigma;
@@ -122,7 +122,7 @@ class Refinement {
   }
 
   void fadeOutPriorsIfExact() {
-    if (!(noise() < 0.5 * kSmallestNoise)) return;
+    if (!(noise() < 0.5 * kMinNoise)) return;
     Refinement exact = *this;
     exact.problem_.sigma = kExactNoise;
     exact.solve(kExactOptions);

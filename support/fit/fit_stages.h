@@ -19,7 +19,7 @@ struct Candidate {
 
 /// Smallest noise, in pixels, that observations are credited with, unless they turn out to be
 /// exact.
-inline constexpr double kSmallestNoise = 0.1;
+inline constexpr double kMinNoise = 0.1;
 
 /// Fits the view from those lens families that promise most, three at most.
 ///

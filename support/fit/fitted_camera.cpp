@@ -5,7 +5,7 @@
 namespace norv::internal::fit {
 namespace {
 
-constexpr double kShortestFocalLength = 0.02;
+constexpr double kMinFocalLength = 0.02;
 
 Eigen::Matrix3d rotationFromVector(const Eigen::Vector3d& w) {
   const double angle = w.norm();
@@ -44,7 +44,7 @@ FittedCamera FittedCamera::moved(const ParameterVector& step) const {
 
 bool FittedCamera::isPlausible() const {
   return intrinsics.allFinite() && rotation.allFinite() && translation.allFinite() &&
-         intrinsics[kFx] > kShortestFocalLength && intrinsics[kFy] > kShortestFocalLength;
+         intrinsics[kFx] > kMinFocalLength && intrinsics[kFy] > kMinFocalLength;
 }
 
 }  // namespace norv::internal::fit

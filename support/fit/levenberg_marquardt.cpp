@@ -3,27 +3,25 @@
 #include <Eigen/Cholesky>
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <optional>
 
 #include "support/fit/normal_equations.h"
+#include "support/numeric/infinity.h"
 
 namespace norv::internal::fit {
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-constexpr double kSmallestDamping = 1e-15;
-constexpr double kLargestDamping = 1e12;
+constexpr double kMinDamping = 1e-15;
+constexpr double kMaxDamping = 1e12;
 /// A decrease below this share of the noise's square cannot matter, however small the cost.
 constexpr double kToleranceInNoise = 1e-5;
 /// Where the model promises less than this share of the cost, rounding decides, and the search
 /// ends.
-constexpr double kSmallestPromise = 1e-14;
+constexpr double kMinPromise = 1e-14;
 /// Squared pixels per point that are rounding alone.
 constexpr double kNoCost = 2e-18;
 /// Smallest diagonal element of the normal equations, relative to the largest.
-constexpr double kSmallestDiagonal = 1e-14;
+constexpr double kMinDiagonal = 1e-14;
 /// Stands for zero where something is divided by it.
 constexpr double kTiny = 1e-300;
 
@@ -49,7 +47,7 @@ class ScaledSystem {
     for (int i = 0; i < kParameterCount; ++i) {
       if (!isFree(parameters, i)) fix(i);
     }
-    const double floor = kSmallestDiagonal * matrix_.diagonal().maxCoeff() + kTiny;
+    const double floor = kMinDiagonal * matrix_.diagonal().maxCoeff() + kTiny;
     scales_ = matrix_.diagonal().cwiseMax(floor).cwiseSqrt().cwiseInverse();
     for (int i = 0; i < kParameterCount; ++i) {
       if (isFree(parameters, i)) continue;
@@ -116,7 +114,7 @@ class Damping {
 
   void accept(double gain_ratio) {
     const double factor = std::max(1.0 / 3, 1 - std::pow(2 * gain_ratio - 1, 3));
-    value_ = std::max(value_ * factor, kSmallestDamping);
+    value_ = std::max(value_ * factor, kMinDamping);
     growth_ = 2;
   }
 
@@ -133,7 +131,7 @@ class Damping {
 /// Tries ever shorter steps until one lowers the cost; false when none does.
 bool descend(const FitProblem& problem, const ScaledSystem& system, Damping* damping,
              FittedCamera* camera, double* cost) {
-  while (damping->value() <= kLargestDamping) {
+  while (damping->value() <= kMaxDamping) {
     const std::optional<ScaledSystem::Step> step = system.step(damping->value());
     if (step) {
       const FittedCamera trial = camera->moved(step->step);
@@ -144,7 +142,7 @@ bool descend(const FitProblem& problem, const ScaledSystem& system, Damping* dam
         *cost = trial_cost;
         return true;
       }
-      if (step->promised_decrease < kSmallestPromise * *cost) return false;
+      if (step->promised_decrease < kMinPromise * *cost) return false;
     }
     damping->reject();
   }

@@ -8,11 +8,11 @@
 namespace norv::internal::fit {
 namespace {
 
-constexpr double kLargestPixel = 1e6;
-constexpr double kSmallestSpread = 1e-3;
+constexpr double kMaxPixel = 1e6;
+constexpr double kMinSpread = 1e-3;
 /// Half a pixel, that of the smallest image; a box without extent would be no unit of length.
-constexpr double kSmallestHalfSize = 0.5;
-constexpr int kFewestPoints = 4;
+constexpr double kMinHalfSize = 0.5;
+constexpr int kMinPoints = 4;
 /// With that many distinct points all parameters are fitted, so more need not be told apart.
 constexpr std::size_t kDistinctPointsOfInterest = 12;
 
@@ -25,7 +25,7 @@ std::vector<PointPair> usablePairs(const std::vector<Vector2_f>& observed,
     const Eigen::Vector2d pixel = observed[i].cast<double>();
     const Eigen::Vector2d point = reference[i].cast<double>();
     if (!pixel.allFinite() || !point.allFinite()) continue;
-    if (pixel.cwiseAbs().maxCoeff() >= kLargestPixel) continue;
+    if (pixel.cwiseAbs().maxCoeff() >= kMaxPixel) continue;
     pairs.push_back({pixel.x(), pixel.y(), point.x(), point.y()});
   }
   return pairs;
@@ -107,7 +107,7 @@ void setImageFrame(const Eigen::Vector2i& image_size, PlanarView* view) {
     }
   }
   view->image_centre = (low + high) / 2;
-  const Eigen::Array2d half_size = ((high - low) / 2).max(kSmallestHalfSize);
+  const Eigen::Array2d half_size = ((high - low) / 2).max(kMinHalfSize);
   view->pixel_unit = half_size.maxCoeff();
   view->half_size = half_size / view->pixel_unit;
 }
@@ -128,17 +128,17 @@ std::optional<PlanarView> makePlanarView(const std::vector<Vector2_f>& observed,
                                          const Eigen::Vector2i& image_size) {
   PlanarView view;
   view.points = usablePairs(observed, reference);
-  if (view.points.size() > kMostPoints) view.points = select(view.points, kMostPoints);
+  if (view.points.size() > kMaxPoints) view.points = select(view.points, kMaxPoints);
   view.distinct_points = countDistinctPoints(view.points);
-  if (view.distinct_points < kFewestPoints) return std::nullopt;
+  if (view.distinct_points < kMinPoints) return std::nullopt;
   const Moments plane = planeMoments(view.points);
-  if (!(plane.spread >= kSmallestSpread)) return std::nullopt;
+  if (!(plane.spread >= kMinSpread)) return std::nullopt;
   setImageFrame(image_size, &view);
   view.plane_centre = plane.mean;
   view.plane_unit = plane.radius;
   changeUnits(&view);
   // In the new units, so that points which no longer differ there count as one.
-  if (!(imageMoments(view.points).spread >= kSmallestSpread)) return std::nullopt;
+  if (!(imageMoments(view.points).spread >= kMinSpread)) return std::nullopt;
   return view;
 }
 

@@ -37,11 +37,11 @@ struct PlanarView {
 
 /// No view has more: the fit takes a time proportional to the number of points, and so many leave
 /// nothing to be gained.
-inline constexpr std::size_t kMostPoints = 10000;
+inline constexpr std::size_t kMaxPoints = 10000;
 
 /// The view in these units, or nothing when no fit exists: with fewer than 4 distinct points among
 /// the pairs that are finite and observed within 1e6 pixels, or when either list is collinear or
-/// coincident (standard deviations across and along below 1 : 1000). Of more than `kMostPoints`
+/// coincident (standard deviations across and along below 1 : 1000). Of more than `kMaxPoints`
 /// usable pairs a random selection stands for all, the same at every call. The arguments are those
 /// of calibrateFromSingleImage.
 std::optional<PlanarView> makePlanarView(const std::vector<Vector2_f>& observed,

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "support/numeric/angles.h"
+
 namespace norv::internal::fit {
 namespace {
-
-constexpr double kDegree = 3.14159265358979323846 / 180;
 
 // Standard deviations. Square pixels, a principal point within some per cent of the centre and
 // little tangential distortion hold for nearly every camera; the lens is left to the data.
@@ -16,7 +16,7 @@ constexpr double kTangentialDeviation = 0.005;
 /// Of k_j r^(2 j), r the undistorted radius of the image corner: what the coefficient does there.
 constexpr double kRadialDeviations[3] = {0.5, 0.5, 0.25};
 /// No corner is believed to lie beyond this angle, where r goes to infinity.
-constexpr double kWidestCorner = 70 * kDegree;
+constexpr double kMaxCorner = radians(70);
 /// A fit from the pinhole family stays near a polynomial by so much narrower denominators.
 constexpr double kPolynomialDenominator = 0.1;
 
@@ -31,7 +31,7 @@ Priors::Priors(const LensFamily& family, double focal_length, const Eigen::Vecto
   weights_[kP1] = weights_[kP2] = 1 / kTangentialDeviation;
 
   const double corner = fieldAngle(family, half_size.norm() / focal_length);
-  const double squared_radius = std::pow(std::tan(std::min(corner, kWidestCorner)), 2);
+  const double squared_radius = std::pow(std::tan(std::min(corner, kMaxCorner)), 2);
   double power = squared_radius;
   for (int j = 0; j < 3; ++j, power *= squared_radius) {
     means_[kK1 + j] = family.k[static_cast<std::size_t>(j)];

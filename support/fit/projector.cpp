@@ -7,8 +7,8 @@
 namespace norv::internal::fit {
 namespace {
 
-constexpr double kNearestDepth = 1e-6;
-constexpr double kSmallestPolynomial = 1e-3;
+constexpr double kMinDepth = 1e-6;
+constexpr double kMinPolynomial = 1e-3;
 
 using Dual2 = autodiff::AutoDiff1<double, 2>;
 
@@ -59,11 +59,11 @@ void setPoseColumns(double f, const Dual2& distorted, const calibration::Normali
 
 std::optional<Eigen::Vector2d> Projector::project(const PointPair& point) const {
   const Eigen::Vector3d p = rotated(camera_, point) + camera_.translation;
-  if (!(p.z() > kNearestDepth)) return std::nullopt;
+  if (!(p.z() > kMinDepth)) return std::nullopt;
   const calibration::NormalizedPoint<double> n = {p.x() / p.z(), p.y() / p.z()};
   const double s = n.x * n.x + n.y * n.y;
-  if (!(lens_.numerator(s) > kSmallestPolynomial)) return std::nullopt;
-  if (!(lens_.denominator(s) > kSmallestPolynomial)) return std::nullopt;
+  if (!(lens_.numerator(s) > kMinPolynomial)) return std::nullopt;
+  if (!(lens_.denominator(s) > kMinPolynomial)) return std::nullopt;
   const calibration::NormalizedPoint<double> distorted = lens_.distort(n);
   return Eigen::Vector2d(camera_.intrinsics[kFx] * distorted.x + camera_.intrinsics[kCx],
                          camera_.intrinsics[kFy] * distorted.y + camera_.intrinsics[kCy]);

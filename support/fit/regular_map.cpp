@@ -6,11 +6,10 @@
 
 #include "support/auto_diff.h"
 #include "support/lens_distortion.h"
+#include "support/numeric/angles.h"
 
 namespace norv::internal::fit {
 namespace {
-
-constexpr double kDegree = 3.14159265358979323846 / 180;
 
 constexpr double kWeight = 300;  ///< pixels per unit of violation
 constexpr double kMinDenominator = 0.10;
@@ -19,11 +18,11 @@ constexpr double kMinSlope = 0.20;
 constexpr double kPole = 0.02;
 /// How far beyond the corner the map has to be regular, and up to which field angle at most.
 constexpr double kMargin = 1.15;
-constexpr double kMaxAngle = 80 * kDegree;
+constexpr double kMaxAngle = radians(80);
 constexpr double kReachWithinMargin = 0.95;
 
 constexpr int kTestedRadii = 256;
-constexpr double kMaxTestedAngle = 85 * kDegree;
+constexpr double kMaxTestedAngle = radians(85);
 
 using calibration::RadialTerms;
 using Dual6 = autodiff::AutoDiff1<double, 6>;

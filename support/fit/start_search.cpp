@@ -3,41 +3,39 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <vector>
 
 #include "support/fit/plane_pose.h"
 #include "support/fit/priors.h"
+#include "support/numeric/angles.h"
+#include "support/numeric/infinity.h"
 
 namespace norv::internal::fit {
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kDegree = 3.14159265358979323846 / 180;
-
 constexpr int kFocalLengthCount = 18;
-constexpr double kShortestFocalLength = 0.35;
-constexpr double kLongestFocalLength = 6.0;
+constexpr double kMinFocalLength = 0.35;
+constexpr double kMaxFocalLength = 6.0;
 
-constexpr double kWidestObservedAngle = 80 * kDegree;
-constexpr double kWidestProjectedAngle = 88 * kDegree;
-constexpr double kSmallestRadius = 1e-12;
+constexpr double kMaxObservedAngle = radians(80);
+constexpr double kMaxProjectedAngle = radians(88);
+constexpr double kMinRadius = 1e-12;
 
 double gridFocalLength(int index) {
-  const double ratio = kLongestFocalLength / kShortestFocalLength;
-  return kShortestFocalLength * std::pow(ratio, index / (kFocalLengthCount - 1.0));
+  const double ratio = kMaxFocalLength / kMinFocalLength;
+  return kMinFocalLength * std::pow(ratio, index / (kFocalLengthCount - 1.0));
 }
 
 /// The observed points with the lens undone, (x/z, y/z); false when one is too far off the axis.
-bool undistort(const PlanarView& view, const LensFamily& family, double focal_length,
-               std::vector<Eigen::Vector2d>* rays) {
+bool undoLensFamily(const PlanarView& view, const LensFamily& family, double focal_length,
+                    std::vector<Eigen::Vector2d>* rays) {
   rays->clear();
   for (const PointPair& point : view.points) {
     const Eigen::Vector2d observed(point.u, point.v);
     const double radius = observed.norm();
     const double angle = fieldAngle(family, radius / focal_length);
-    if (angle > kWidestObservedAngle) return false;
-    rays->push_back(observed * (std::tan(angle) / std::max(radius, kSmallestRadius)));
+    if (angle > kMaxObservedAngle) return false;
+    rays->push_back(observed * (std::tan(angle) / std::max(radius, kMinRadius)));
   }
   return true;
 }
@@ -52,10 +50,9 @@ double meanSquaredError(const PlanarView& view, const LensFamily& family, double
                               pose.rotation.col(1) * point.plane_y + pose.translation;
     const double radius = p.head<2>().norm();
     const double angle = std::atan2(radius, p.z());
-    if (!(angle <= kWidestProjectedAngle)) return kInfinity;
+    if (!(angle <= kMaxProjectedAngle)) return kInfinity;
     const double image_radius = focal_length * imageRadius(family, angle);
-    const Eigen::Vector2d projected =
-        p.head<2>() * (image_radius / std::max(radius, kSmallestRadius));
+    const Eigen::Vector2d projected = p.head<2>() * (image_radius / std::max(radius, kMinRadius));
     sum += (projected - Eigen::Vector2d(point.u, point.v)).squaredNorm();
   }
   return sum * view.pixel_unit * view.pixel_unit / static_cast<double>(view.points.size());
@@ -82,7 +79,7 @@ std::optional<FittedCamera> findStart(const PlanarView& view, const LensFamily& 
   rays.reserve(view.points.size());
   for (int i = 0; i < kFocalLengthCount; ++i) {
     const double focal_length = gridFocalLength(i);
-    if (!undistort(view, family, focal_length, &rays)) continue;
+    if (!undoLensFamily(view, family, focal_length, &rays)) continue;
     const std::optional<PlanePose> pose = poseFromHomography(fitHomography(view.points, rays));
     if (!pose) continue;
     const double unusual = std::log(focal_length / kUsualFocalLength) / kLogFocalLengthDeviation;

@@ -59,7 +59,7 @@ double LensInverse::undistortedRadius(double distorted_radius) {
 
 LensInverse::Point LensInverse::dampedNewton(Point p, const Point& target) const {
   constexpr double kSufficientDecrease = 1e-4;
-  constexpr double kSmallestFraction = 1e-6;
+  constexpr double kMinFraction = 1e-6;
   const double bound = errorBound(target);
   LensNewtonStep at(lens_, p, target);
   while (!at.regular()) {
@@ -67,7 +67,7 @@ LensInverse::Point LensInverse::dampedNewton(Point p, const Point& target) const
     at = LensNewtonStep(lens_, p, target);
   }
   double t = 1;
-  for (int i = 0; i < 200 && t > kSmallestFraction && !at.closerThan(bound); ++i) {
+  for (int i = 0; i < 200 && t > kMinFraction && !at.closerThan(bound); ++i) {
     const Point trial = at.next(t);
     const LensNewtonStep there(lens_, trial, target);
     if (there.regular() && there.error() < (1 - kSufficientDecrease * t) * at.error()) {

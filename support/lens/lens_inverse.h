@@ -98,7 +98,7 @@ inline LensNewtonStep::LensNewtonStep(const calibration::LensDistortion<double>&
 /// centre to p, the denominator is positive and the Jacobian positive definite. Without tangential
 /// terms that is the radial branch itself.
 ///
-/// Not thread-safe: what the end of the branch costs to find is kept.
+/// Not thread-safe: the end of the branch is found on first use and kept.
 class LensInverse {
  public:
   using Point = calibration::NormalizedPoint<double>;

@@ -5,8 +5,8 @@
 namespace norv::internal {
 
 double RadialBranch::end() {
-  if (end_ < 0) end_ = std::min(firstPositiveZero(denominator_), firstPositiveZero(slope_));
-  return end_;
+  if (!end_) end_ = std::min(firstPositiveZero(denominator_), firstPositiveZero(slope_));
+  return *end_;
 }
 
 }  // namespace norv::internal

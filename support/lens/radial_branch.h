@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 
 #include "support/lens_distortion.h"
 #include "support/numeric/polynomial_zero.h"
@@ -42,7 +43,7 @@ class RadialBranch {
            (bernsteinPositive(denominator_, s) && bernsteinPositive(excess, s));
   }
 
-  /// Squared radius at which the branch ends; infinity when it never does. Computed once.
+  /// Squared radius at which the branch ends; infinity when it never does. Found on first use.
   double end();
 
  private:
@@ -68,7 +69,7 @@ class RadialBranch {
   Sextic denominator_;          ///< D
   Sextic slope_;                ///< F
   Sextic denominator_squared_;  ///< D^2
-  double end_ = -1;             ///< negative while not computed
+  std::optional<double> end_;   ///< nothing until it has been asked for
 };
 
 }  // namespace norv::internal

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "support/numeric/bracketed_newton.h"
+#include "support/numeric/infinity.h"
 
 namespace norv::internal {
 namespace {
@@ -56,10 +57,7 @@ struct Bracket {
 /// empty one at infinity when there is no zero. The value at the piece's begin is positive.
 Bracket isolateFirstZero(BernsteinPiece piece, int divisions) {
   const int changes = piece.signChanges();
-  if (changes == 0) {
-    const double none = std::numeric_limits<double>::infinity();
-    return {none, none};
-  }
+  if (changes == 0) return {kInfinity, kInfinity};
   if (changes == 1 || divisions == 0) return {piece.begin, piece.end};
   const BernsteinPiece left = piece.splitLeft();
   const Bracket first = isolateFirstZero(left, divisions - 1);
@@ -91,7 +89,7 @@ int scalingExponent(const Sextic& c) {
 
 double firstPositiveZero(const Sextic& polynomial) {
   if (std::all_of(polynomial.begin(), polynomial.end(), [](double c) { return c >= 0; })) {
-    return std::numeric_limits<double>::infinity();
+    return kInfinity;
   }
   const int exponent = scalingExponent(polynomial);
   Sextic scaled;

@@ -6,25 +6,25 @@
 #include <cstddef>
 #include <utility>
 
+#include "support/numeric/angles.h"
+
 namespace norv::internal {
 namespace {
 
-constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180;
-
-/// Towards 90 degrees a pinhole image has no end; no lens that is worth rectifying goes there.
-constexpr double kWidestDegrees = 80;
+/// Towards 90 degrees a pinhole image has no end; no lens that is worth unwarping goes there.
+constexpr double kMaxDegrees = 80;
 
 /// Three coefficients through fewer entries would follow their rounding.
-constexpr std::size_t kFewestFitted = 8;
+constexpr std::size_t kMinFitted = 8;
 
 /// Of the normal equations. Entries spread from the centre outwards give 1e-3, entries in the outer
 /// tenth of the radius 6e-7, and in the outer hundredth 5e-11: they leave the centre to guesswork.
-constexpr double kSmallestReciprocalCondition = 1e-8;
+constexpr double kMinReciprocalCondition = 1e-8;
 
-constexpr double kSmallestRelativeSlope = 0.02;
+constexpr double kMinRelativeSlope = 0.02;
 
 /// A table rounded to 0.1 degree is met within 0.05.
-constexpr double kLargestMiss = 0.2 * kRadiansPerDegree;
+constexpr double kMaxMiss = radians(0.2);
 
 }  // namespace
 
@@ -37,17 +37,17 @@ LensTable usableLensTable(const std::vector<float>& radii, const std::vector<flo
     const auto radius = static_cast<double>(radii[i]);
     const auto angle = static_cast<double>(degrees[i]);
     const bool usable = std::isfinite(radius) && radius > table.radii.back() &&
-                        angle > last_degrees && angle <= kWidestDegrees;
+                        angle > last_degrees && angle <= kMaxDegrees;
     if (!usable) break;
     last_degrees = angle;
     table.radii.push_back(radius);
-    table.angles.push_back(angle * kRadiansPerDegree);
+    table.angles.push_back(radians(angle));
   }
   return table;
 }
 
 std::optional<StereographicCurve> StereographicCurve::fit(const LensTable& table) {
-  if (table.radii.size() < 1 + kFewestFitted) return std::nullopt;
+  if (table.radii.size() < 1 + kMinFitted) return std::nullopt;
   const std::optional<Polynomial> g = solve(table);
   if (!g || !rises(*g)) return std::nullopt;
   const StereographicCurve curve(*g, table.radii.back());
@@ -68,7 +68,7 @@ std::optional<StereographicCurve::Polynomial> StereographicCurve::solve(const Le
     right += row * (weight * 2 * std::tan(half));
   }
   const Eigen::LDLT<Eigen::Matrix3d> factors(normal);
-  if (!(factors.rcond() >= kSmallestReciprocalCondition)) return std::nullopt;
+  if (!(factors.rcond() >= kMinReciprocalCondition)) return std::nullopt;
   const Eigen::Vector3d c = factors.solve(right);
   return Polynomial{c[0], c[1], c[2]};
 }
@@ -78,13 +78,13 @@ bool StereographicCurve::rises(const Polynomial& g) {
   // it opens upwards, at its vertex.
   const auto slope = [&g](double q) { return g.c1 + q * (3 * g.c3 + q * 5 * g.c5); };
   const double vertex = g.c5 > 0 ? std::clamp(-0.3 * g.c3 / g.c5, 0.0, 1.0) : 0;
-  return g.c1 > 0 && std::min(slope(vertex), slope(1)) > kSmallestRelativeSlope * g.c1;
+  return g.c1 > 0 && std::min(slope(vertex), slope(1)) > kMinRelativeSlope * g.c1;
 }
 
 bool StereographicCurve::passesNear(const LensTable& table) const {
   for (std::size_t i = 0; i < table.radii.size(); ++i) {
     const double miss = std::abs(at(table.radii[i]).value - table.angles[i]);
-    if (!(miss <= kLargestMiss)) return false;
+    if (!(miss <= kMaxMiss)) return false;
   }
   return true;
 }

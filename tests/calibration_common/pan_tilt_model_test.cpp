@@ -390,11 +390,11 @@ TEST(LimitToMotorRange, TheMaximumWinsOverALargerMinimum) {
 }
 
 TEST(LimitToMotorRange, ExtremeValues) {
-  constexpr int kLowest = std::numeric_limits<int>::min();
-  constexpr int kLargest = std::numeric_limits<int>::max();
-  EXPECT_EQ(limit(exampleHead(), kLowest, kLargest), std::make_pair(-5934, 3141));
-  EXPECT_EQ(limit(limited(kLowest, kLargest, kLowest, kLargest), kLowest, kLargest),
-            std::make_pair(kLowest, kLargest));
+  constexpr int kMinInt = std::numeric_limits<int>::min();
+  constexpr int kMaxInt = std::numeric_limits<int>::max();
+  EXPECT_EQ(limit(exampleHead(), kMinInt, kMaxInt), std::make_pair(-5934, 3141));
+  EXPECT_EQ(limit(limited(kMinInt, kMaxInt, kMinInt, kMaxInt), kMinInt, kMaxInt),
+            std::make_pair(kMinInt, kMaxInt));
 }
 
 }  // namespace

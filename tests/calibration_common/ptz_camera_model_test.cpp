@@ -32,8 +32,8 @@ using testing::ScopedLogCapture;
 
 static_assert(std::is_same_v<PTZCameraModelPtr, std::shared_ptr<const PTZCameraModel>>);
 
-constexpr int kLowest = std::numeric_limits<int>::min();
-constexpr int kLargest = std::numeric_limits<int>::max();
+constexpr int kMinInt = std::numeric_limits<int>::min();
+constexpr int kMaxInt = std::numeric_limits<int>::max();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 const LogLine kNoIntrinsics = {2, "ptz_camera_model", "Invalid intrinsics"};
@@ -148,7 +148,7 @@ TEST(PTZCameraModel, OneSampleIsValidAndItsConversionsTrivial) {
   for (const float factor : {0.5F, 1.0F, 3.0F, std::nanf("")}) {
     EXPECT_EQ(model.zoomXFactorToSteps(factor), 0);
   }
-  for (const int steps : {-5, 0, 70, 1000, kLowest, kLargest}) {
+  for (const int steps : {-5, 0, 70, 1000, kMinInt, kMaxInt}) {
     EXPECT_EQ(model.stepsToZoomXFactor(steps), 1.0F);
   }
 }
@@ -186,7 +186,7 @@ TEST(GetIntrinsicsIndex, IsNotLimitedToTheTable) {
 }
 
 TEST(GetIntrinsicsIndex, IntervalOfZeroIsSampleZero) {
-  for (const int zoom : {kLowest, -1, 0, 7, kLargest}) EXPECT_EQ(indexOf(zoom, 100, 0), 0);
+  for (const int zoom : {kMinInt, -1, 0, 7, kMaxInt}) EXPECT_EQ(indexOf(zoom, 100, 0), 0);
 }
 
 TEST(GetIntrinsicsIndex, NegativeInterval) {
@@ -196,17 +196,17 @@ TEST(GetIntrinsicsIndex, NegativeInterval) {
 }
 
 TEST(GetIntrinsicsIndex, ExtremeValuesSaturate) {
-  EXPECT_EQ(indexOf(kLowest, 0, -1), kLargest);
-  EXPECT_EQ(indexOf(kLargest, -1, 1), kLargest);
-  EXPECT_EQ(indexOf(kLargest, kLowest, 1), kLargest);
-  EXPECT_EQ(indexOf(kLowest, kLargest, 1), kLowest);
-  EXPECT_EQ(indexOf(kLargest, kLowest, -1), kLowest);
-  EXPECT_EQ(indexOf(kLowest, kLargest, -1), kLargest);
+  EXPECT_EQ(indexOf(kMinInt, 0, -1), kMaxInt);
+  EXPECT_EQ(indexOf(kMaxInt, -1, 1), kMaxInt);
+  EXPECT_EQ(indexOf(kMaxInt, kMinInt, 1), kMaxInt);
+  EXPECT_EQ(indexOf(kMinInt, kMaxInt, 1), kMinInt);
+  EXPECT_EQ(indexOf(kMaxInt, kMinInt, -1), kMinInt);
+  EXPECT_EQ(indexOf(kMinInt, kMaxInt, -1), kMaxInt);
   // A difference beyond the range of int whose quotient is within it.
-  EXPECT_EQ(indexOf(kLargest, kLowest, 4), 1073741823);
-  EXPECT_EQ(indexOf(kLowest, kLargest, kLowest), 1);
-  EXPECT_EQ(indexOf(kLargest, kLowest, kLowest), -1);
-  EXPECT_EQ(indexOf(kLargest, kLowest, kLargest), 2);
+  EXPECT_EQ(indexOf(kMaxInt, kMinInt, 4), 1073741823);
+  EXPECT_EQ(indexOf(kMinInt, kMaxInt, kMinInt), 1);
+  EXPECT_EQ(indexOf(kMaxInt, kMinInt, kMinInt), -1);
+  EXPECT_EQ(indexOf(kMaxInt, kMinInt, kMaxInt), 2);
 }
 
 TEST(GetIntrinsicsIndex, IsIntegerDivisionWhereThatIsDefined) {
@@ -231,8 +231,8 @@ TEST(GetIntrinsics, LimitsTheIndexToTheTable) {
   for (int i = 0; i < 12; ++i) EXPECT_EQ(model.getIntrinsics(i), &samples[i]);
   EXPECT_EQ(model.getIntrinsics(12), &samples[11]);
   EXPECT_EQ(model.getIntrinsics(15), &samples[11]);
-  EXPECT_EQ(model.getIntrinsics(kLowest), &samples.Get(0));
-  EXPECT_EQ(model.getIntrinsics(kLargest), &samples[11]);
+  EXPECT_EQ(model.getIntrinsics(kMinInt), &samples.Get(0));
+  EXPECT_EQ(model.getIntrinsics(kMaxInt), &samples[11]);
 }
 
 TEST(PTZCameraModelDeathTest, WithoutSamplesGetIntrinsicsStopsTheProcess) {
@@ -250,7 +250,7 @@ TEST(GetIntrinsics, WithoutSamplesContinuesDefinedWhenTheLoggerLetsItPass) {
   ScopedLogCapture capture;
   const PTZCameraModel model(withoutSamples());
   capture.take();
-  for (const int index : {-1, 0, 1, kLowest, kLargest}) {
+  for (const int index : {-1, 0, 1, kMinInt, kMaxInt}) {
     const PTZIntrinsicsItem* sample = model.getIntrinsics(index);
     ASSERT_NE(sample, nullptr);
     EXPECT_TRUE(MessageDifferencer::Equals(*sample, PTZIntrinsicsItem()));
@@ -319,9 +319,9 @@ TEST(ZoomXFactorToSteps, NotANumberIsTheLastSample) {
 }
 
 TEST(ZoomXFactorToSteps, ResultsBeyondIntSaturate) {
-  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {1e12, 2}}, 0, 1)).zoomXFactorToSteps(3), kLargest);
-  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {-1e12, 2}}, 0, 1)).zoomXFactorToSteps(3), kLowest);
-  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {1e12, 2}}, 0, 1)).zoomXFactorToSteps(1.5F), kLargest);
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {1e12, 2}}, 0, 1)).zoomXFactorToSteps(3), kMaxInt);
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {-1e12, 2}}, 0, 1)).zoomXFactorToSteps(3), kMinInt);
+  EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {1e12, 2}}, 0, 1)).zoomXFactorToSteps(1.5F), kMaxInt);
   EXPECT_EQ(PTZCameraModel(ptzOf({{0, 1}, {std::nan(""), 2}}, 0, 1)).zoomXFactorToSteps(3), 0);
   // All samples alike: 0 / 0.
   EXPECT_EQ(PTZCameraModel(ptzOf({{5, 1}, {6, 1}}, 0, 1)).zoomXFactorToSteps(1), 0);
@@ -343,7 +343,7 @@ TEST(StepsToZoomXFactor, WorksInDouble) {
 
 TEST(StepsToZoomXFactor, TheLastSampleAndBeyondGiveTheMaximum) {
   const PTZCameraModel model(examplePtz());
-  for (const int steps : {11000, 11001, 1000000, kLargest}) {
+  for (const int steps : {11000, 11001, 1000000, kMaxInt}) {
     EXPECT_EQ(model.stepsToZoomXFactor(steps), model.getMaxZoomFactor()) << steps;
   }
   EXPECT_LT(model.stepsToZoomXFactor(10999), model.getMaxZoomFactor());
@@ -353,7 +353,7 @@ TEST(StepsToZoomXFactor, NegativeStepsCountAsZero) {
   // A table from -100 on, so that 0 is not the wide end.
   const PTZCameraModel model(ptzOf({{-100, 100}, {0, 200}, {100, 400}}, -100, 100));
   EXPECT_EQ(model.stepsToZoomXFactor(0), 2.0F);
-  for (const int steps : {-1, -50, -100, -1000, kLowest}) {
+  for (const int steps : {-1, -50, -100, -1000, kMinInt}) {
     EXPECT_EQ(model.stepsToZoomXFactor(steps), 2.0F) << steps;
   }
 }
@@ -395,7 +395,7 @@ TEST(StepsToZoomXFactor, IsNeverNotANumber) {
         ptzOf({{0, 0}, {100, 0}}, 0, 100), ptzOf({{0, 100}, {0, 200}}, 0, 100),
         ptzOf({{0, 1e300}, {100, nan}}, 0, 100), ptzOf({{nan, nan}, {nan, nan}}, 1, 1)}) {
     const PTZCameraModel model(params);
-    for (const int steps : {kLowest, 0, 50, 100, kLargest}) {
+    for (const int steps : {kMinInt, 0, 50, 100, kMaxInt}) {
       // Comparisons with NaN are false.
       EXPECT_GE(model.stepsToZoomXFactor(steps), 1.0F) << params.ShortDebugString() << steps;
     }
@@ -404,10 +404,10 @@ TEST(StepsToZoomXFactor, IsNeverNotANumber) {
 }
 
 TEST(ZoomConversions, ExtremeTables) {
-  for (const int start : {kLowest, -1, 0, kLargest}) {
-    for (const int interval : {kLowest, -1, 0, 1, kLargest}) {
+  for (const int start : {kMinInt, -1, 0, kMaxInt}) {
+    for (const int interval : {kMinInt, -1, 0, 1, kMaxInt}) {
       const PTZCameraModel model(ptzOf({{0, 100}, {100, 200}}, start, interval));
-      for (const int steps : {kLowest, -1, 0, 1, kLargest}) {
+      for (const int steps : {kMinInt, -1, 0, 1, kMaxInt}) {
         EXPECT_GE(model.stepsToZoomXFactor(steps), 1.0F);
       }
     }

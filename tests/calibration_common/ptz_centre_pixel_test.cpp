@@ -37,8 +37,8 @@ using testing::ScopedLogCapture;
 using testing::threeSamples;
 using testing::uniform;
 
-constexpr int kLargest = std::numeric_limits<int>::max();
-constexpr int kLowest = std::numeric_limits<int>::min();
+constexpr int kMaxInt = std::numeric_limits<int>::max();
+constexpr int kMinInt = std::numeric_limits<int>::min();
 
 TEST(CenterPixel, ByHand) {
   // One focal length to the right: 45 degrees, 1570.8 steps. Then up.
@@ -148,7 +148,7 @@ TEST(CenterPixel, ResultsBeyondIntSaturateBeforeTheLimits) {
   params.mutable_pan_tilt()->set_pan_scale(1e-12F);
   params.mutable_pan_tilt()->set_tilt_scale(-1e-12F);
   EXPECT_EQ(centrePixel(params, kAhead, {2000, -500}).position,
-            (Position{kLargest, kLowest, kNotWritten}));
+            (Position{kMaxInt, kMinInt, kNotWritten}));
   params.mutable_pan_tilt()->set_max_pan(10);
   params.mutable_pan_tilt()->set_min_tilt(-20);
   EXPECT_EQ(centrePixel(params, kAhead, {2000, -500}).position, (Position{10, -20, kNotWritten}));
@@ -160,7 +160,7 @@ TEST(CenterPixel, ZeroScales) {
   params.mutable_pan_tilt()->set_tilt_scale(0);
   PointingOutcome outcome = centrePixel(params, kAhead, {2000, -500});
   EXPECT_TRUE(outcome.solved);
-  EXPECT_EQ(outcome.position, (Position{kLargest, kLargest, kNotWritten}));
+  EXPECT_EQ(outcome.position, (Position{kMaxInt, kMaxInt, kNotWritten}));
   // Straight ahead 0 / 0 steps are wanted: no number, which counts as 0.
   outcome = centrePixel(params, kAhead, {1000, 500});
   EXPECT_TRUE(outcome.solved);
@@ -195,7 +195,7 @@ TEST(CenterPixel, FailsWithNothingWrittenWhereThereIsNoRay) {
 }
 
 TEST(CenterPixel, FailsWithNothingWrittenAtTheLastSampleAndBeyond) {
-  for (const int zoom : {270, 271, 1000, kLargest}) {
+  for (const int zoom : {270, 271, 1000, kMaxInt}) {
     const PointingOutcome outcome =
         centrePixel(plainPtz(threeSamples()), {0, 0, zoom}, {1000, 500});
     EXPECT_FALSE(outcome.solved);

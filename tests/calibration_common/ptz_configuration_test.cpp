@@ -38,8 +38,8 @@ using testing::randomPixel;
 using testing::ScopedLogCapture;
 using testing::uniform;
 
-constexpr int kLowest = std::numeric_limits<int>::min();
-constexpr int kLargest = std::numeric_limits<int>::max();
+constexpr int kMinInt = std::numeric_limits<int>::min();
+constexpr int kMaxInt = std::numeric_limits<int>::max();
 
 float narrow(double value) { return static_cast<float>(value); }
 
@@ -182,7 +182,7 @@ TEST(BlendedLens, WorksInDouble) {
 }
 
 TEST(BlendedLens, AlwaysHasEightCoefficientsTwoOfThemZero) {
-  for (const int zoom : {kLowest, -1000, -999, 0, 1, 999, 5000, 10999, 11000, 20000, kLargest}) {
+  for (const int zoom : {kMinInt, -1000, -999, 0, 1, 999, 5000, 10999, 11000, 20000, kMaxInt}) {
     const auto configuration = configured(examplePtz(), zoom);
     const std::vector<float>& d = configuration.getDistortion();
     ASSERT_EQ(d.size(), 8U);
@@ -217,7 +217,7 @@ void expectNoLens(const PTZCameraModelConfiguration& configuration) {
 }
 
 TEST(BlendedLens, AtTheLastSampleAndBeyondThereIsNone) {
-  for (const int zoom : {11000, 11001, 12000, kLargest}) {
+  for (const int zoom : {11000, 11001, 12000, kMaxInt}) {
     SCOPED_TRACE(zoom);
     expectNoLens(configured(examplePtz(), zoom));
   }
@@ -225,7 +225,7 @@ TEST(BlendedLens, AtTheLastSampleAndBeyondThereIsNone) {
 }
 
 TEST(BlendedLens, AnIntervalAndMoreBelowTheFirstSampleThereIsNone) {
-  for (const int zoom : {1000, 999, 0, kLowest}) {
+  for (const int zoom : {1000, 999, 0, kMinInt}) {
     SCOPED_TRACE(zoom);
     expectNoLens(configured(startingAt(2000), zoom));
   }
@@ -250,13 +250,13 @@ TEST(BlendedLens, IntervalOfZeroIsTheFirstSegment) {
 }
 
 TEST(BlendedLens, ExtremeIntegersAreDefined) {
-  for (const int start : {kLowest, -1, 0, kLargest}) {
-    for (const int interval : {kLowest, -1, 0, 1, kLargest}) {
+  for (const int start : {kMinInt, -1, 0, kMaxInt}) {
+    for (const int interval : {kMinInt, -1, 0, 1, kMaxInt}) {
       PTZCameraParameters params = examplePtz();
       params.mutable_intrinsics()->set_zoom_start(start);
       params.mutable_intrinsics()->set_zoom_interval(interval);
       const PTZCameraModelPtr model = ptzModel(params);
-      for (const int extreme : {kLowest, 0, kLargest}) {
+      for (const int extreme : {kMinInt, 0, kMaxInt}) {
         const PTZCameraModelConfiguration configuration(model, extreme, extreme, extreme);
         EXPECT_EQ(configuration.getDistortion().size(), 8U);
         EXPECT_TRUE(configuration.getCameraTransform().transform.allFinite());

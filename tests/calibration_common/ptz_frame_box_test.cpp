@@ -39,7 +39,7 @@ using testing::randomPosition;
 using testing::ScopedLogCapture;
 using testing::threeSamples;
 
-constexpr int kLargest = std::numeric_limits<int>::max();
+constexpr int kMaxInt = std::numeric_limits<int>::max();
 
 /// The largest focal length, pixels, at which a corner `x` to the side of the axis is within half
 /// of `size` pixels: as stated, in single precision.
@@ -145,7 +145,7 @@ TEST(FrameBox, TheShareIsNarrowedToFloatAndTheZoomTruncated) {
 
 TEST(FrameBox, ZoomsBeyondIntSaturate) {
   EXPECT_EQ(frameAround(plainPtz(lensOf({{70, 1000}, {1e12, 2000}}, 100)), 20, 20).position.zoom,
-            kLargest);
+            kMaxInt);
   const PTZIntrinsicsTable nan = lensOf({{70, 1000}, {170, 2000}, {std::nan(""), 3000}}, 100);
   EXPECT_EQ(frameAround(plainPtz(nan), 20, 20).position.zoom, 0);
 }

@@ -25,7 +25,7 @@ using testing::Stereographic;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kLargest = std::numeric_limits<float>::max();
+constexpr float kMaxFloat = std::numeric_limits<float>::max();
 
 AptinaSTE headCamera() {
   const LensTables tables = headCameraTables();
@@ -171,7 +171,7 @@ TEST(AptinaSTE, RoundTripsWithinTheFrame) {
 
 void expectIdentity(const AptinaSTE& transform) {
   for (const Vector2_f& p : {Vector2_f(640, 480), Vector2_f(0, 0), Vector2_f(1279.5F, 3.25F),
-                             Vector2_f(-1e30F, kLargest), Vector2_f(kInfinity, -1)}) {
+                             Vector2_f(-1e30F, kMaxFloat), Vector2_f(kInfinity, -1)}) {
     EXPECT_EQ(transform.transformPoint(p), p);
     EXPECT_EQ(transform.inverseTransformPoint(p), p);
   }
@@ -245,9 +245,9 @@ TEST(AptinaSTE, PointsFarAway) {
   // The continuation's slope, which is all that counts out there.
   EXPECT_NEAR(transform.transformPoint({1e30F, 480}).x() / 4.765508e30F, 1, 1e-6);
   EXPECT_NEAR(transform.inverseTransformPoint({1e30F, 480}).x() * 4.765508F / 1e30F, 1, 1e-6);
-  EXPECT_EQ(transform.transformPoint({kLargest, 480}).x(), kInfinity);
-  EXPECT_EQ(transform.transformPoint({-kLargest, -kLargest}), Vector2_f(-kInfinity, -kInfinity));
-  EXPECT_TRUE(transform.inverseTransformPoint({kLargest, kLargest}).allFinite());
+  EXPECT_EQ(transform.transformPoint({kMaxFloat, 480}).x(), kInfinity);
+  EXPECT_EQ(transform.transformPoint({-kMaxFloat, -kMaxFloat}), Vector2_f(-kInfinity, -kInfinity));
+  EXPECT_TRUE(transform.inverseTransformPoint({kMaxFloat, kMaxFloat}).allFinite());
 }
 
 TEST(AptinaSTE, LargestSizes) {

@@ -63,7 +63,7 @@ TEST(FitStages, NoiseIsCreditedWithinLimits) {
     EXPECT_EQ(candidate.sigma, 2.0);
   }
   for (const Candidate& candidate : fitCandidates(noisyView(distortedCamera(), 0.06).view)) {
-    EXPECT_EQ(candidate.sigma, kSmallestNoise);
+    EXPECT_EQ(candidate.sigma, kMinNoise);
   }
 }
 

@@ -62,12 +62,12 @@ TEST(PlanarView, RandomSelectionStandsForTooManyPoints) {
     }
     return points;
   };
-  const std::vector<Vector2_f> all = grid(kMostPoints);
-  EXPECT_EQ(makePlanarView(all, all, {100, 100})->points.size(), kMostPoints);
-  const std::vector<Vector2_f> too_many = grid(10 * kMostPoints);
+  const std::vector<Vector2_f> all = grid(kMaxPoints);
+  EXPECT_EQ(makePlanarView(all, all, {100, 100})->points.size(), kMaxPoints);
+  const std::vector<Vector2_f> too_many = grid(10 * kMaxPoints);
   const std::optional<PlanarView> view = makePlanarView(too_many, too_many, {100, 1000});
   ASSERT_TRUE(view);
-  ASSERT_EQ(view->points.size(), kMostPoints);
+  ASSERT_EQ(view->points.size(), kMaxPoints);
   // Means of uniform values have a standard error of 0.29 of their range over 100.
   EXPECT_NEAR(view->plane_centre.x(), 49.5, 1);    // measured: 0.3
   EXPECT_NEAR(view->plane_centre.y(), 499.5, 10);  // measured: 1.3

@@ -9,8 +9,8 @@
 namespace norv {
 namespace {
 
-constexpr int kLowest = std::numeric_limits<int>::min();
-constexpr int kLargest = std::numeric_limits<int>::max();
+constexpr int kMinInt = std::numeric_limits<int>::min();
+constexpr int kMaxInt = std::numeric_limits<int>::max();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 TEST(TruncateToInt, TowardZero) {
@@ -23,18 +23,18 @@ TEST(TruncateToInt, TowardZero) {
 }
 
 TEST(TruncateToInt, EndsOfTheRange) {
-  EXPECT_EQ(internal::truncateToInt(2147483646.0), kLargest - 1);
-  EXPECT_EQ(internal::truncateToInt(2147483646.9999995), kLargest - 1);
-  EXPECT_EQ(internal::truncateToInt(2147483647.0), kLargest);
-  EXPECT_EQ(internal::truncateToInt(-2147483647.0), kLowest + 1);
-  EXPECT_EQ(internal::truncateToInt(-2147483647.9999995), kLowest + 1);
-  EXPECT_EQ(internal::truncateToInt(-2147483648.0), kLowest);
+  EXPECT_EQ(internal::truncateToInt(2147483646.0), kMaxInt - 1);
+  EXPECT_EQ(internal::truncateToInt(2147483646.9999995), kMaxInt - 1);
+  EXPECT_EQ(internal::truncateToInt(2147483647.0), kMaxInt);
+  EXPECT_EQ(internal::truncateToInt(-2147483647.0), kMinInt + 1);
+  EXPECT_EQ(internal::truncateToInt(-2147483647.9999995), kMinInt + 1);
+  EXPECT_EQ(internal::truncateToInt(-2147483648.0), kMinInt);
 }
 
 TEST(TruncateToInt, SaturatesBeyondThem) {
   for (const double beyond : {2147483647.5, 2147483648.0, 1e10, 1e300, kInfinity}) {
-    EXPECT_EQ(internal::truncateToInt(beyond), kLargest) << beyond;
-    EXPECT_EQ(internal::truncateToInt(-beyond - 1), kLowest) << beyond;
+    EXPECT_EQ(internal::truncateToInt(beyond), kMaxInt) << beyond;
+    EXPECT_EQ(internal::truncateToInt(-beyond - 1), kMinInt) << beyond;
   }
 }
 
@@ -44,14 +44,14 @@ TEST(TruncateToInt, NotANumberIsZero) {
 }
 
 TEST(ClampToInt, KeepsWhatFitsAndSaturates) {
-  for (const std::int64_t value : {std::int64_t{0}, std::int64_t{-5}, std::int64_t{kLargest},
-                                   std::int64_t{kLowest}, std::int64_t{kLargest} - 1}) {
+  for (const std::int64_t value : {std::int64_t{0}, std::int64_t{-5}, std::int64_t{kMaxInt},
+                                   std::int64_t{kMinInt}, std::int64_t{kMaxInt} - 1}) {
     EXPECT_EQ(internal::clampToInt(value), value);
   }
-  EXPECT_EQ(internal::clampToInt(std::int64_t{kLargest} + 1), kLargest);
-  EXPECT_EQ(internal::clampToInt(std::int64_t{kLowest} - 1), kLowest);
-  EXPECT_EQ(internal::clampToInt(std::numeric_limits<std::int64_t>::max()), kLargest);
-  EXPECT_EQ(internal::clampToInt(std::numeric_limits<std::int64_t>::min()), kLowest);
+  EXPECT_EQ(internal::clampToInt(std::int64_t{kMaxInt} + 1), kMaxInt);
+  EXPECT_EQ(internal::clampToInt(std::int64_t{kMinInt} - 1), kMinInt);
+  EXPECT_EQ(internal::clampToInt(std::numeric_limits<std::int64_t>::max()), kMaxInt);
+  EXPECT_EQ(internal::clampToInt(std::numeric_limits<std::int64_t>::min()), kMinInt);
 }
 
 }  // namespace
