@@ -143,13 +143,6 @@ if(library_type STREQUAL "SHARED_LIBRARY" AND NOT CAMERA_PARAMETERS_SANITIZERS)
   # The sanitizers' runtime is the program's.
   target_link_options(camera_parameters PRIVATE -Wl,--no-undefined)
 endif()
-# Two sets, since the build folder may lie inside the source folder and the base folders of one set
-# must not nest.
-target_sources(camera_parameters
-  PUBLIC
-    FILE_SET headers TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${public_headers}
-    FILE_SET generated_headers TYPE HEADERS BASE_DIRS "${generated_dir}" FILES ${generated_headers})
-
 # <camera_parameters/support/file.h> is this library's header wherever another support/ folder is searched
 # first. Installed, it lies at that path; in the build folder a file that leads to it does.
 set(prefixed_dir "${PROJECT_BINARY_DIR}/prefixed")
@@ -157,7 +150,10 @@ foreach(header IN LISTS public_headers)
   file(CONFIGURE OUTPUT "${prefixed_dir}/camera_parameters/${header}"
     CONTENT "#include \"${PROJECT_SOURCE_DIR}/${header}\"\n" @ONLY)
 endforeach()
-target_include_directories(camera_parameters INTERFACE "$<BUILD_INTERFACE:${prefixed_dir}>")
+# No file sets: installed to an absolute path, CMake 3.25 writes that path wrongly into the package file.
+target_include_directories(camera_parameters INTERFACE
+  "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR};${generated_dir};${prefixed_dir}>")
+add_dependencies(camera_parameters camera_parameters_messages)
 
 # The static twin, and two variants for tests that bring their own compiled-in files or their own
 # calibrateFromSingleImage.

@@ -13,9 +13,12 @@ install(TARGETS camera_parameters
   EXPORT camera_parameters_targets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
-  INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
-  FILE_SET headers DESTINATION "${include_dir}" COMPONENT development
-  FILE_SET generated_headers DESTINATION "${include_dir}" COMPONENT development)
+  INCLUDES DESTINATION "${include_dir}" "${CMAKE_INSTALL_INCLUDEDIR}")
+foreach(header IN LISTS public_headers)
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES "${PROJECT_SOURCE_DIR}/${header}" DESTINATION "${include_dir}/${folder}" COMPONENT development)
+endforeach()
+install(FILES ${generated_headers} DESTINATION "${include_dir}/proto" COMPONENT development)
 install(EXPORT camera_parameters_targets
   NAMESPACE norv::
   DESTINATION "${package_dir}"
@@ -51,9 +54,8 @@ install(FILES "${PROJECT_BINARY_DIR}/camera_parameters.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
   COMPONENT development)
 
-foreach(proto IN LISTS proto_files)
-  install(FILES "${PROJECT_SOURCE_DIR}/${proto}" DESTINATION "${data_dir}/proto" COMPONENT development)
-endforeach()
+list(TRANSFORM proto_files PREPEND "${PROJECT_SOURCE_DIR}/" OUTPUT_VARIABLE proto_paths)
+install(FILES ${proto_paths} DESTINATION "${data_dir}/proto" COMPONENT development)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/calibration/"
   DESTINATION "${data_dir}/calibration"
   COMPONENT tool
