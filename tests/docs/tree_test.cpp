@@ -88,6 +88,18 @@ TEST(DocumentsAndTree, ArchitectureListsTheRooms) {
   }
 }
 
+TEST(DocumentsAndTree, ArchitectureListsTheFilesOfCalibrationCommon) {
+  const std::string text = read(kRoot / "ARCHITECTURE.md");
+  const std::size_t begin = text.find("\n    calibration_common/ ");
+  const std::size_t end = text.find("\n    support/ ");
+  ASSERT_LT(begin, end);
+  std::set<std::string> stems;
+  for (const auto& entry : fs::directory_iterator(kRoot / "calibration_common")) {
+    stems.insert(entry.path().stem().string());
+  }
+  EXPECT_EQ(allMatches(text.substr(begin, end - begin), "\n      ([a-z_]+)  "), stems);
+}
+
 TEST(DocumentsAndTree, ArchitectureListsTheFolders) {
   const std::string text = read(kRoot / "ARCHITECTURE.md");
   std::set<std::string> listed = allMatches(text, "\n    ([a-z_]+)/ ");
