@@ -207,7 +207,7 @@ class NORV_EXPORT CameraParametersSet {
   /// reported by a warning, after an error line where a camera's entry is what is wrong.
   bool loadFromString(const std::string& data);
 
-  /// Loads a copy of `calibration`. A failure is reported likewise.
+  /// Loads a copy of `calibration`. A failure is reported as by `loadFromString`.
   bool loadFromProto(const RobotCalibration& calibration);
 
   /// Loads the compiled-in default calibration. Always false, so that a failed load can return it.

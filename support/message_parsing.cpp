@@ -9,7 +9,7 @@ namespace norv {
 namespace {
 
 /// Deeper than any message of ours; keeps a hostile text from exhausting the stack.
-constexpr int kDeepestNesting = 100;
+constexpr int kMaxNesting = 100;
 
 /// Keeps the first error and drops warnings; the default collector would print both.
 class FirstError final : public google::protobuf::io::ErrorCollector {
@@ -42,7 +42,7 @@ bool parseText(const std::string& data, google::protobuf::Message* message, Text
   FirstError collector(error);
   google::protobuf::TextFormat::Parser parser;
   parser.RecordErrorsTo(&collector);
-  parser.SetRecursionLimit(kDeepestNesting);
+  parser.SetRecursionLimit(kMaxNesting);
   return parser.ParseFromString(data, message);
 }
 

@@ -12,7 +12,7 @@ namespace norv::tools {
 template <std::size_t N>
 std::optional<std::array<int, N>> parseIntegers(const std::string& text);
 
-/// N finite numbers, likewise.
+/// N finite numbers, separated in the same way; nullopt for anything else.
 template <std::size_t N>
 std::optional<std::array<float, N>> parseNumbers(const std::string& text);
 
