@@ -8,7 +8,7 @@
 #include "support/checks.h"
 #include "support/file.h"
 #include "support/logging.h"
-#include "support/message_parsing.h"
+#include "support/messages/message_reading.h"
 
 namespace norv::calibration {
 namespace {
@@ -61,7 +61,7 @@ void BaseCalibrationData::loadDefault() {
   NORV_CHECK(File::readFileToString(
       EmbeddedFile::kEmbeddedPrefix + "calibration/default_base_cal.txt", &data));
   NORV_CHECK_AS("google::protobuf::TextFormat::ParseFromString(data, default_cal_.get())",
-                parseText(data, fresh.get()));
+                internal::readText(data, fresh.get()));
   default_cal_ = std::move(fresh);
 }
 
@@ -93,7 +93,7 @@ bool BaseCalibrationData::setDefault() {
 
 bool BaseCalibrationData::loadFromString(const std::string& data) {
   BaseCalibrationProto message;
-  if (!parseBinaryOrText(data, &message)) return setDefault();
+  if (!internal::readBinaryOrText(data, &message)) return setDefault();
   cal_->Swap(&message);
   const SwapBack swap_back(cal_.get(), &message);
   return readProto() || setDefault();

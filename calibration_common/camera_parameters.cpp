@@ -12,7 +12,7 @@
 #include "support/checks.h"
 #include "support/file.h"
 #include "support/logging.h"
-#include "support/message_parsing.h"
+#include "support/messages/message_reading.h"
 #include "support/sensor_transform.h"
 
 /// Log statements record the signature of their function as it is spelled; this is the spelling by
@@ -234,7 +234,7 @@ bool CameraParametersSet::loadFromFile(const string& path) {
 bool CameraParametersSet::loadFromString(const string& data) {
   const internal::LoadRollback rollback(&cameras_, &robotcal_);
   robotcal_ = internal::newMessage<RobotCalibration>();
-  if (!parseBinaryOrText(data, robotcal_.get())) {
+  if (!internal::readBinaryOrText(data, robotcal_.get())) {
     NORV_LOG(kLogWarning, kChannel) << "Loading default camera calibration.";
     return setDefault();
   }
@@ -261,7 +261,7 @@ bool CameraParametersSet::setDefault() {
   NORV_CHECK(File::readFileToString(
       EmbeddedFile::kEmbeddedPrefix + "calibration/default_head_cal.txt", &data));
   NORV_CHECK_AS("google::protobuf::TextFormat::ParseFromString(data, robotcal_.get())",
-                parseText(data, robotcal_.get()));
+                internal::readText(data, robotcal_.get()));
   NORV_CHECK_AS("readProto()", buildCameras(data.size()));
   return false;
 }

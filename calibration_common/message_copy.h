@@ -31,8 +31,8 @@ std::shared_ptr<M> newMessage() {
 }
 
 /// Makes `*to`, another message than `from` and on an arena unless noted, equal to `from`, unknown
-/// fields included. Throws std::bad_alloc; `*to` is then fit to be destroyed or cleared, and
-/// nothing is lost. Different targets may be written concurrently.
+/// fields included. Throws std::bad_alloc; `*to` is then fit to be destroyed, and for nothing else.
+/// Different targets may be written concurrently.
 void copyMessage(const calibration::RobotCalibration& from, calibration::RobotCalibration* to);
 void copyMessage(const calibration::CameraCalibration& from, calibration::CameraCalibration* to);
 /// `*to` may be on the heap: the message holds no list of messages.

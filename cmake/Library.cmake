@@ -57,6 +57,7 @@ set(library_sources
   support/log/levels.cpp
   support/log/line.cpp
   support/log/text.cpp
+  support/messages/message_reading.cpp
   support/numeric/monotone_cubic.cpp
   support/numeric/polynomial_zero.cpp
   support/sensor/lens_curve.cpp

@@ -1,23 +1,25 @@
 #include <calibration_common/ptz_camera_model.h>
-#include <google/protobuf/text_format.h>
+#include <support/file.h>
+#include <support/message_parsing.h>
 
-#include <fstream>
 #include <iostream>
 #include <memory>
-#include <sstream>
+#include <string>
 
-int main(int /*argc*/, char** argv) {
+int main(int argc, char** argv) {
   using namespace norv::calibration;
-  std::stringstream text;
-  text << std::ifstream(argv[1]).rdbuf();
+  std::string data;
   PTZCameraParameters parameters;
-  google::protobuf::TextFormat::ParseFromString(text.str(), &parameters);
+  if (argc != 2 || !norv::File::readFileToString(argv[1], &data) ||
+      !norv::parseBinaryOrText(data, &parameters)) {
+    std::cerr << "needs the file of a pan-tilt-zoom camera\n";
+    return 2;
+  }
   const auto model = std::make_shared<const PTZCameraModel>(parameters);
-  if (!model->isValid()) return 1;
+  if (!model->isValid()) return 1;                               // the log says why
   const PTZCameraModelConfiguration now(model, 500, 200, 2500);  // pan, tilt, zoom: motor steps
   int pan = 0;
   int tilt = 0;
-  if (now.getPanTilt(norv::Vector2_f(400, 300), &pan, &tilt)) {
-    std::cout << "pan " << pan << " and tilt " << tilt << " centre the pixel\n";
-  }
+  if (!now.getPanTilt(norv::Vector2_f(400, 300), &pan, &tilt)) return 1;
+  std::cout << "pan " << pan << " and tilt " << tilt << " centre the pixel\n";
 }

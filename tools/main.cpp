@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -11,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/logging.h"
 #include "support/printable_text.h"
 #include "tools/adjust/adjust_command.h"
 #include "tools/aim/aim_command.h"
@@ -38,6 +40,12 @@ ExitStatus print(const ToolAnswer& answer) {
   const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   return written && std::fflush(stdout) == 0 ? answer.status
                                              : fail("cannot write to standard output");
+}
+
+/// The library's log is for those who ask for it. The others get the tool's own words alone, and
+/// failed checks.
+void configureLog() {
+  if (std::getenv("NORV_LOG") == nullptr) norv::setLogLevel(nullptr, norv::kLogFatal);
 }
 
 /// The words of the command line, where `help VERB` stands for `VERB --help`.
@@ -98,6 +106,7 @@ int main(int argc, char** argv) {
   // A file that grows beyond the user's limit is an error of writing like others.
   std::signal(SIGXFSZ, SIG_IGN);
   try {
+    configureLog();
     return run(argc, argv);
   } catch (const std::bad_alloc&) {
     return fail("there is not enough memory");

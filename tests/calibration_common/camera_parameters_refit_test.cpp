@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <optional>
 #include <stdexcept>
 
 #include "calibration_common/camera_parameters.h"
@@ -335,6 +336,40 @@ TEST_F(CameraRefitTest, PrecomputingAgainGivesTheSameTable) {
   EXPECT_THAT(table[0].distortion, ElementsAre(1.1F, 1.2F, 2.1F, 2.2F, 1.3F, 1.4F, 1.5F, 1.6F));
   EXPECT_EQ(table[1].fx, 1000);
   EXPECT_EQ(table[2].cy, 360);
+}
+
+TEST_F(CameraRefitTest, LoadFitsOnce) {
+  for (const double error : {0.5, 11.0}) {
+    fit = {};
+    fit.error = error;
+    CameraParameters camera;
+    EXPECT_EQ(camera.readProto(headCamera(4)), error < 10);
+    EXPECT_EQ(fit.calls, 1);
+  }
+}
+
+TEST_F(CameraRefitTest, ProblemOfTheFitIsAValue) {
+  ScopedLogCapture capture;
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const double error : {0.0, 10.0, nan}) {
+    fit.error = error;
+    EXPECT_EQ(findLoadProblem(headCamera(4)), std::nullopt) << error;
+  }
+  const std::pair<double, const char*> refused[] = {
+      {10.000001, "10"}, {12.5, "12.5"}, {std::numeric_limits<double>::infinity(), "inf"}};
+  for (const auto& [error, text] : refused) {
+    fit.error = error;
+    const std::optional<LoadProblem> problem = findLoadProblem(headCamera(4));
+    ASSERT_NE(problem, std::nullopt) << error;
+    EXPECT_EQ(problem->field, "intrinsics.samples");
+    EXPECT_EQ(problem->sentence,
+              std::string("Error recomputing calibration. Error per point=") + text);
+  }
+  EXPECT_TRUE(capture.take().empty());
+  // It is the head camera's sensor alone that warps.
+  fit.calls = 0;
+  EXPECT_EQ(findLoadProblem(exampleCamera("camera", "mk513n")), std::nullopt);
+  EXPECT_EQ(fit.calls, 0);
 }
 
 TEST_F(CameraRefitTest, FailedFitKeepsTheTable) {

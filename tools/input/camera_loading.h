@@ -9,12 +9,12 @@
 
 namespace norv::tools {
 
-/// Loads entry `index` of a robot calibration, without a line in the log. Throws ToolError, with
-/// the field that is amiss and its place, when the library would not load it.
+/// Loads entry `index` of a robot calibration. Throws ToolError, with the field that is wrong and
+/// its place, when the library does not load it.
 std::unique_ptr<calibration::CameraParameters> loadCamera(
     const CalibrationInput& input, int index, const calibration::CameraCalibration& calibration);
 
-/// Loads a base calibration, likewise.
+/// Loads a base calibration. Throws in the same way.
 std::unique_ptr<calibration::BaseCalibrationData> loadBase(
     const CalibrationInput& input, const calibration::BaseCalibrationProto& base);
 

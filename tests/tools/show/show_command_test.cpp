@@ -341,6 +341,36 @@ TEST(ShowCommand, CamerasThatAreRejected) {
                           "sample points to recompute intrinsics parameters.");
 }
 
+TEST(ShowCommand, ReasonOfARejectedCameraDoesNotDependOnTheLog) {
+  const TemporaryFolder folder;
+  CameraCalibration camera = plainCamera("bad");
+  camera.set_model("mk512h");
+  const std::string path = folder.write("samples", robotOf({camera}).SerializeAsString());
+  const std::string reason = "camera-parameters: " + path +
+                             ": camera_calibration[0].intrinsics.samples: Can not find calibration "
+                             "sample points to recompute intrinsics parameters.\n";
+  for (const char* environment : {"", "NORV_LOG=off", "NORV_LOG=check=fatal,off"}) {
+    const ProgramResult result = testing::runTool("show '" + path + "'", environment);
+    EXPECT_EQ(result.status, 1) << environment;
+    EXPECT_EQ(result.errors, reason) << environment;
+  }
+  const ProgramResult result = testing::runTool("show '" + path + "'", "NORV_LOG=info");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.errors, ::testing::EndsWith("\n" + reason));
+  EXPECT_THAT(result.errors, HasSubstr("Using Corvel head camera model."));
+}
+
+TEST(ShowCommand, LogIsForThoseWhoAskForIt) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot", robotOf({plainCamera("lab")}).SerializeAsString());
+  const std::string quiet = testing::toolOutput("show --size 320x240 '" + path + "'");
+  const ProgramResult result =
+      testing::runTool("show --size 320x240 '" + path + "'", "NORV_LOG=info");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, quiet);
+  EXPECT_THAT(result.errors, HasSubstr("1280 960 320 240"));
+}
+
 TEST(ShowCommand, RejectedCameraOfATextHasItsPlace) {
   const TemporaryFolder folder;
   const std::string path = folder.write("robot.txt",
