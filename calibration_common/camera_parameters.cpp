@@ -1,7 +1,6 @@
 #include "calibration_common/camera_parameters.h"
 
 #include <cstddef>
-#include <iterator>
 #include <utility>
 
 #include "calibration_common/camera_models.h"
@@ -11,6 +10,7 @@
 #include "calibration_common/stored_pose.h"
 #include "support/checks.h"
 #include "support/file.h"
+#include "support/lens_distortion.h"
 #include "support/logging.h"
 #include "support/messages/message_reading.h"
 #include "support/sensor_transform.h"
@@ -47,15 +47,13 @@ const CameraParameters::Intrinsics* findEntry(
   return nullptr;
 }
 
-/// Appends k1, k2, p1, p2, k3, k4, k5, k6.
+/// Appends the coefficients in the library's order, of which the message has the radial ones apart.
 void appendDistortion(const CameraIntrinsics& intrinsics, std::vector<float>* distortion) {
-  const double* radial = intrinsics.radial().data();
-  const double* tangential = intrinsics.tangential().data();
-  const double stored[] = {radial[0], radial[1], tangential[0], tangential[1],
-                           radial[2], radial[3], radial[4],     radial[5]};
-  float narrowed[std::size(stored)];
-  for (std::size_t i = 0; i < std::size(stored); ++i) narrowed[i] = static_cast<float>(stored[i]);
-  distortion->insert(distortion->end(), std::begin(narrowed), std::end(narrowed));
+  const auto k = [&](int i) { return static_cast<float>(intrinsics.radial().data()[i]); };
+  const auto p = [&](int i) { return static_cast<float>(intrinsics.tangential().data()[i]); };
+  const LensDistortion<float> lens = {k(0), k(1), p(0), p(1), k(2), k(3), k(4), k(5)};
+  const auto coefficients = lens.toCoefficients();
+  distortion->insert(distortion->end(), coefficients.begin(), coefficients.end());
 }
 
 /// The part of a fitted projection that describes the camera, apart from the image size.
@@ -66,11 +64,9 @@ void storeIntrinsics(const OpenCVProjection<autodiff::AutoDiff1<double, 20>>& fi
   out->skew = 0;
   out->cx = static_cast<float>(fitted.cx.value);
   out->cy = static_cast<float>(fitted.cy.value);
-  const double distortion[] = {fitted.k1.value, fitted.k2.value, fitted.p1.value, fitted.p2.value,
-                               fitted.k3.value, fitted.k4.value, fitted.k5.value, fitted.k6.value};
-  out->distortion.resize(std::size(distortion));
-  for (std::size_t i = 0; i < std::size(distortion); ++i) {
-    out->distortion[i] = static_cast<float>(distortion[i]);
+  out->distortion.clear();
+  for (const auto& coefficient : fitted.lens().toCoefficients()) {
+    out->distortion.push_back(static_cast<float>(coefficient.value));
   }
 }
 
