@@ -45,7 +45,8 @@ ExitStatus print(const ToolAnswer& answer) {
 /// The library's log is for those who ask for it. The others get the tool's own words alone, and
 /// failed checks.
 void configureLog() {
-  if (std::getenv("NORV_LOG") == nullptr) norv::setLogLevel(nullptr, norv::kLogFatal);
+  const char* const levels = std::getenv("NORV_LOG");
+  if (levels == nullptr || *levels == '\0') norv::setLogLevel(nullptr, norv::kLogFatal);
 }
 
 /// The words of the command line, where `help VERB` stands for `VERB --help`.

@@ -83,7 +83,7 @@ std::string explainUsage(const CLI::App& app, const CLI::ParseError& error) {
   const CLI::App* const verb = verbs.empty() ? nullptr : verbs.front();
   const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
   if (code == CLI::ExitCodes::RequiredError || code == CLI::ExitCodes::ExtrasError) {
-    const std::string rest = explainRest(app, verb);
+    std::string rest = explainRest(app, verb);
     if (!rest.empty()) return rest;
   }
   return error.what();

@@ -55,6 +55,18 @@ TEST(Usage, MissingAndBadValues) {
               "CALIBRATION and --base cannot both be standard input", "adjust");
 }
 
+TEST(Usage, LibrarysLinesAreForThoseWhoAskForThem) {
+  const std::string show = "show --camera head_camera";
+  const std::string output = testing::toolOutput(show);
+  EXPECT_EQ(runTool(show, "NORV_LOG=").errors, "");
+  for (const std::string levels : {"info", "camera_parameters=info"}) {
+    const ProgramResult result = runTool(show, "NORV_LOG=" + levels);
+    EXPECT_THAT(result.errors, HasSubstr("error per point="));
+    EXPECT_EQ(result.output, output);
+  }
+  EXPECT_EQ(runTool(show, "NORV_LOG=off").errors, "");
+}
+
 TEST(Usage, SizesAndNamesOfCameras) {
   expectUsage("show --size 99999x99999",
               "--size: not a size such as 640x480, each side at most 65535: 99999x99999", "show");
