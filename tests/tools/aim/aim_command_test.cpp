@@ -85,7 +85,7 @@ void expectPixel(const json& pixel, const Vector2_f& expected) {
 json anyJson(const std::string& arguments) {
   const testing::ProgramResult result = testing::runTool(arguments + " --json");
   EXPECT_TRUE(result.status == 0 || result.status == 3) << arguments;
-  const json answer = json::parse(result.output, nullptr, false);
+  json answer = json::parse(result.output, nullptr, false);
   EXPECT_EQ(answer["reached"], result.status == 0) << arguments;
   return answer;
 }
