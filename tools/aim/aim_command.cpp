@@ -4,6 +4,7 @@
 
 #include "calibration_common/ptz_camera_model.h"
 #include "tools/aim/aim_report.h"
+#include "tools/aim/aim_solution.h"
 #include "tools/input/calibration_kind.h"
 #include "tools/input/number_list.h"
 #include "tools/input/ptz_loading.h"

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-#include "tools/aim/aim_solution.h"
+#include "tools/aim/aim.h"
 #include "tools/tool_answer.h"
 
 namespace norv::tools {

@@ -2,7 +2,7 @@
 
 #include "calibration_common/ptz_camera_model.h"
 #include "proto/norv_pan_tilt_system.pb.h"
-#include "tools/aim/aim_solution.h"
+#include "tools/aim/aim.h"
 
 namespace norv::tools {
 

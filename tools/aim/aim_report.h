@@ -3,7 +3,7 @@
 #include <string>
 
 #include "calibration_common/ptz_camera_model.h"
-#include "tools/aim/aim_solution.h"
+#include "tools/aim/aim.h"
 
 namespace norv::tools {
 
