@@ -14,15 +14,9 @@
 #include <string>
 
 #include "export.h"
+#include "text_parse_error.h"
 
 namespace norv {
-
-/// Where and why a text could not be parsed.
-struct TextParseError {
-  int line = 0;    ///< counted from 1; 0 when the error has no place in the text
-  int column = 0;  ///< counted from 1
-  std::string message;
-};
 
 /// Parses `data` as a binary message. Fields that the message does not know are kept as unknown
 /// ones. An empty string is an empty message.

@@ -9,7 +9,7 @@
 
 #include <string>
 
-#include "support/message_parsing.h"
+#include "support/text_parse_error.h"
 
 namespace norv::internal {
 
