@@ -6,8 +6,9 @@
 ///
 /// All of them serve any message. What is parsed replaces what `*message` held; where one returns
 /// false, or throws std::bad_alloc since memory does not suffice, `*message` is as it was, and
-/// takes no more memory than before unless it is on an arena. They log nothing. Thread-safe, for
-/// different messages on different arenas.
+/// takes no more memory than before unless it is on an arena. (Where memory runs out, Protocol
+/// Buffers may lose the one block that it was about to put into a list.) They log nothing.
+/// Thread-safe, for different messages on different arenas.
 
 #include <google/protobuf/message.h>
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <Eigen/Geometry>
+#include <memory>
 #include <random>
 #include <string>
 
@@ -223,6 +224,34 @@ TEST(BaseAdjustment, CamerasHeldByCallersMove) {
   const auto held = set.getCamera("a");
   set.adjustUsingBaseCalibration(baseWith(Matrix3x3_f::Identity(), {0, 0.5F, 0}));
   EXPECT_EQ(held->getTranslation(), Vector3_f(1, 0.5F, 0));
+}
+
+TEST(BaseAdjustment, NoCamerasMessageFollowsTheSets) {
+  const CameraCalibration loaded = cameraAt("a", Matrix3x3_f::Identity(), {1, 0, 0});
+  CameraParametersSet set;
+  ASSERT_TRUE(set.loadFromProto(robotOf({loaded})));
+  const std::shared_ptr<CameraParameters> first = set.getCamera("a");
+  ASSERT_TRUE(set.readProto());  // replaces it by a camera of the same message
+  const std::shared_ptr<CameraParameters> second = set.getCamera("a");
+  ASSERT_NE(first, second);
+  set.adjustUsingBaseCalibration(baseWith(Matrix3x3_f::Identity(), {0, 0.5F, 0}));
+  EXPECT_EQ(set.getRobotCalibration().camera_calibration(0).extrinsics().a(7), 500);
+  EXPECT_EQ(second->getTranslation(), Vector3_f(1, 0.5F, 0));
+  EXPECT_EQ(first->getTranslation(), Vector3_f(1, 0, 0));
+  for (const auto& camera : {first, second}) {
+    EXPECT_TRUE(MessageDifferencer::Equals(camera->getCalibration(), loaded));
+  }
+}
+
+TEST(BaseAdjustment, TextLoadsKeepTheirMessagesToo) {
+  const CameraCalibration loaded = cameraAt("a", Matrix3x3_f::Identity(), {1, 0, 0});
+  CameraParametersSet set;
+  ASSERT_TRUE(set.loadFromString(robotOf({loaded}).DebugString()));
+  const RobotCalibration& message = set.getRobotCalibration();
+  set.adjustUsingBaseCalibration(baseWith(Matrix3x3_f::Identity(), {0, 0.5F, 0}));
+  EXPECT_EQ(&set.getRobotCalibration(), &message);  // a reference to it stays good
+  EXPECT_EQ(message.camera_calibration(0).extrinsics().a(7), 500);
+  EXPECT_TRUE(MessageDifferencer::Equals(set.getCamera("a")->getCalibration(), loaded));
 }
 
 TEST(BaseAdjustment, OnlyCamerasOfTheStoredMessageMove) {
