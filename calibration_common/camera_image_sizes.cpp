@@ -41,10 +41,10 @@ void CameraParameters::affineIntrinsics(const Intrinsics& in, int x0, int y0, in
 }
 
 bool CameraParameters::precomputeCorvelHeadIntrinsics() {
-  Intrinsics rectified;
-  if (!recomputeIntrinsics(internal::makeCorvelHeadTransform(), &rectified)) return false;
+  Intrinsics warped;
+  if (!recomputeIntrinsics(internal::makeCorvelHeadTransform(), &warped)) return false;
   fillTable(*this, internal::kWideCrops, &intrinsics_);
-  applyCrop(*this, rectified, internal::kWideCrops[internal::kWarpedCrop],
+  applyCrop(*this, warped, internal::kWideCrops[internal::kWarpedCrop],
             &intrinsics_[internal::kWarpedCrop]);
   return true;
 }

@@ -21,7 +21,7 @@ CameraModel findModel(std::string_view id) {
   return CameraModel::kOther;
 }
 
-/// The head camera's lens, by which its sensor rectifies the 640 x 480 image: distance from the
+/// The head camera's lens, by which its sensor warps the 640 x 480 image: distance from the
 /// image centre in pixels of the 1280 x 960 frame every 10 pixels, and field angle in degrees. It
 /// is a stereographic lens of 720 pixels focal length.
 calibration::AptinaSTE makeCorvelHeadTransform() {

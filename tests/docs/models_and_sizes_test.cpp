@@ -32,7 +32,7 @@ using testing::TableRow;
 constexpr double kDegree = 3.14159265358979323846 / 180;
 
 const char* const kSizesHeader =
-    "| `model` | picture | x0 | y0 | width | height | the sensor rectifies it |";
+    "| `model` | picture | x0 | y0 | width | height | the sensor warps it |";
 
 /// The pixel of a ray of the camera frame.
 Vector2_f pixelOf(const Matrix3x3_f& k, const std::vector<float>& distortion,
@@ -184,7 +184,7 @@ TEST_F(ModelsAndSizes, OtherSizesAreTheScaledFullFrameWithALineAtInfoLevel) {
 }
 
 /// The example of a delivered picture that was halved. Expected by algebra: the full frame's lens
-/// is stereographic, r_d = 2 tan(theta / 2), and the rectified picture a pinhole one; the ray (0.8,
+/// is stereographic, r_d = 2 tan(theta / 2), and the warped picture a pinhole one; the ray (0.8,
 /// 0.6, 1) is 45 degrees off the axis.
 TEST_F(ModelsAndSizes, HalvedPictureOfTheHeadCamera) {
   const auto rows = tableBelow(page_, "| 320x240 | fx | k1 | the ray (0.8, 0.6, 1) is seen at |");

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "proto/norv_pan_tilt_system.pb.h"
 #include "support/matrix_types.h"
 
 namespace norv::tools {
@@ -47,6 +48,8 @@ struct Aim {
   std::vector<std::string> obstacles;
   /// What else is to be known, a sentence each.
   std::vector<std::string> remarks;
+  /// The head in a frame that pointing serves better, where that may be what stands in the way.
+  std::optional<calibration::PanTiltSystemParameters> better_head;
 
   bool isReached() const { return obstacles.empty(); }
   bool isLimited() const {

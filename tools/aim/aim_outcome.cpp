@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "tools/aim/sight.h"
 #include "tools/output/number_text.h"
@@ -105,9 +106,10 @@ void lookAtBox(const PTZCameraModelConfiguration& now, const PTZCameraModelConfi
 }  // namespace
 
 void remarkFrame(const PanTiltSystemParameters& head, Aim* aim) {
-  if (!findBetterFrame(head)) return;
-  aim->remarks.emplace_back(
-      "this head should be written in another frame, which camera-parameters show prints");
+  auto better = findBetterFrame(head);
+  if (!better) return;
+  aim->remarks.emplace_back("this head should be written in another frame, every pose as it was");
+  aim->better_head = std::move(better->head);
 }
 
 void lookFromThere(const PTZCameraModelConfiguration& now, const AimRequest& request, Aim* aim) {

@@ -6,8 +6,9 @@
 
 namespace norv::tools {
 
-/// Adds, for a head that pointing serves better in another frame, a remark that says so: with one
-/// that is badly written down the solver is at a loss or answers wrongly.
+/// Adds, for a head that pointing serves better in another frame, a remark that says so and the
+/// head in that frame: with one that is badly written down the solver is at a loss or answers
+/// wrongly.
 void remarkFrame(const calibration::PanTiltSystemParameters& head, Aim* aim);
 
 /// Fills in what becomes of the target, and of the box, once the camera `now` has moved to

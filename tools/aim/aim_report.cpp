@@ -6,6 +6,7 @@
 #include "tools/output/json_output.h"
 #include "tools/output/text_table.h"
 #include "tools/output/wrapping.h"
+#include "tools/review/head_block.h"
 
 namespace norv::tools {
 namespace {
@@ -134,6 +135,7 @@ std::string aimText(const PTZCameraModel& model, const Aim& aim, const AimReques
   }
   for (const std::string& obstacle : aim.obstacles) text += wrapText("not reached: ", obstacle, 2);
   for (const std::string& remark : aim.remarks) text += wrapText("note: ", remark, 2);
+  if (aim.better_head) text += "\n" + headBlock(*aim.better_head);
   return text;
 }
 
@@ -157,7 +159,8 @@ std::string aimJson(const PTZCameraModel& model, const Aim& aim) {
        {"wanted_at", pixelJson(aim.wanted)},
        {"distance_pixels", seen ? numberOf((*aim.lands - *aim.wanted).norm()) : json(nullptr)},
        {"box_lands", boxJson(aim)},
-       {"note", noteJson(aim)}});
+       {"note", noteJson(aim)},
+       {"better_pan_tilt", aim.better_head ? json(headBlock(*aim.better_head)) : json(nullptr)}});
 }
 
 }  // namespace norv::tools

@@ -11,8 +11,8 @@
 #include "tools/output/text_table.h"
 #include "tools/output/wrapping.h"
 #include "tools/review/calibration_faults.h"
+#include "tools/review/head_block.h"
 #include "tools/review/head_geometry.h"
-#include "tools/show/head_block.h"
 #include "tools/show/notes.h"
 
 namespace norv::tools {

@@ -512,23 +512,57 @@ PTZCameraParameters raisedPtz(double elevation) {
 const char* const kNoSolution =
     "the head cannot point there: no solution with a tilt within 90 deg either way";
 const char* const kOtherFrame =
-    "this head should be written in another frame, which camera-parameters show prints";
+    "this head should be written in another frame, every pose as it was";
 
 TEST(AimCommand, HeadThatIsNotServed) {
   const Calibration calibration(turnedPtz(45 * kRadians));
   const std::string arguments = calibration.aim("--at 0,0,0 --point 5,1,4");
+  const json aim = toolRefusalJson(arguments);
   EXPECT_EQ(toolRefusal(arguments),
             "not reached: the head cannot point there: no solution with a tilt within 90 deg\n"
             "  either way\n"
-            "note: this head should be written in another frame, which camera-parameters show\n"
-            "  prints\n");
-  const json aim = toolRefusalJson(arguments);
+            "note: this head should be written in another frame, every pose as it was\n"
+            "\n" +
+                aim["better_pan_tilt"].get<std::string>());
   EXPECT_EQ(aim["reached"], false);
   EXPECT_EQ(aim["note"], std::string(kNoSolution) + "; " + kOtherFrame);
   EXPECT_EQ(aim["target"], (json{5, 1, 4}));
   for (const char* key : {"pan", "tilt", "zoom", "pan_degrees", "tilt_degrees", "zoom_factor",
                           "unlimited_pan", "unlimited_tilt", "lands_at", "wanted_at"}) {
     EXPECT_TRUE(aim[key].is_null()) << key;
+  }
+}
+
+/// The target in the frame of the camera where the tool sends it: the chain in double precision,
+/// multiplied out without the library.
+Eigen::Vector4d seenFrom(const PTZCameraParameters& ptz, const json& aim,
+                         const Eigen::Vector4d& target) {
+  const testing::Steps steps = {number(aim, "pan"), number(aim, "tilt")};
+  return testing::cameraFromBaseAtSteps(ptz.pan_tilt(), steps) * target;
+}
+
+/// The same camera with the head that an answer offers in the place of its own.
+PTZCameraParameters withBetterHead(const PTZCameraParameters& ptz, const json& aim) {
+  PTZCameraParameters better;
+  EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString(
+      aim["better_pan_tilt"].get<std::string>(), &better));
+  *better.mutable_intrinsics() = ptz.intrinsics();
+  return better;
+}
+
+TEST(AimCommand, HeadInTheOfferedFrameReachesTheTarget) {
+  const Eigen::Vector4d target(5, 1, 2, 1);
+  for (const PTZCameraParameters& ptz : {turnedPtz(45 * kRadians), turnedPtz(-60 * kRadians)}) {
+    const json refused = toolRefusalJson(Calibration(ptz).aim("--at 0,0,0 --point 5,1,2"));
+    const PTZCameraParameters better = withBetterHead(ptz, refused);
+    const json aim = toolJson(Calibration(better).aim("--at 0,0,0 --point 5,1,2"));
+    EXPECT_EQ(aim["reached"], true);
+    EXPECT_TRUE(aim["better_pan_tilt"].is_null());
+    // By the chain of the head as it was first written: every pose is as it was. Half a step in
+    // both angles is 3.6e-4 rad.
+    const Eigen::Vector4d seen = seenFrom(ptz, aim, target);
+    EXPECT_GT(seen.z(), 0);
+    EXPECT_LT(std::hypot(seen.x(), seen.y()) / seen.z(), 4e-4);
   }
 }
 
@@ -557,14 +591,6 @@ std::string atTarget(const Eigen::Vector4d& target) {
   std::ostringstream point;
   point << "--at 0,0,0 --point " << target.x() << "," << target.y() << "," << target.z();
   return point.str();
-}
-
-/// The target in the frame of the camera where the tool sends it: the chain in double precision,
-/// multiplied out without the library.
-Eigen::Vector4d seenFrom(const PTZCameraParameters& ptz, const json& aim,
-                         const Eigen::Vector4d& target) {
-  const testing::Steps steps = {number(aim, "pan"), number(aim, "tilt")};
-  return testing::cameraFromBaseAtSteps(ptz.pan_tilt(), steps) * target;
 }
 
 TEST(AimCommand, SaysWhereTheCameraFacesAway) {

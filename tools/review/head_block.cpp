@@ -1,4 +1,4 @@
-#include "tools/show/head_block.h"
+#include "tools/review/head_block.h"
 
 #include <fmt/format.h>
 #include <google/protobuf/text_format.h>
