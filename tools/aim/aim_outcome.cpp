@@ -21,10 +21,6 @@ using calibration::PTZIntrinsicsTable;
 /// picture of the widest lens, pixels.
 constexpr float kMaxOffset = 1;
 
-const PanTiltSystemParameters& headOf(const PTZCameraModelConfiguration& configuration) {
-  return configuration.getModel()->getParams().pan_tilt();
-}
-
 /// Compares with where the target would be seen without limits or, where a wrong answer of the
 /// solver would have it out of sight, with where it was wanted.
 void judgeLimits(const PTZCameraModelConfiguration& then, Aim* aim) {
@@ -32,8 +28,6 @@ void judgeLimits(const PTZCameraModelConfiguration& then, Aim* aim) {
                                          then.getZoom());
   std::string ignored;
   const std::optional<Vector2_f> unlimited = see(free, aim->target, &ignored);
-  if (!unlimited) remarkFrame(headOf(then), aim);
-  if (!aim->lands) return;
   const float offset = (*aim->lands - unlimited.value_or(*aim->wanted)).norm();
   if (offset <= kMaxOffset) return;
   aim->obstacles.push_back(
@@ -46,11 +40,7 @@ void lookAtTarget(const PTZCameraModelConfiguration& then, Aim* aim) {
   std::string why;
   aim->lands = see(then, aim->target, &why);
   if (!aim->lands) aim->obstacles.push_back(why);
-  if (aim->isLimited()) {
-    judgeLimits(then, aim);
-  } else if (!aim->lands) {
-    remarkFrame(headOf(then), aim);
-  }
+  if (aim->lands && aim->isLimited()) judgeLimits(then, aim);
 }
 
 /// By how much a box reaches out of the picture.

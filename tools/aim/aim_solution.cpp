@@ -17,6 +17,7 @@ namespace norv::tools {
 namespace {
 
 using calibration::limitToMotorRange;
+using calibration::PanTiltModel;
 using calibration::PanTiltSolution;
 using calibration::PanTiltSystemParameters;
 using calibration::PanTiltVerdict;
@@ -66,6 +67,15 @@ Vector2_f findDirection(const PTZCameraModelConfiguration& now, const AimRequest
                                    pixel);
 }
 
+/// The library's answer, with its reason; its trace is logged on the way.
+PanTiltSolution solve(const PanTiltModel& head, const Vector3_f& target,
+                      const Vector2_f& direction) {
+  float pan = 0;
+  float tilt = 0;
+  head.computePanTilt(target, direction, &pan, &tilt);
+  return head.solve(target, direction);
+}
+
 /// Why a solution does not count. The error is the square of the distance at which the ray passes
 /// the target, times that of the ray's length at depth 1.
 std::string explainFailure(const PanTiltSolution& solution, const Vector2_f& direction) {
@@ -84,7 +94,7 @@ int toSteps(float position) {
   return static_cast<int>(std::clamp(rounded, kLowest, kHighest));
 }
 
-/// Where the head would go if its motors had no limits. The library saturates likewise.
+/// Where the head would go if its motors had no limits. The library saturates as well.
 Motors findUnlimited(const PanTiltSolution& solution, int zoom) {
   if (!std::isfinite(solution.pan) || !std::isfinite(solution.tilt)) {
     throw ToolError("the head cannot point there: the motors' positions are not finite");
@@ -142,15 +152,15 @@ Aim findAim(const PTZCameraModelPtr& model, const AimRequest& request) {
   aim.target = findTarget(now, request);
   aim.distance = (aim.target - now.getCameraCenter()).norm();
   const Vector2_f direction = findDirection(now, request);
-  const PanTiltSolution solution = model->getPanTiltModel().solve(aim.target, direction);
+  const PanTiltSolution solution = solve(model->getPanTiltModel(), aim.target, direction);
   if (!solution.solved()) {
     aim.obstacles.push_back(explainFailure(solution, direction));
-    remarkFrame(head, &aim);
-    return aim;
+  } else {
+    aim.unlimited = findUnlimited(solution, now.getZoom());
+    aim.motors = limitMotors(now, request, aim.unlimited);
+    lookFromThere(now, request, &aim);
   }
-  aim.unlimited = findUnlimited(solution, now.getZoom());
-  aim.motors = limitMotors(now, request, aim.unlimited);
-  lookFromThere(now, request, &aim);
+  if (!aim.isReached()) remarkFrame(head, &aim);
   return aim;
 }
 

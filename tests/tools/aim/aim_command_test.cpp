@@ -618,6 +618,40 @@ TEST(AimCommand, SaysWhereTheCameraFacesAway) {
   EXPECT_GT(away, 10);
 }
 
+TEST(AimCommand, EveryRefusalOfABadlyWrittenHeadOffersABetterFrame) {
+  // The motors' limits refuse answers here, too, which the same head in a level frame would not
+  // have been given.
+  const Calibration calibration(raisedPtz(90 * kRadians));
+  std::mt19937_64 random(15);
+  int refused = 0;
+  int limited = 0;
+  for (int i = 0; i < 40; ++i) {
+    const json aim = anyJson(calibration.aim(atTarget(randomTarget(&random))));
+    EXPECT_EQ(aim["better_pan_tilt"].is_null(), aim["reached"].get<bool>());
+    if (!aim["reached"].get<bool>()) ++refused;
+    if (aim["limited"].get<bool>()) ++limited;
+  }
+  EXPECT_GT(refused, 20);
+  EXPECT_GT(limited, 0);
+}
+
+TEST(AimCommand, SolversTraceIsThereForThoseWhoAskForIt) {
+  const Calibration calibration(plainPtz());
+  const auto count = [&](const std::string& environment) {
+    const testing::ProgramResult result =
+        testing::runTool(calibration.aim("--at 0,0,0 --pixel 1000,500"), environment);
+    EXPECT_EQ(result.status, 0);
+    int steps = 0;
+    std::istringstream errors(result.errors);
+    for (std::string line; std::getline(errors, line);) {
+      if (line.rfind("DEBUG pan_tilt_model", 0) == 0) ++steps;
+    }
+    return steps;
+  };
+  EXPECT_EQ(count("NORV_LOG=pan_tilt_model=debug"), 5);
+  EXPECT_EQ(count("NORV_LOG=pan_tilt_model=info"), 0);
+}
+
 TEST(AimCommand, ReachedIsWhatIsInTheMiddle) {
   // Of heads in any frame and within their limits. Half a step in both angles, 0.53 px, a little
   // more for steep targets, and what the limits may move a target by, 1 px, are within 2 px.
