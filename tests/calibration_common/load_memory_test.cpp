@@ -231,7 +231,7 @@ TEST_F(LoadMemory, NothingOfAnUnfinishedCopyIsLost) {
     int nth = 1;
     for (;; ++nth) {
       const std::int64_t blocks = liveMemory().blocks;
-      if (!runsOutOfMemory(nth, [&] { const CameraParametersSet copy(set); })) break;
+      if (!runsOutOfMemory(nth, [&] { std::make_unique<CameraParametersSet>(set); })) break;
       ASSERT_LE(liveMemory().blocks - blocks, lost) << "allocation " << nth;
     }
     EXPECT_GT(nth, 10);
@@ -351,7 +351,7 @@ TEST_F(LoadMemory, NothingOfAnUnfinishedCopyOfABaseIsLost) {
   int nth = 1;
   for (;; ++nth) {
     const std::int64_t blocks = liveMemory().blocks;
-    if (!runsOutOfMemory(nth, [&] { const BaseCalibrationData copy(base); })) break;
+    if (!runsOutOfMemory(nth, [&] { std::make_unique<BaseCalibrationData>(base); })) break;
     ASSERT_LE(liveMemory().blocks - blocks, kUnknownField) << "allocation " << nth;
   }
   EXPECT_GT(nth, 5);
