@@ -14,6 +14,7 @@
 #include "tools/input/camera_loading.h"
 #include "tools/output/atomic_file.h"
 #include "tools/tool_error.h"
+#include "tools/usage/file_name.h"
 
 namespace norv::tools {
 namespace {
@@ -113,18 +114,16 @@ CLI::App* addAdjustCommand(CLI::App* app, AdjustOptions* options) {
       "adjust",
       "Move the camera poses of a calibration by a base's global transform. What is written does "
       "not show that it was moved: doing it twice moves twice");
-  adjust
-      ->add_option("CALIBRATION", options->path,
-                   "Robot calibration, binary or text; - is standard input")
+  requireFileName(adjust->add_option("CALIBRATION", options->path,
+                                     "Robot calibration, binary or text; - is standard input"))
       ->required();
-  adjust
-      ->add_option("--base", options->base_path,
-                   "Base calibration, binary or text; - is standard input")
+  requireFileName(adjust->add_option("--base", options->base_path,
+                                     "Base calibration, binary or text; - is standard input"))
       ->type_name("BASE")
       ->required();
-  adjust
-      ->add_option("--output", options->output_path,
-                   "File to write; it may be CALIBRATION itself; - is standard output")
+  requireFileName(
+      adjust->add_option("--output", options->output_path,
+                         "File to write; it may be CALIBRATION itself; - is standard output"))
       ->type_name("FILE")
       ->required();
   CLI::Option* binary = adjust->add_flag("--binary", options->binary, "Write the binary format");

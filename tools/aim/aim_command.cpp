@@ -9,6 +9,7 @@
 #include "tools/input/number_list.h"
 #include "tools/input/ptz_loading.h"
 #include "tools/tool_error.h"
+#include "tools/usage/file_name.h"
 
 namespace norv::tools {
 namespace {
@@ -35,8 +36,8 @@ CLI::App* addAimCommand(CLI::App* app, AimOptions* options) {
   CLI::App* aim = app->add_subcommand(
       "aim",
       "Pan, tilt and zoom that put a pixel, a box or a world point in the middle of the picture");
-  aim->add_option("CALIBRATION", options->path,
-                  "Calibration of a pan-tilt-zoom camera, binary or text")
+  requireFileName(aim->add_option("CALIBRATION", options->path,
+                                  "Calibration of a pan-tilt-zoom camera, binary or text"))
       ->required();
   addList(aim, "--at", "PAN,TILT,ZOOM", "Where the motors are now, steps", &options->request.at,
           parseIntegers<3>)

@@ -7,6 +7,7 @@
 #include "tools/show/show_cameras.h"
 #include "tools/show/show_ptz.h"
 #include "tools/tool_error.h"
+#include "tools/usage/file_name.h"
 
 namespace norv::tools {
 namespace {
@@ -40,10 +41,10 @@ CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
       "Print what a calibration says: of fixed cameras the pose, and the camera matrix and "
       "distortion per image size; of a pan-tilt-zoom camera the lens and the head; of a base its "
       "transform");
-  show->add_option(
+  requireFileName(show->add_option(
       "FILE", options->path,
       "Calibration in binary or text format, - is standard input; without it the compiled-in "
-      "default of the fixed cameras");
+      "default of the fixed cameras"));
   show->add_option("--camera", options->camera, "Show this camera only")
       ->type_name("NAME")
       ->check([](const std::string& name) {

@@ -253,7 +253,6 @@ TEST(ShowCommand, FilesThatCannotBeRead) {
   expectRefused(folder.path("missing/file"),
                 folder.path("missing/file") + ": there is no such file");
   expectRefused(folder.path(), folder.path() + ": is a folder");
-  expectRefused("", ": there is no such file");
   expectRefused("/dev/zero", "/dev/zero: cannot be read: A device that may have no end");
 }
 

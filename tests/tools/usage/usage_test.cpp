@@ -74,6 +74,15 @@ TEST(Usage, SizesAndNamesOfCameras) {
   EXPECT_EQ(testing::toolOutput("show --size 640X480"), testing::toolOutput("show --size 640x480"));
 }
 
+TEST(Usage, EmptyNamesOfFiles) {
+  const std::string empty = ": the name of the file is empty";
+  expectUsage("show ''", "FILE" + empty, "show");
+  expectUsage("aim '' --at 0,0,0 --pixel 1,1", "CALIBRATION" + empty, "aim");
+  expectUsage("adjust '' --base b --output f", "CALIBRATION" + empty, "adjust");
+  expectUsage("adjust - --base '' --output f", "--base" + empty, "adjust");
+  expectUsage("adjust - --base b --output ''", "--output" + empty, "adjust");
+}
+
 TEST(Usage, WordsOfTheCommandLineCannotActOnTheTerminal) {
   expectUsage("\"$(printf 'a\\033]0;b\\007\\nc')\"",
               "no verb \"a\\x1b]0;b\\x07\\nc\"; there are show, aim, adjust", "");
