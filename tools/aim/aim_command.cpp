@@ -47,7 +47,9 @@ CLI::App* addAimCommand(CLI::App* app, AimOptions* options) {
               "Centre what this pixel shows 1 m away; with --point, bring the point there",
               &options->request.pixel, parseNumbers<2>);
   CLI::Option* box =
-      addList(aim, "--box", "X1,Y1,X2,Y2", "Frame the box with these corners, pixels",
+      addList(aim, "--box", "X1,Y1,X2,Y2",
+              "Frame the box with these corners, pixels. What is centred lies where the unit rays "
+              "of the two, added up, end: about 2 m away, less for a wide box",
               &options->request.box, parseNumbers<4>);
   addList(aim, "--point", "X,Y,Z", "Centre this world point, metres", &options->request.point,
           parseNumbers<3>)

@@ -130,6 +130,13 @@ TEST(Usage, HelpOfShow) {
   EXPECT_THAT(result.output, HasSubstr("--size WxH"));
 }
 
+TEST(Usage, HelpSaysHowFarAwayABoxIsTaken) {
+  EXPECT_THAT(runTool("aim --help", "COLUMNS=500").output,
+              HasSubstr("Frame the box with these corners, pixels. What is centred lies where the "
+                        "unit rays of the two, added up, end: about 2 m away, less for a wide "
+                        "box\n"));
+}
+
 TEST(Usage, HelpNamesTheExitStatusesAndThatAdjustIsNotIdempotent) {
   EXPECT_THAT(testing::toolOutput("--help"),
               HasSubstr("Exit status: 0 done; 1 the input is bad, or the output cannot be written; "
