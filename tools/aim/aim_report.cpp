@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "tools/aim/sight.h"
 #include "tools/angles.h"
 #include "tools/output/json_output.h"
 #include "tools/output/text_table.h"
@@ -78,8 +79,7 @@ std::string landingText(const Aim& aim, const AimRequest& request,
   const std::string assumed =
       request.point ? "" : fmt::format(", taken {} m away,", formatFixed(aim.distance, 2));
   const Vector2_f& p = *aim.lands;
-  const bool inside = p.minCoeff() >= 0 && p.x() <= static_cast<float>(table.image_width()) &&
-                      p.y() <= static_cast<float>(table.image_height());
+  const bool inside = isInPicture(p, table);
   return fmt::format("the target{} lands at {},\n  {} px from {}{}\n", assumed, pixelText(p),
                      formatFixed((p - *aim.wanted).norm(), 2), pixelText(*aim.wanted),
                      inside ? "" : ", outside of the picture");

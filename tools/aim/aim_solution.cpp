@@ -140,6 +140,22 @@ void remarkStart(const PTZCameraModelConfiguration& now, Aim* aim) {
   if (const auto remark = explainExtrapolation(now)) aim->remarks.push_back(*remark);
 }
 
+/// What of the question lies outside of the picture, which mistaken numbers mostly do. The answer
+/// is none the worse for it.
+void remarkOutside(const PTZCameraModelConfiguration& now, const AimRequest& request, Aim* aim) {
+  const calibration::PTZIntrinsicsTable& table = now.getModel()->getParams().intrinsics();
+  const auto remark = [&](const char* what, float x, float y) {
+    if (isInPicture({x, y}, table)) return;
+    aim->remarks.push_back(fmt::format("{} {},{} lies outside of the {}x{} picture", what,
+                                       shortestText(x), shortestText(y), table.image_width(),
+                                       table.image_height()));
+  };
+  if (request.pixel) remark("pixel", (*request.pixel)[0], (*request.pixel)[1]);
+  if (!request.box) return;
+  remark("the box's corner", (*request.box)[0], (*request.box)[1]);
+  remark("the box's corner", (*request.box)[2], (*request.box)[3]);
+}
+
 }  // namespace
 
 Aim findAim(const PTZCameraModelPtr& model, const AimRequest& request) {
@@ -149,6 +165,7 @@ Aim findAim(const PTZCameraModelPtr& model, const AimRequest& request) {
   requireMotors(head);
   Aim aim = {};
   remarkStart(now, &aim);
+  remarkOutside(now, request, &aim);
   aim.target = findTarget(now, request);
   aim.distance = (aim.target - now.getCameraCenter()).norm();
   const Vector2_f direction = findDirection(now, request);

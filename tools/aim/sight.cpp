@@ -55,6 +55,11 @@ Vector2_f principalPoint(const PTZCameraModelConfiguration& configuration) {
   return {configuration.getIntrinsics()(0, 2), configuration.getIntrinsics()(1, 2)};
 }
 
+bool isInPicture(const Vector2_f& pixel, const PTZIntrinsicsTable& table) {
+  return pixel.minCoeff() >= 0 && pixel.x() <= static_cast<float>(table.image_width()) &&
+         pixel.y() <= static_cast<float>(table.image_height());
+}
+
 std::optional<Vector3_f> findRay(const PTZCameraModelConfiguration& configuration,
                                  const Vector2_f& pixel) {
   // Beyond what single precision can hold, the length is infinite and the unit vector zero.

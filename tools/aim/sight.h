@@ -26,6 +26,9 @@ std::optional<std::string> explainExtrapolation(const PTZCameraModelConfiguratio
 /// Pixel of the optical axis.
 Vector2_f principalPoint(const PTZCameraModelConfiguration& configuration);
 
+/// Whether a pixel lies in the picture, its border included.
+bool isInPicture(const Vector2_f& pixel, const calibration::PTZIntrinsicsTable& table);
+
 /// World direction, of unit length, that is imaged at a pixel; nullopt where there is none.
 std::optional<Vector3_f> findRay(const PTZCameraModelConfiguration& configuration,
                                  const Vector2_f& pixel);

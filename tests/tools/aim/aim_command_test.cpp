@@ -157,6 +157,31 @@ TEST(AimCommand, WorldPointOnAPixel) {
   EXPECT_NEAR(number(aim, "distance_pixels"), 0, 3e-3);
 }
 
+TEST(AimCommand, PixelOutsideOfThePicture) {
+  const Calibration calibration(plainPtz());
+  // 0.6 rad to the left, 1200 steps, are 1500 px tan 0.6 = 1026.205 px: 66.205 px out of the
+  // picture.
+  EXPECT_EQ(toolOutput(calibration.aim("--at 0,0,0 --pixel -66.205,540")),
+            "pan   -1200 steps  -34.377 deg\n"
+            "tilt      0 steps    0.000 deg\n"
+            "zoom      0 steps      1.000 x\n"
+            "pan and tilt are within their range\n"
+            "the target, taken 1.00 m away, lands at 960.00, 540.00,\n"
+            "  0.00 px from 960.00, 540.00\n"
+            "note: pixel -66.205,540 lies outside of the 1920x1080 picture\n");
+  const std::string outside = " lies outside of the 1920x1080 picture";
+  const auto note = [&](const std::string& question) {
+    return anyJson(calibration.aim("--at 0,0,0 " + question))["note"];
+  };
+  EXPECT_EQ(note("--pixel -10,-10"), "pixel -10,-10" + outside);
+  EXPECT_EQ(note("--pixel 960,1080.5"), "pixel 960,1080.5" + outside);
+  EXPECT_EQ(note("--point 5,0,0 --pixel 1921,540"), "pixel 1921,540" + outside);
+  // The border belongs to the picture.
+  for (const char* border : {"--pixel 0,0", "--pixel 1920,1080", "--point 5,0,0"}) {
+    EXPECT_TRUE(note(border).is_null()) << border;
+  }
+}
+
 TEST(AimCommand, Box) {
   const Calibration calibration(plainPtz());
   // 200 x 100 px in the middle, at f = 1500: the corners are 100 / 1500 and 50 / 1500 off the
@@ -199,7 +224,9 @@ TEST(AimCommand, BoxWiderThanThePicture) {
             "  0.00 px from 960.00, 540.00\n"
             "the box spans -300.00, 0.00 to 2220.00, 1080.00 of the 1920x1080 picture,\n"
             "  not all of it inside: by 300.00 px\n"
-            "not reached: even the widest lens, at zoom 0, shows not all of the box\n");
+            "not reached: even the widest lens, at zoom 0, shows not all of the box\n"
+            "note: the box's corner -300,0 lies outside of the 1920x1080 picture\n"
+            "note: the box's corner 2220,1080 lies outside of the 1920x1080 picture\n");
 }
 
 TEST(AimCommand, BoxThatTheLensShiftsOutOfThePicture) {
@@ -231,9 +258,14 @@ TEST(AimCommand, BoxWithACornerThatNoRayReaches) {
   EXPECT_THAT(
       toolRefusal(arguments),
       ::testing::EndsWith("\nnot reached: no ray reaches the box's corner -290,-160: the zoom "
-                          "is chosen\n  without it\n"));
+                          "is chosen\n  without it\n"
+                          "note: the box's corner -290,500 lies outside of the 1920x1080 picture\n"
+                          "note: the box's corner 1500,-160 lies outside of the 1920x1080 "
+                          "picture\n"));
   const json aim = toolRefusalJson(arguments);
-  EXPECT_EQ(aim["note"], reason);
+  EXPECT_EQ(aim["note"], reason +
+                             "; the box's corner -290,500 lies outside of the 1920x1080 picture"
+                             "; the box's corner 1500,-160 lies outside of the 1920x1080 picture");
   EXPECT_EQ(aim["reached"], false);
   EXPECT_TRUE(aim["box_lands"].is_null());
   EXPECT_FALSE(aim["lands_at"].is_null());
@@ -297,7 +329,8 @@ TEST(AimCommand, LimitThatHardlyMattersIsNoObstacle) {
   const json near = toolRefusalJson(calibration.aim("--at 200,0,10000 --pixel 3970.04,540"));
   EXPECT_EQ(near["unlimited_pan"], 400);
   EXPECT_EQ(near["note"],
-            "the limits of the motors keep the target 15.00 px from where it was to be");
+            "the limits of the motors keep the target 15.00 px from where it was to be; pixel "
+            "3970.04,540 lies outside of the 1920x1080 picture");
 }
 
 TEST(AimCommand, LimitsOfBothMotors) {
