@@ -4,8 +4,10 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/unknown_field_set.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "proto/norv_ptz_camera.pb.h"
 #include "proto/norv_robot_calibration.pb.h"
 #include "support/message_parsing.h"
+#include "tools/input/text_fields.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {
@@ -56,29 +59,40 @@ std::optional<BinaryFit> detectBinary(const std::string& data) {
 struct TextFit {
   CalibrationKind kind;
   bool parses;
-  std::pair<int, int> end;  ///< line and column where the parser stopped
+  std::ptrdiff_t known_fields;  ///< of the text, which may be of another kind; 0 where it parses
+  std::pair<int, int> end;      ///< line and column where the parser stopped
 };
 
 TextFit fitText(const std::string& data, CalibrationKind kind) {
+  const std::unique_ptr<Message> message = newMessage(kind);
   norv::TextParseError error;
-  const bool parses = norv::parseText(data, newMessage(kind).get(), &error);
-  return {kind, parses, {error.line, error.column}};
+  if (norv::parseText(data, message.get(), &error)) return {kind, true, 0, {}};
+  const std::vector<TextField> fields = listTextFields(data, *message->GetDescriptor());
+  const auto known = std::count_if(fields.begin(), fields.end(),
+                                   [](const TextField& field) { return field.is_known; });
+  return {kind, false, known, {error.line, error.column}};
 }
 
-/// What a text fits best: the kind that it parses as, or else the one whose parser came farthest.
+/// Whether a text fits one kind better than another. A mistyped name may stand anywhere, so that
+/// the fields count and then how far the parser came.
+bool isBetter(const TextFit& a, const TextFit& b) {
+  return std::tie(a.parses, a.known_fields, a.end) > std::tie(b.parses, b.known_fields, b.end);
+}
+
+/// What a text fits best: the kind that it parses as, or else the one that has most of its fields.
 TextFit detectText(const std::string& data) {
-  TextFit farthest = fitText(data, kKinds[0]);
-  for (std::size_t i = 1; i < kKinds.size() && !farthest.parses; ++i) {
+  TextFit best = fitText(data, kKinds[0]);
+  for (std::size_t i = 1; i < kKinds.size() && !best.parses; ++i) {
     const TextFit fit = fitText(data, kKinds[i]);
-    if (fit.parses || fit.end > farthest.end) farthest = fit;
+    if (isBetter(fit, best)) best = fit;
   }
-  return farthest;
+  return best;
 }
 
 /// Refuses a text that does not parse as `kind` when it fits another kind better.
 void refuseOtherKind(const CalibrationInput& input, CalibrationKind kind) {
   const TextFit best = detectText(input.data);
-  if (!best.parses && best.end <= fitText(input.data, kind).end) return;
+  if (!isBetter(best, fitText(input.data, kind))) return;
   throw ToolError(fmt::format("{}: {} the calibration of {}, not of {}", input.name,
                               best.parses ? "holds" : "resembles", describeKind(best.kind),
                               describeKind(kind)));

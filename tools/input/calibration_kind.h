@@ -32,8 +32,8 @@ struct ParsedCalibration {
 
 /// Parses the input as the given kind, or as the one that it fits best: the one of which it leaves
 /// the fewest fields unknown, the first in the order above where several do. Throws ToolError when
-/// it is none; of a text, the error is that of the kind whose parser came farthest, or, where
-/// another kind was given, says which it fits better.
+/// it is none; of a text, the error is that of the kind that has most of its fields (of those the
+/// one whose parser came farthest), or, where another kind was given, says which it fits better.
 ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind);
 
 /// Parses the input into a message of the kind that a command needs. Throws ToolError when it does

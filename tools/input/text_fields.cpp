@@ -151,16 +151,16 @@ class FieldScanner {
       return readList(field, begin);
     }
     // A colon is what a message may and anything else must have.
-    const std::size_t entry = list(field.nextPath(), begin);
+    const std::size_t entry = list(field, field.nextPath(), begin);
     return (colon || field.takesMessage()) && readValue(field, entry, colon);
   }
 
   bool readList(const Field& field, TextPlace begin) {
-    const std::size_t entry = list(field.path, begin);
+    const std::size_t entry = list(field, field.path, begin);
     tokens_.next();
     if (!tokens_.is("]")) {
       do {
-        if (!readValue(field, list(field.nextPath(), tokens_.place()), true)) return false;
+        if (!readValue(field, list(field, field.nextPath(), tokens_.place()), true)) return false;
       } while (tokens_.take(","));
     }
     return tokens_.take("]") && close(entry);
@@ -206,8 +206,8 @@ class FieldScanner {
     return true;
   }
 
-  std::size_t list(const std::string& path, TextPlace begin) {
-    fields_.push_back({path, begin, {}, {}});
+  std::size_t list(const Field& field, const std::string& path, TextPlace begin) {
+    fields_.push_back({path, begin, {}, {}, field.type != nullptr});
     return fields_.size() - 1;
   }
 

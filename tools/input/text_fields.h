@@ -27,6 +27,8 @@ struct TextField {
   TextPlace end;
   /// Of the brace that opens a message; line 0 for anything else.
   TextPlace brace;
+  /// Whether the message's type has the field.
+  bool is_known;
 };
 
 /// The fields of `text`, a message of `type`, in the order in which they begin; each is followed by

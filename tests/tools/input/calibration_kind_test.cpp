@@ -108,6 +108,24 @@ TEST(CalibrationKind, ErrorsOfATextAreThoseOfTheKindThatItResembles) {
             "FILE: neither a binary nor a text-format RobotCalibration");
 }
 
+TEST(CalibrationKind, MistypedFirstFieldDoesNotHideTheKind) {
+  const auto error = [](const std::string& text) { return errorOf([&] { detect(text); }); };
+  const std::string base = "wheelbase: 0.5\nbase_width: 0.4\ngyroscope { gain: 1 }\n";
+  EXPECT_EQ(error(base),
+            "FILE:1:1: wheelbase: Message type \"norv.calibration.BaseCalibrationProto\" has no "
+            "field named \"wheelbase\".");
+  EXPECT_EQ(error("intrinsicss { image_width: 640 }\npan_tilt { pan_scale: 1 }\n"),
+            "FILE:1:1: intrinsicss: Message type \"norv.calibration.PTZCameraParameters\" has no "
+            "field named \"intrinsicss\".");
+  EXPECT_EQ(error("camera: 1\ncamera_calibration { name: \"a\" }\n"),
+            "FILE:1:1: camera: Message type \"norv.calibration.RobotCalibration\" has no field "
+            "named \"camera\".");
+  RobotCalibration robot;
+  CalibrationInput input = inputOf(base);
+  EXPECT_EQ(errorOf([&] { parseExpected(&input, CalibrationKind::kRobot, &robot); }),
+            "FILE: resembles the calibration of a mobile base, not of fixed cameras");
+}
+
 TEST(CalibrationKind, GivenKindIsTaken) {
   CalibrationInput input = inputOf("");
   EXPECT_EQ(parseCalibration(&input, CalibrationKind::kBase).kind, CalibrationKind::kBase);
