@@ -4,7 +4,6 @@
 #include <google/protobuf/text_format.h>
 
 #include <filesystem>
-#include <set>
 #include <system_error>
 
 #include "calibration_common/base_calibration_data.h"
@@ -13,6 +12,7 @@
 #include "tools/input/calibration_kind.h"
 #include "tools/input/camera_loading.h"
 #include "tools/output/atomic_file.h"
+#include "tools/review/repeated_names.h"
 #include "tools/tool_error.h"
 #include "tools/usage/file_name.h"
 
@@ -79,12 +79,7 @@ std::string describeWriting(const std::string& output, const std::string& base,
 /// What the user may not expect of a calibration that was written.
 std::string notesAbout(const RobotCalibration& robot, bool as_text) {
   std::string notes;
-  std::set<std::string> names;
-  std::set<std::string> repeated;
-  for (const auto& camera : robot.camera_calibration()) {
-    if (!names.insert(camera.name()).second) repeated.insert(camera.name());
-  }
-  for (const std::string& name : repeated) {
+  for (const std::string& name : findRepeatedNames(robot)) {
     notes += fmt::format(
         "note: \"{}\" is listed more than once; all entries are of the last one's camera, which "
         "was moved once for each\n",

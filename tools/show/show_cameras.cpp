@@ -15,6 +15,7 @@
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
 #include "tools/review/calibration_faults.h"
+#include "tools/review/repeated_names.h"
 #include "tools/show/notes.h"
 #include "tools/tool_error.h"
 
@@ -118,9 +119,18 @@ json cameraJson(const CameraParameters& camera, const std::vector<View>& views) 
 }
 
 /// What is to be said of the file itself.
-std::vector<std::string> inputNotes(const CalibrationInput& input) {
-  if (!input.data.empty()) return {};
-  return {"the file is empty, which reads as a calibration without cameras"};
+std::vector<std::string> inputNotes(const CalibrationInput& input, const RobotCalibration& robot,
+                                    const std::optional<std::string>& only) {
+  if (input.data.empty()) {
+    return {"the file is empty, which reads as a calibration without cameras"};
+  }
+  std::vector<std::string> notes;
+  for (const std::string& name : findRepeatedNames(robot)) {
+    if (only && name != *only) continue;
+    notes.push_back(fmt::format("\"{}\" is listed more than once; programs get the last one",
+                                toPrintable(name)));
+  }
+  return notes;
 }
 
 [[noreturn]] void refuseName(const CalibrationInput& input, const RobotCalibration& robot,
@@ -140,9 +150,11 @@ std::vector<std::string> inputNotes(const CalibrationInput& input) {
 
 std::string showCameras(const CalibrationInput& input, const RobotCalibration& robot,
                         const ShowOptions& options) {
+  const std::vector<std::string> notes = inputNotes(input, robot, options.camera);
   std::string text =
       fmt::format("{}: {} camera{}\n", toPrintable(input.name), robot.camera_calibration_size(),
-                  robot.camera_calibration_size() == 1 ? "" : "s");
+                  robot.camera_calibration_size() == 1 ? "" : "s") +
+      notesText(notes);
   json cameras = json::array();
   for (int i = 0; i < robot.camera_calibration_size(); ++i) {
     const CameraCalibration& calibration = robot.camera_calibration(i);
@@ -153,8 +165,7 @@ std::string showCameras(const CalibrationInput& input, const RobotCalibration& r
     cameras.push_back(cameraJson(*camera, views));
   }
   if (options.camera && cameras.empty()) refuseName(input, robot, *options.camera);
-  const std::vector<std::string> notes = inputNotes(input);
-  if (!options.json) return text + notesText(notes);
+  if (!options.json) return text;
   return printJson({{"source", input.name}, {"notes", notes}, {"cameras", cameras}});
 }
 

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -231,6 +232,26 @@ TEST(ShowCommand, FitsATerminalOf80Columns) {
     EXPECT_EQ(result.status, 0) << name;
     testing::expectFitsTerminal(result.output);
   }
+}
+
+TEST(ShowCommand, RepeatedNamesAreSaid) {
+  const TemporaryFolder folder;
+  const auto pathOf = [&](std::initializer_list<CameraCalibration> cameras) {
+    return folder.write("robot" + std::to_string(cameras.size()),
+                        robotOf(cameras).SerializeAsString());
+  };
+  // What is said of the single camera, without the line of the file.
+  const std::string one = pathOf({plainCamera("lab")});
+  const std::string shown = testing::toolOutput("show '" + one + "'").substr(one.size() + 11);
+  const std::string two = pathOf({plainCamera("lab"), plainCamera("lab")});
+  const std::string note = "\"lab\" is listed more than once; programs get the last one";
+  EXPECT_EQ(testing::toolOutput("show '" + two + "'"),
+            two + ": 2 cameras\n  note: " + note + "\n" + shown + shown);
+  EXPECT_EQ(testing::toolJson("show '" + two + "'")["notes"], json::array({note}));
+  // Of a camera that was not asked for nothing is said.
+  const std::string three = pathOf({plainCamera("lab"), plainCamera("b"), plainCamera("lab")});
+  EXPECT_EQ(testing::toolJson("show '" + three + "' --camera lab")["notes"], json::array({note}));
+  EXPECT_EQ(testing::toolJson("show '" + three + "' --camera b")["notes"], json::array());
 }
 
 TEST(ShowCommand, EmptyCalibration) {
