@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "calibration_common/stored_pose.h"
 #include "support/camera_projection.h"
 #include "support/checks.h"
 #include "support/lens_distortion.h"
@@ -91,6 +92,17 @@ PTZCameraModel::PTZCameraModel(const PTZCameraParameters& params) : params_(para
         static_cast<float>(samples[samples.size() - 1].focal_length() / samples[0].focal_length());
   }
   valid_ = true;
+}
+
+std::optional<LoadProblem> findLoadProblem(const PTZCameraParameters& params) {
+  if (params.intrinsics().samples().empty()) {
+    return LoadProblem{"intrinsics.samples", "there are no lens samples"};
+  }
+  const PanTiltSystemParameters& head = params.pan_tilt();
+  using internal::findShortPose;
+  if (auto problem = findShortPose("pan_tilt.base_to_pan", head.base_to_pan())) return problem;
+  if (auto problem = findShortPose("pan_tilt.pan_to_tilt", head.pan_to_tilt())) return problem;
+  return findShortPose("pan_tilt.tilt_to_camera", head.tilt_to_camera());
 }
 
 int PTZCameraModel::getIntrinsicsIndex(int zoom) const {

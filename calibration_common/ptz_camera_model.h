@@ -5,10 +5,12 @@
 /// origin and distortion formula: docs/conventions.md.
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "../support/camera_transform.h"
 #include "../support/export.h"
+#include "../support/load_problem.h"
 #include "../support/matrix_types.h"
 #include "pan_tilt_model.h"
 #include "proto/norv_ptz_camera.pb.h"
@@ -72,6 +74,10 @@ class NORV_EXPORT PTZCameraModel {
 };
 
 using PTZCameraModelPtr = std::shared_ptr<const PTZCameraModel>;
+
+/// Why a model made from this calibration would not be valid, or none: "intrinsics.samples" is
+/// empty, or "a" of one of the head's three poses holds too few values. Logs nothing. Thread-safe.
+NORV_EXPORT std::optional<LoadProblem> findLoadProblem(const PTZCameraParameters& params);
 
 /// A pan-tilt-zoom camera at one head position and one zoom: a pinhole camera with a lens and a
 /// pose.

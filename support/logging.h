@@ -22,7 +22,7 @@ namespace norv {
 /// Channel, file and text are written there as toPrintable gives them (support/printable_text.h),
 /// so that a line is a statement and what it quotes cannot act on the terminal. Of the text the
 /// line holds the first 4 KiB, cut between two characters, and then how many bytes follow, as in "
-/// ... (268435456 more bytes)"; of channel and file likewise the first 1 KiB. Writing it allocates
+/// ... (268435456 more bytes)"; of channel and file it has the first 1 KiB. Writing it allocates
 /// nothing. A sink gets all of the text as it is.
 ///
 /// Does not wait: a call of the former sink that another thread has begun may still be under way on

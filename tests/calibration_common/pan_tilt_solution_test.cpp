@@ -176,6 +176,21 @@ TEST(PanTiltSolution, InputThatIsNotFiniteHasNoCandidate) {
   }
 }
 
+TEST(PanTiltSolution, OfAHeadWhosePosesAreNotFiniteThereIsNone) {
+  constexpr double kBad[] = {std::numeric_limits<double>::quiet_NaN(),
+                             std::numeric_limits<double>::infinity()};
+  for (const double bad : kBad) {
+    for (int i = 0; i < 36; ++i) {
+      PanTiltSystemParameters head = exampleHead();
+      CameraExtrinsics* poses[] = {head.mutable_base_to_pan(), head.mutable_pan_to_tilt(),
+                                   head.mutable_tilt_to_camera()};
+      poses[i / 12]->set_a(i % 12, bad);
+      const PanTiltSolution solution = headModel(head).solve({4, 1, 2}, kAxis);
+      EXPECT_FALSE(solution.solved()) << bad << " in value " << i;
+    }
+  }
+}
+
 TEST(PanTiltSolution, OfAModelThatIsNotLoadedDividesByItsScalesOfZero) {
   // All its poses are zero. Directions of length zero leave every angle free, for which 0 stands,
   // and the residual is zero.

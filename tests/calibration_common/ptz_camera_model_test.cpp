@@ -47,6 +47,11 @@ const std::string kConstructor =
     "norv::calibration::PTZCameraModel::PTZCameraModel("
     "const norv::calibration::PTZCameraParameters&)";
 
+std::string fieldOf(const PTZCameraParameters& ptz) {
+  const auto problem = findLoadProblem(ptz);
+  return problem ? problem->field : "none";
+}
+
 /// The example head with a table of (zoom, focal length).
 PTZCameraParameters ptzOf(const std::vector<std::pair<double, double>>& samples, int start,
                           int interval) {
@@ -127,6 +132,31 @@ TEST(PTZCameraModel, WithAnIncompleteHeadIsInvalid) {
   // Questions about the lens are answered all the same.
   EXPECT_EQ(model.getIntrinsics(3)->focal_length(), params.intrinsics().samples(3).focal_length());
   EXPECT_EQ(model.zoomXFactorToSteps(20), 10000);
+}
+
+TEST(FindLoadProblem, IsThereWhereTheModelIsNotValid) {
+  const PTZCameraParameters good = examplePtz();
+  EXPECT_EQ(fieldOf(good), "none");
+  EXPECT_TRUE(PTZCameraModel(good).isValid());
+  ScopedLogCapture capture;
+  PTZCameraParameters bad = good;
+  bad.mutable_intrinsics()->clear_samples();
+  EXPECT_EQ(fieldOf(bad), "intrinsics.samples");
+  EXPECT_EQ(findLoadProblem(bad)->sentence, "there are no lens samples");
+  EXPECT_FALSE(PTZCameraModel(bad).isValid());
+  bad = good;
+  bad.mutable_pan_tilt()->mutable_tilt_to_camera()->clear_a();
+  EXPECT_EQ(fieldOf(bad), "pan_tilt.tilt_to_camera.a");
+  EXPECT_FALSE(PTZCameraModel(bad).isValid());
+  bad.mutable_pan_tilt()->mutable_pan_to_tilt()->mutable_a()->RemoveLast();
+  EXPECT_EQ(fieldOf(bad), "pan_tilt.pan_to_tilt.a");
+  EXPECT_EQ(findLoadProblem(bad)->sentence, "holds 11 values, at least 12 are needed");
+  EXPECT_FALSE(PTZCameraModel(bad).isValid());
+  bad.mutable_pan_tilt()->clear_base_to_pan();
+  EXPECT_EQ(fieldOf(bad), "pan_tilt.base_to_pan.a");
+  capture.take();
+  EXPECT_EQ(fieldOf(PTZCameraParameters()), "intrinsics.samples");
+  EXPECT_TRUE(capture.take().empty());
 }
 
 TEST(PTZCameraModel, MaxZoomFactorIsTheLastSampleOverTheFirst) {

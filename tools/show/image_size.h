@@ -10,8 +10,8 @@ struct ImageSize {
   int height;
 };
 
-inline constexpr int kMaxImageSide =
-    65535;  ///< pixels; no camera has more, a slip of the finger may
+/// Pixels. No camera has more; a slip of the finger may.
+inline constexpr int kMaxImageSide = 65535;
 
 /// "640x480", with an X or a multiplication sign too; nullopt for anything else. Sides are 1 to
 /// `kMaxImageSide`.

@@ -18,6 +18,7 @@
 #include "tools/review/repeated_names.h"
 #include "tools/show/notes.h"
 #include "tools/tool_error.h"
+#include "tools/usage/nearest_word.h"
 
 namespace norv::tools {
 namespace {
@@ -133,6 +134,17 @@ std::vector<std::string> inputNotes(const CalibrationInput& input, const RobotCa
   return notes;
 }
 
+/// The camera that was probably meant: one whose name goes on where `name` ends, or is like it.
+std::string suggestName(const RobotCalibration& robot, const std::string& name) {
+  std::vector<std::string> names;
+  for (const CameraCalibration& camera : robot.camera_calibration()) {
+    if (camera.name().rfind(name, 0) == 0) return "; did you mean " + camera.name() + "?";
+    names.push_back(camera.name());
+  }
+  const std::string nearest = nearestWord(name, names);
+  return nearest.empty() ? "" : "; did you mean " + nearest + "?";
+}
+
 [[noreturn]] void refuseName(const CalibrationInput& input, const RobotCalibration& robot,
                              const std::string& name) {
   constexpr int kMaxNames = 20;
@@ -142,8 +154,8 @@ std::vector<std::string> inputNotes(const CalibrationInput& input, const RobotCa
   }
   const int further = robot.camera_calibration_size() - kMaxNames;
   if (further > 0) known += fmt::format(" and {} more", further);
-  throw ToolError(fmt::format("{}: no camera \"{}\" (there are: {})", input.name, name,
-                              known.empty() ? "none" : known));
+  throw ToolError(fmt::format("{}: no camera \"{}\" (there are: {}){}", input.name, name,
+                              known.empty() ? "none" : known, suggestName(robot, name)));
 }
 
 }  // namespace

@@ -438,7 +438,10 @@ TEST(ShowCommand, UnknownCamera) {
   EXPECT_EQ(
       result.errors,
       "camera-parameters: compiled-in default calibration: no camera \"Head_Camera\" (there are: "
-      "head_camera, navigation_camera)\n");
+      "head_camera, navigation_camera); did you mean head_camera?\n");
+  EXPECT_EQ(testing::runTool("show --camera navigation").errors,
+            "camera-parameters: compiled-in default calibration: no camera \"navigation\" (there "
+            "are: head_camera, navigation_camera); did you mean navigation_camera?\n");
 }
 
 TEST(ShowCommand, UnknownCameraAmongMany) {
