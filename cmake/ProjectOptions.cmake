@@ -12,9 +12,6 @@ target_compile_options(camera_parameters_options INTERFACE
   $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>
   $<$<CXX_COMPILER_ID:Clang>:-Wno-double-promotion>
   $<$<CXX_COMPILER_ID:Clang>:-Wno-self-assign-overloaded>
-  # With sanitizers GCC takes the std::function inside of <regex> for uninitialised
-  # (gcc.gnu.org/bugzilla/show_bug.cgi?id=105562).
-  $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CAMERA_PARAMETERS_SANITIZERS}>>:-Wno-maybe-uninitialized>
   # Log statements and test names carry paths from the top of the tree, wherever it is built; ccache
   # may make them relative first.
   "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="

@@ -133,6 +133,23 @@ TEST_F(ModelsAndSizes, WhatACameraDoesNotLoadWithout) {
   EXPECT_FALSE(CameraParameters().readProto(without_height));
 }
 
+TEST_F(ModelsAndSizes, KnownModelsWithoutASizeLoadAndAnswerWrongly) {
+  CameraCalibration message = head_->getCalibration();
+  message.mutable_intrinsics()->clear_width();
+  ScopedLogCapture log(kLogWarning);
+  CameraParameters camera;
+  ASSERT_TRUE(camera.readProto(message));
+  EXPECT_TRUE(log.take().empty());
+  const float right = head_->getIntrinsics(640, 480)(0, 0);
+  EXPECT_GT(std::abs(camera.getIntrinsics(640, 480)(0, 0) - right), right / 3);
+
+  for (const std::string model : {"mk513n", "b910"}) {
+    message = exampleOf(model);
+    message.mutable_intrinsics()->clear_height();
+    EXPECT_TRUE(camera.readProto(message)) << model;
+  }
+}
+
 TEST_F(ModelsAndSizes, FullFramesHoldTheRectangles) {
   const auto frames = tableBelow(page_, "| `model` | full frame |");
   EXPECT_THAT(frames, ElementsAre(ElementsAre("mk512h, mk513n", "1280x960"),
