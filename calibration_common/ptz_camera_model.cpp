@@ -6,9 +6,9 @@
 #include <cstdint>
 
 #include "calibration_common/stored_pose.h"
+#include "calibration_common/zoom_lens.h"
 #include "support/camera_projection.h"
 #include "support/checks.h"
-#include "support/lens_distortion.h"
 #include "support/logging.h"
 #include "support/numeric/saturate.h"
 
@@ -164,31 +164,18 @@ void PTZCameraModelConfiguration::blendLenses() {
   const std::int64_t index = model_->getIntrinsicsIndex(zoom_);
   const PTZIntrinsicsItem& a = *model_->getIntrinsics(internal::clampToInt(index));
   const PTZIntrinsicsItem& b = *model_->getIntrinsics(internal::clampToInt(index + 1));
-  // At and beyond the last sample the two are one, and nothing that follows is finite.
-  const double a1 = (b.zoom() - zoom_) / (b.zoom() - a.zoom());
-  const double a2 = 1 - a1;
-  NORV_LOG_FORMAT(kLogInfo, kChannel, "zoom=%d a1=%f, a2=%f", zoom_, a1, a2);
+  // At and beyond the last sample the two are one, and nothing of the lens is finite.
+  const internal::ZoomLens blend = internal::blendLenses(a, b, zoom_);
+  NORV_LOG_FORMAT(kLogInfo, kChannel, "zoom=%d a1=%f, a2=%f", zoom_, blend.weight_a,
+                  blend.weight_b);
   NORV_LOG_FORMAT(kLogInfo, kChannel, "f1=%f k11=%f k41=%f | f2=%f k12=%f k42=%f", a.focal_length(),
                   a.k1(), a.k4(), b.focal_length(), b.k1(), b.k4());
 
-  const double weight_a = a.focal_length() * a1;
-  const double weight_b = b.focal_length() * a2;
-  const double f = weight_a + weight_b;
-  const double k1 =
-      (weight_b * a.k4() + weight_a * b.k4() + weight_a * a.k1() + weight_b * b.k1()) / f;
-  const double k2 = (weight_b * b.k1() * a.k4() + weight_a * a.k1() * b.k4()) / f;
-  const double k4 = a.k4() + b.k4();
-  const double k5 = a.k4() * b.k4();
-  const double p1 = a1 * a.p1() + a2 * b.p1();
-  const double p2 = a1 * a.p2() + a2 * b.p2();
-  const double cx = a1 * a.cx() + a2 * b.cx();
-  const double cy = a1 * a.cy() + a2 * b.cy();
-
-  const auto lens = LensDistortion<double>{k1, k2, p1, p2, 0, k4, k5, 0}.toCoefficients();
-  distortion_.assign(lens.begin(), lens.end());
-  principal_point_[0] = static_cast<float>(cx);
-  principal_point_[1] = static_cast<float>(cy);
-  focal_lengths_[0] = focal_lengths_[1] = static_cast<float>(f);
+  const auto coefficients = blend.lens.toCoefficients();
+  distortion_.assign(coefficients.begin(), coefficients.end());
+  principal_point_[0] = static_cast<float>(blend.cx);
+  principal_point_[1] = static_cast<float>(blend.cy);
+  focal_lengths_[0] = focal_lengths_[1] = static_cast<float>(blend.focal_length);
   K_ << focal_lengths_[0], 0.0F, principal_point_[0],  //
       0.0F, focal_lengths_[1], principal_point_[1],    //
       0.0F, 0.0F, 1.0F;

@@ -24,6 +24,7 @@ set(library_sources
   calibration_common/pointing_residual.cpp
   calibration_common/ptz_camera_model.cpp
   calibration_common/stored_pose.cpp
+  calibration_common/zoom_lens.cpp
   support/camera_projection.cpp
   support/camera_transform.cpp
   support/checks.cpp

@@ -1,0 +1,22 @@
+#include "calibration_common/zoom_lens.h"
+
+namespace norv::internal {
+
+ZoomLens blendLenses(const calibration::PTZIntrinsicsItem& a,
+                     const calibration::PTZIntrinsicsItem& b, double zoom) {
+  const double a1 = (b.zoom() - zoom) / (b.zoom() - a.zoom());
+  const double a2 = 1 - a1;
+  const double weight_a = a.focal_length() * a1;
+  const double weight_b = b.focal_length() * a2;
+  const double f = weight_a + weight_b;
+  calibration::LensDistortion<double> lens;
+  lens.k1 = (weight_b * a.k4() + weight_a * b.k4() + weight_a * a.k1() + weight_b * b.k1()) / f;
+  lens.k2 = (weight_b * b.k1() * a.k4() + weight_a * a.k1() * b.k4()) / f;
+  lens.k4 = a.k4() + b.k4();
+  lens.k5 = a.k4() * b.k4();
+  lens.p1 = a1 * a.p1() + a2 * b.p1();
+  lens.p2 = a1 * a.p2() + a2 * b.p2();
+  return {a1, a2, f, a1 * a.cx() + a2 * b.cx(), a1 * a.cy() + a2 * b.cy(), lens};
+}
+
+}  // namespace norv::internal
