@@ -1,6 +1,7 @@
 // A camera's intrinsics at the image sizes that its model delivers.
 
 #include <cstddef>
+#include <utility>
 
 #include "calibration_common/camera_models.h"
 #include "calibration_common/camera_parameters.h"
@@ -23,6 +24,19 @@ void fillTable(const CameraParameters& camera, const internal::Crop (&crops)[N],
   for (std::size_t i = 0; i < N; ++i) applyCrop(camera, (*table)[i], crops[i], &(*table)[i]);
 }
 
+/// Lets `*pointer` point to `target` for the length of a scope.
+template <class T>
+class ScopedTarget {
+ public:
+  ScopedTarget(T* target, T** pointer) : pointer_(pointer) { *pointer_ = target; }
+  ScopedTarget(const ScopedTarget&) = delete;
+  ScopedTarget& operator=(const ScopedTarget&) = delete;
+  ~ScopedTarget() { *pointer_ = nullptr; }
+
+ private:
+  T** pointer_;
+};
+
 }  // namespace
 
 void CameraParameters::affineIntrinsics(const Intrinsics& in, int x0, int y0, int source_width,
@@ -42,19 +56,26 @@ void CameraParameters::affineIntrinsics(const Intrinsics& in, int x0, int y0, in
 
 bool CameraParameters::precomputeCorvelHeadIntrinsics() {
   Intrinsics warped;
-  if (!recomputeIntrinsics(internal::makeCorvelHeadTransform(), &warped)) return false;
+  Refit refit;
+  {
+    const ScopedTarget<Refit> wanted(&refit, &refit_of_load_);
+    if (!recomputeIntrinsics(internal::makeCorvelHeadTransform(), &warped)) return false;
+  }
   fillTable(*this, internal::kWideCrops, &intrinsics_);
   applyCrop(*this, warped, internal::kWideCrops[internal::kWarpedCrop],
             &intrinsics_[internal::kWarpedCrop]);
+  refit_ = std::move(refit);
   return true;
 }
 
 bool CameraParameters::precomputeCorvelNavIntrinsics() {
+  refit_.reset();
   fillTable(*this, internal::kWideCrops, &intrinsics_);
   return true;
 }
 
 bool CameraParameters::precomputeB910Intrinsics() {
+  refit_.reset();
   fillTable(*this, internal::kB910Crops, &intrinsics_);
   return true;
 }

@@ -1,5 +1,8 @@
 #include "calibration_common/camera_models.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstddef>
 #include <string_view>
 #include <vector>
@@ -11,6 +14,24 @@ namespace {
 
 /// A fit that misses the sample points by more, in pixels, is of no use.
 constexpr double kMaxErrorPerPoint = 10.0;
+
+/// How far `camera` images each reference point, on the target's plane and in units of `scale`
+/// metres, from where it was observed, in pixels.
+std::vector<float> findResiduals(const calibration::OpenCVProjection<double>& camera,
+                                 const std::vector<Vector2_f>& observed,
+                                 const std::vector<Vector2_f>& reference, double scale) {
+  std::vector<float> residuals;
+  residuals.reserve(observed.size());
+  for (std::size_t i = 0; i < observed.size(); ++i) {
+    const std::array<double, 2> pixel =
+        camera.project({scale * static_cast<double>(reference[i].x()),
+                        scale * static_cast<double>(reference[i].y()), 0});
+    const double x = pixel[0] - static_cast<double>(observed[i].x());
+    const double y = pixel[1] - static_cast<double>(observed[i].y());
+    residuals.push_back(static_cast<float>(std::hypot(x, y)));
+  }
+  return residuals;
+}
 
 }  // namespace
 
@@ -44,6 +65,19 @@ calibration::AptinaSTE makeCorvelHeadTransform() {
 
 bool FittedView::isUsable() const { return !(error_per_point > kMaxErrorPerPoint); }
 
+calibration::OpenCVProjection<double> valuesOf(
+    const calibration::OpenCVProjection<autodiff::AutoDiff1<double, 20>>& fitted) {
+  const auto value = [](const auto& dual) { return dual.value; };
+  calibration::OpenCVProjection<double> values = {
+      fitted.fx.value, fitted.fy.value, fitted.cx.value, fitted.cy.value,
+      fitted.k1.value, fitted.k2.value, fitted.k3.value, fitted.k4.value,
+      fitted.k5.value, fitted.k6.value, fitted.p1.value, fitted.p2.value};
+  std::transform(fitted.rotation.begin(), fitted.rotation.end(), values.rotation.begin(), value);
+  std::transform(fitted.translation.begin(), fitted.translation.end(), values.translation.begin(),
+                 value);
+  return values;
+}
+
 FittedView fitWarpedView(const calibration::CameraIntrinsics& intrinsics,
                          const calibration::ImageSensorTransform& transform) {
   std::vector<Vector2_f> observed;
@@ -52,11 +86,16 @@ FittedView fitWarpedView(const calibration::CameraIntrinsics& intrinsics,
     observed.push_back(transform.transformPoint({sample.image_x(), sample.image_y()}));
     reference.emplace_back(sample.model_x(), sample.model_y());
   }
+  const auto scale = static_cast<double>(intrinsics.sample_scale());
   FittedView fitted;
   fitted.error_per_point = calibration::calibrateFromSingleImage(
-      observed, reference, {intrinsics.width(), intrinsics.height()},
-      static_cast<double>(intrinsics.sample_scale()),
+      observed, reference, {intrinsics.width(), intrinsics.height()}, scale,
       {intrinsics.sample_size_x(), intrinsics.sample_size_y()}, &fitted.camera);
+  if (std::isfinite(fitted.error_per_point)) {
+    // As the fit takes the scale.
+    const double metres = std::isfinite(scale) && scale > 0 ? scale : 1.0;
+    fitted.residuals = findResiduals(valuesOf(fitted.camera), observed, reference, metres);
+  }
   return fitted;
 }
 

@@ -4,6 +4,7 @@
 /// which image the sensor warps.
 
 #include <string_view>
+#include <vector>
 
 #include "proto/norv_camera_calibration.pb.h"
 #include "support/auto_diff.h"
@@ -56,10 +57,16 @@ calibration::AptinaSTE makeCorvelHeadTransform();
 struct FittedView {
   calibration::OpenCVProjection<autodiff::AutoDiff1<double, 20>> camera;
   double error_per_point = 0;  ///< pixels; infinite where no fit exists
+  /// How far the camera misses each of the points, pixels; empty where no fit exists.
+  std::vector<float> residuals;
 
   /// Whether the fit is of use. Written so that NaN is.
   bool isUsable() const;
 };
+
+/// The fitted values, without the derivatives, which mean nothing.
+calibration::OpenCVProjection<double> valuesOf(
+    const calibration::OpenCVProjection<autodiff::AutoDiff1<double, 20>>& fitted);
 
 /// Fits the intrinsics of the image that `transform` makes of the sensor's, in the full frame's
 /// pixel grid, to the sample points stored with `intrinsics` (`calibrateFromSingleImage`).

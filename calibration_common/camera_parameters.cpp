@@ -156,6 +156,7 @@ bool CameraParameters::precomputeIntrinsics() {
   if (internal::findMissingSize(calibration)) return false;
   const int width = calibration.intrinsics().width();
   const int height = calibration.intrinsics().height();
+  refit_.reset();
   intrinsics_.resize(1);
   affineIntrinsics(full_frame_, 0, 0, width, height, width, height, intrinsics_.data());
   return true;
@@ -175,6 +176,7 @@ bool CameraParameters::recomputeIntrinsics(const ImageSensorTransform& transform
     NORV_LOG(kLogError, kChannel) << problem->sentence;
     return false;
   }
+  if (refit_of_load_ != nullptr) *refit_of_load_ = {fitted.error_per_point, fitted.residuals};
   storeIntrinsics(fitted.camera, out);
   return true;
 }

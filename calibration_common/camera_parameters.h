@@ -42,6 +42,13 @@ class NORV_EXPORT CameraParameters {
     float cy = 0;
   };
 
+  /// How well the intrinsics that were fitted to sample points meet them. Pixels of the image that
+  /// the sensor warps, at the full frame's scale.
+  struct Refit {
+    double error_per_point = 0;    ///< root mean square of the residuals
+    std::vector<float> residuals;  ///< distance by which each sample is missed, in stored order
+  };
+
   /// An empty camera: no table, no distortion, no model, zero pose and a full frame of size zero.
   CameraParameters();
   CameraParameters(const CameraParameters&) = delete;
@@ -145,6 +152,10 @@ class NORV_EXPORT CameraParameters {
   /// Intrinsics per image size that the camera delivers.
   const std::vector<Intrinsics>& getIntrinsicsTable() const { return intrinsics_; }
 
+  /// The fit behind the table's entry for the image that the sensor warps; none for a camera whose
+  /// sensor warps no image, and for one that did not load.
+  const std::optional<Refit>& getRefit() const { return refit_; }
+
   /// The message that the camera was last loaded from, unknown fields included. The reference lives
   /// until the next load or adjustment by the base, or destruction.
   const CameraCalibration& getCalibration() const { return *calibration_; }
@@ -159,6 +170,8 @@ class NORV_EXPORT CameraParameters {
   Matrix3x3_f rotation_;
   Vector3_f translation_;
   std::shared_ptr<const CameraCalibration> calibration_;
+  std::optional<Refit> refit_;
+  Refit* refit_of_load_ = nullptr;  ///< where a load wants it; null unless one is under way
 };
 
 /// Why a camera would not load from this calibration, or none: the first thing that is wrong with
