@@ -12,11 +12,13 @@ set(proto_files
 set(library_sources
   calibration_common/base_adjustment.cpp
   calibration_common/base_calibration_data.cpp
+  calibration_common/calibration_review.cpp
   calibration_common/camera_image_sizes.cpp
   calibration_common/camera_load_problem.cpp
   calibration_common/camera_models.cpp
   calibration_common/camera_parameters.cpp
   calibration_common/camera_problems.cpp
+  calibration_common/head_geometry.cpp
   calibration_common/load_rollback.cpp
   calibration_common/message_copy.cpp
   calibration_common/pan_tilt_model.cpp
@@ -25,6 +27,29 @@ set(library_sources
   calibration_common/ptz_camera_model.cpp
   calibration_common/stored_pose.cpp
   calibration_common/zoom_lens.cpp
+  calibration_common/review/base_checks.cpp
+  calibration_common/review/camera_checks.cpp
+  calibration_common/review/camera_subject.cpp
+  calibration_common/review/check.cpp
+  calibration_common/review/delivered_images.cpp
+  calibration_common/review/field_order.cpp
+  calibration_common/review/head_checks.cpp
+  calibration_common/review/image_checks.cpp
+  calibration_common/review/lens_checks.cpp
+  calibration_common/review/lens_profile.cpp
+  calibration_common/review/lens_subject.cpp
+  calibration_common/review/list_checks.cpp
+  calibration_common/review/message_checks.cpp
+  calibration_common/review/message_walk.cpp
+  calibration_common/review/motor_checks.cpp
+  calibration_common/review/pinhole_checks.cpp
+  calibration_common/review/pose_checks.cpp
+  calibration_common/review/pose_subject.cpp
+  calibration_common/review/ptz_subject.cpp
+  calibration_common/review/report.cpp
+  calibration_common/review/sample_checks.cpp
+  calibration_common/review/sentence.cpp
+  calibration_common/review/zoom_checks.cpp
   support/camera_projection.cpp
   support/camera_transform.cpp
   support/checks.cpp
@@ -69,6 +94,7 @@ set(library_sources
 file(GLOB public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/support/*.h")
 list(APPEND public_headers
   calibration_common/base_calibration_data.h
+  calibration_common/calibration_review.h
   calibration_common/camera_parameters.h
   calibration_common/pan_tilt_model.h
   calibration_common/ptz_camera_model.h)
