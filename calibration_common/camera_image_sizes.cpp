@@ -5,6 +5,7 @@
 
 #include "calibration_common/camera_models.h"
 #include "calibration_common/camera_parameters.h"
+#include "calibration_common/camera_problems.h"
 
 namespace norv::calibration {
 namespace {
@@ -77,6 +78,17 @@ bool CameraParameters::precomputeCorvelNavIntrinsics() {
 bool CameraParameters::precomputeB910Intrinsics() {
   refit_.reset();
   fillTable(*this, internal::kB910Crops, &intrinsics_);
+  return true;
+}
+
+/// The table of a model that is not known: the full frame alone.
+bool CameraParameters::precomputeFullFrame() {
+  if (internal::findMissingSize(*calibration_)) return false;
+  const int width = calibration_->intrinsics().width();
+  const int height = calibration_->intrinsics().height();
+  refit_.reset();
+  intrinsics_.resize(1);
+  affineIntrinsics(full_frame_, 0, 0, width, height, width, height, intrinsics_.data());
   return true;
 }
 

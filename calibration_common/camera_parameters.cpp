@@ -149,17 +149,9 @@ bool CameraParameters::precomputeIntrinsics() {
     case internal::CameraModel::kB910:
       NORV_LOG(kLogInfo, kChannel) << "Using B910 camera model.";
       return precomputeB910Intrinsics();
-    case internal::CameraModel::kOther:
-      break;
+    default:
+      return precomputeFullFrame();
   }
-  const CameraCalibration& calibration = *calibration_;
-  if (internal::findMissingSize(calibration)) return false;
-  const int width = calibration.intrinsics().width();
-  const int height = calibration.intrinsics().height();
-  refit_.reset();
-  intrinsics_.resize(1);
-  affineIntrinsics(full_frame_, 0, 0, width, height, width, height, intrinsics_.data());
-  return true;
 }
 
 bool CameraParameters::recomputeIntrinsics(const ImageSensorTransform& transform,

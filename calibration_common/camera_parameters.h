@@ -163,6 +163,8 @@ class NORV_EXPORT CameraParameters {
  private:
   friend class CameraParametersSet;
 
+  bool precomputeFullFrame();
+
   std::vector<Intrinsics> intrinsics_;
   Intrinsics full_frame_;
   std::string model_;

@@ -96,6 +96,8 @@ list(APPEND public_headers
   calibration_common/base_calibration_data.h
   calibration_common/calibration_review.h
   calibration_common/camera_parameters.h
+  calibration_common/finding.h
+  calibration_common/head_geometry.h
   calibration_common/pan_tilt_model.h
   calibration_common/ptz_camera_model.h)
 

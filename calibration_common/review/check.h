@@ -9,8 +9,9 @@
 #include <variant>
 #include <vector>
 
-#include "calibration_common/calibration_review.h"
+#include "calibration_common/finding.h"
 #include "calibration_common/review/report.h"
+#include "proto/norv_robot_calibration.pb.h"
 
 namespace norv::internal::review {
 

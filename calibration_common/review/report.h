@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "calibration_common/calibration_review.h"
+#include "calibration_common/finding.h"
 
 namespace norv::internal::review {
 

@@ -6,10 +6,10 @@
 #include <limits>
 #include <utility>
 
+#include "calibration_common/head_geometry.h"
 #include "tools/aim/sight.h"
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
-#include "tools/review/head_geometry.h"
 
 namespace norv::tools {
 namespace {

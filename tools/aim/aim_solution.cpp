@@ -6,11 +6,11 @@
 #include <cmath>
 #include <limits>
 
+#include "calibration_common/head_geometry.h"
 #include "support/camera_projection.h"
 #include "tools/aim/aim_outcome.h"
 #include "tools/aim/sight.h"
 #include "tools/output/number_text.h"
-#include "tools/review/head_geometry.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {

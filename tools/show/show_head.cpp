@@ -6,21 +6,24 @@
 #include <optional>
 #include <vector>
 
+#include "calibration_common/head_geometry.h"
 #include "tools/angles.h"
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
 #include "tools/output/wrapping.h"
 #include "tools/review/calibration_faults.h"
 #include "tools/review/head_block.h"
-#include "tools/review/head_geometry.h"
 #include "tools/show/notes.h"
 
 namespace norv::tools {
 namespace {
 
+using calibration::ElevationRange;
+using calibration::HeadGeometry;
 using calibration::PanTiltModel;
 using calibration::PanTiltSystemParameters;
 using calibration::PTZCameraModel;
+using calibration::ReframedHead;
 using Cells = std::vector<std::string>;
 
 std::string degreesText(double radians) { return formatFixed(degrees(radians), 2) + " deg"; }

@@ -1,4 +1,4 @@
-#include "tools/review/head_geometry.h"
+#include "calibration_common/head_geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -10,13 +10,10 @@
 #include "support/logging.h"
 #include "testing/example_ptz.h"
 #include "testing/random_head.h"
-#include "tools/angles.h"
 
-namespace norv::tools {
+namespace norv::calibration {
 namespace {
 
-using calibration::PanTiltModel;
-using calibration::PanTiltSystemParameters;
 using testing::exampleHead;
 using testing::kRadians;
 using testing::randomHead;
@@ -26,6 +23,7 @@ using testing::turnZ;
 using testing::uniform;
 using testing::UprightHead;
 
+constexpr double kPi = 3.14159265358979323846;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// The largest difference between the poses of two heads over random motor positions, metres for
@@ -287,4 +285,4 @@ TEST(ReframedHead, IsServed) {
 }
 
 }  // namespace
-}  // namespace norv::tools
+}  // namespace norv::calibration
