@@ -10,6 +10,7 @@ set(proto_files
   proto/norv_robot_calibration.proto)
 
 set(library_sources
+  calibration_common/adjusted_calibration.cpp
   calibration_common/base_adjustment.cpp
   calibration_common/base_calibration_data.cpp
   calibration_common/calibration_review.cpp
@@ -93,6 +94,7 @@ set(library_sources
 # ground floor of support/, and these.
 file(GLOB public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/support/*.h")
 list(APPEND public_headers
+  calibration_common/adjusted_calibration.h
   calibration_common/base_calibration_data.h
   calibration_common/calibration_review.h
   calibration_common/camera_parameters.h
