@@ -75,7 +75,9 @@ std::vector<Finding> reviewCalibration(const PTZCameraParameters& ptz) {
   const review::PtzSubject subject = review::makePtzSubject(ptz);
   review::runChecks(subject, &report);
   for (const review::PoseSubject& pose : subject.poses) review::runChecks(pose, &report);
-  for (const review::LensSubject& lens : subject.lenses) review::runChecks(lens, &report);
+  review::visitLenses(ptz.intrinsics(), [&report](const review::LensSubject& lens) {
+    review::runChecks(lens, &report);
+  });
   return withoutPlaces(inOrder(*PTZCameraParameters::descriptor(), &report));
 }
 

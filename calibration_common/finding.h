@@ -33,6 +33,9 @@ struct Finding {
   std::optional<double> threshold;  ///< the number that it exceeds, or should reach
   /// One sentence with both numbers and their units. Holds no text of the calibration.
   std::string text;
+  /// How many more of this check and severity there are than are listed; not 0 on one of them
+  /// alone, whose sentence says so too.
+  int unlisted = 0;
 };
 
 /// Of each check a review lists at most this many findings of one severity.

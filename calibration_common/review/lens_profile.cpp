@@ -77,16 +77,20 @@ std::array<Point, 8> directionsOf(const PinholeImage& image) {
   return directions;
 }
 
-/// How far single precision moves the image points of rays at the radius `r`, at most.
-double narrowingErrorAt(const LensSubject& lens, const std::array<Point, 8>& directions, double r) {
-  const PinholeImage image = narrowed(lens.stored_image);
+double squaredDistance(const Point& a, const Point& b) {
+  return (a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y);
+}
+
+/// How far single precision moves the image points of rays at the radius `r`, at most, squared.
+double narrowingErrorAt(const LensSubject& lens, const PinholeImage& image,
+                        const std::array<Point, 8>& directions, double r) {
   double largest = 0;
   for (const Point& direction : directions) {
     const Point ray = {r * direction.x, r * direction.y};
     const Point stored = project(lens.stored_lens, lens.stored_image, ray);
     if (!isInside(stored, lens.stored_image.size)) continue;
     const Point used = project(lens.lens, image, ray);
-    largest = std::max(largest, std::hypot(used.x - stored.x, used.y - stored.y));
+    largest = std::max(largest, squaredDistance(used, stored));
   }
   return largest;
 }
@@ -127,14 +131,15 @@ AtRadius minDenominator(const Lens& lens, double radius) {
 
 double maxNarrowingError(const LensSubject& lens) {
   constexpr int kSamples = 32;
+  const PinholeImage image = narrowed(lens.stored_image);
   const std::array<Point, 8> directions = directionsOf(lens.stored_image);
   const double critical = minDenominator(lens.lens, lens.reach.corner).radius;
-  double largest = narrowingErrorAt(lens, directions, critical);
+  double largest = narrowingErrorAt(lens, image, directions, critical);
   for (int i = 0; i <= kSamples; ++i) {
     const double r = lens.reach.corner * i / kSamples;
-    largest = std::max(largest, narrowingErrorAt(lens, directions, r));
+    largest = std::max(largest, narrowingErrorAt(lens, image, directions, r));
   }
-  return largest;
+  return std::sqrt(largest);
 }
 
 double shareBeyondEnd(const LensSubject& lens) {

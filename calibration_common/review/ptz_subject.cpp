@@ -42,28 +42,12 @@ LensSubject lensBetween(const PTZIntrinsicsTable& table, int i) {
           {}};
 }
 
-/// Adds a lens that can be measured, and tells whether it serves its whole image.
-bool addLens(LensSubject lens, std::vector<LensSubject>* lenses) {
+/// Shows a lens that can be measured, and tells whether it serves its whole image.
+bool show(LensSubject lens, const LensVisit& visit) {
   if (!isUsable(lens.image) || !isFinite(lens.lens)) return false;
   measureReach(&lens);
-  lenses->push_back(std::move(lens));
-  return judgeReach(lenses->back().reach) == LensVerdict::kServed;
-}
-
-/// The samples' lenses, and those in the middles between two that serve: what is wrong with a
-/// sample is wrong near it too.
-std::vector<LensSubject> zoomLenses(const PTZIntrinsicsTable& table) {
-  std::vector<LensSubject> lenses;
-  std::vector<bool> served;
-  for (int i = 0; i < table.samples_size(); ++i) {
-    served.push_back(addLens(sampleLens(table, i), &lenses));
-  }
-  for (int i = 0; i + 1 < table.samples_size(); ++i) {
-    const auto at = static_cast<std::size_t>(i);
-    const bool rises = table.samples(i + 1).zoom() > table.samples(i).zoom();
-    if (served[at] && served[at + 1] && rises) addLens(lensBetween(table, i), &lenses);
-  }
-  return lenses;
+  visit(lens);
+  return judgeReach(lens.reach) == LensVerdict::kServed;
 }
 
 }  // namespace
@@ -84,8 +68,17 @@ PtzSubject makePtzSubject(const calibration::PTZCameraParameters& ptz) {
   return {ptz,
           {makePoseSubject(head.base_to_pan(), "pan_tilt.base_to_pan"),
            makePoseSubject(head.pan_to_tilt(), "pan_tilt.pan_to_tilt"),
-           makePoseSubject(head.tilt_to_camera(), "pan_tilt.tilt_to_camera")},
-          zoomLenses(ptz.intrinsics())};
+           makePoseSubject(head.tilt_to_camera(), "pan_tilt.tilt_to_camera")}};
+}
+
+void visitLenses(const PTZIntrinsicsTable& table, const LensVisit& visit) {
+  bool served_before = false;
+  for (int i = 0; i < table.samples_size(); ++i) {
+    const bool served = show(sampleLens(table, i), visit);
+    const bool rises = i > 0 && table.samples(i).zoom() > table.samples(i - 1).zoom();
+    if (served && served_before && rises) show(lensBetween(table, i - 1), visit);
+    served_before = served;
+  }
 }
 
 }  // namespace norv::internal::review

@@ -49,7 +49,6 @@ struct CameraSubject {
 struct PtzSubject {
   const calibration::PTZCameraParameters& message;
   std::array<PoseSubject, 3> poses;  ///< of the head, in the order of the chain
-  std::vector<LensSubject> lenses;   ///< of the samples and of the middles between them
 };
 
 /// A mobile base.

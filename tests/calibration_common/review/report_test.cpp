@@ -47,6 +47,7 @@ TEST(ReportTest, CountsWhatItDoesNotListByCheckAndSeverity) {
   EXPECT_EQ(found[998].text, "text");
   EXPECT_EQ(found[999].field, "999");
   EXPECT_EQ(found[999].text, "text; 3 more are not listed");
+  for (std::size_t i = 0; i < found.size(); ++i) EXPECT_EQ(found[i].unlisted, i == 999 ? 3 : 0);
   EXPECT_EQ(found[1000].text, "text");
   EXPECT_EQ(found[1001].text, "text");
 }
