@@ -41,7 +41,6 @@ set(library_sources
   calibration_common/review/lens_subject.cpp
   calibration_common/review/list_checks.cpp
   calibration_common/review/message_checks.cpp
-  calibration_common/review/message_walk.cpp
   calibration_common/review/motor_checks.cpp
   calibration_common/review/pinhole_checks.cpp
   calibration_common/review/pose_checks.cpp
@@ -57,6 +56,7 @@ set(library_sources
   support/file.cpp
   support/logging.cpp
   support/message_parsing.cpp
+  support/message_printing.cpp
   support/printable_text.cpp
   support/rotation_z.cpp
   support/sensor_transform.cpp
@@ -84,7 +84,11 @@ set(library_sources
   support/log/levels.cpp
   support/log/line.cpp
   support/log/text.cpp
+  support/messages/decimal_text.cpp
   support/messages/message_reading.cpp
+  support/messages/message_walk.cpp
+  support/messages/string_text.cpp
+  support/messages/text_losses.cpp
   support/numeric/monotone_cubic.cpp
   support/numeric/polynomial_zero.cpp
   support/sensor/lens_curve.cpp

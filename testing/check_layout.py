@@ -28,7 +28,7 @@ NEVER = [
     ("the lens knows no sensor", r"support/lens(/|_)", r"support/sensor(/|_)"),
     ("the sensor knows no lens", r"support/sensor(/|_)", r"support/lens(/|_)"),
     ("the fit knows no sensor", r"support/fit/", r"support/sensor(/|_)"),
-    ("messages log nothing", r"support/(messages/|message_parsing)", r"support/(log|logging|checks)"),
+    ("messages log nothing", r"support/(messages/|message_)", r"support/(log|logging|checks)"),
     ("files log nothing", r"support/file\.", r"support/(log|logging|checks)"),
     ("numerics know no lens", r"support/numeric/", r"support/(lens|sensor|fit)(/|_)"),
     ("cameras know no base", r"calibration_common/camera_parameters\.",

@@ -7,8 +7,8 @@
 #include <set>
 
 #include "calibration_common/review/check.h"
-#include "calibration_common/review/message_walk.h"
 #include "calibration_common/review/sentence.h"
+#include "support/messages/message_walk.h"
 
 namespace norv::internal::review {
 namespace {

@@ -1,6 +1,6 @@
-#include "calibration_common/review/message_walk.h"
+#include "support/messages/message_walk.h"
 
-namespace norv::internal::review {
+namespace norv::internal {
 
 std::string FieldPath::prefix() const {
   std::string text;
@@ -12,4 +12,4 @@ std::string FieldPath::prefix() const {
   return text;
 }
 
-}  // namespace norv::internal::review
+}  // namespace norv::internal

@@ -1,12 +1,15 @@
 #pragma once
 
+/// A way through all messages that a message contains. Thread-safe, for messages that nobody
+/// changes.
+
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
 #include <string>
 #include <vector>
 
-namespace norv::internal::review {
+namespace norv::internal {
 
 /// The way from the top of a message to a message within it.
 class FieldPath {
@@ -59,4 +62,4 @@ void visitMessages(const google::protobuf::Message& top, FieldPath* path, const 
   }
 }
 
-}  // namespace norv::internal::review
+}  // namespace norv::internal
