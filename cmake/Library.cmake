@@ -50,6 +50,7 @@ set(library_sources
   calibration_common/review/sample_checks.cpp
   calibration_common/review/sentence.cpp
   calibration_common/review/zoom_checks.cpp
+  support/atomic_file.cpp
   support/camera_projection.cpp
   support/camera_transform.cpp
   support/checks.cpp
@@ -61,7 +62,11 @@ set(library_sources
   support/rotation_z.cpp
   support/sensor_transform.cpp
   support/single_image_calibration.cpp
+  support/text_error.cpp
+  support/text_fields.cpp
   support/trigonometric_equation.cpp
+  support/files/signal_hold.cpp
+  support/files/temporary_file.cpp
   support/fit/candidate_choice.cpp
   support/fit/fit_problem.cpp
   support/fit/fit_stages.cpp

@@ -8,9 +8,9 @@
 #include "fuzz/fuzz_support.h"
 #include "proto/norv_robot_calibration.pb.h"
 #include "support/message_parsing.h"
+#include "support/text_error.h"
+#include "support/text_fields.h"
 #include "testing/message_paths.h"
-#include "tools/input/text_error.h"
-#include "tools/input/text_fields.h"
 
 using norv::calibration::RobotCalibration;
 using norv::fuzz::require;
@@ -22,13 +22,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   norv::TextParseError error;
   if (!norv::parseText(text, &robot, &error)) {
     if (error.line < 1) return 0;
-    const norv::tools::TextProblem problem = norv::tools::explainTextError(text, type, error);
+    const norv::TextProblem problem = norv::explainTextError(text, type, error);
     require(problem.place.line >= 1 && problem.place.column >= 1, "an error has a place");
     require(!problem.text.empty(), "an error has a reason");
     return 0;
   }
   std::vector<std::string> paths;
-  for (const norv::tools::TextField& field : norv::tools::listTextFields(text, type)) {
+  for (const norv::TextField& field : norv::listTextFields(text, type)) {
     require(field.end.line > 0, "every field of a whole text ends");
     if (!norv::testing::isPathOfList(field.path, type)) paths.push_back(field.path);
   }

@@ -29,7 +29,7 @@ NEVER = [
     ("the sensor knows no lens", r"support/sensor(/|_)", r"support/lens(/|_)"),
     ("the fit knows no sensor", r"support/fit/", r"support/sensor(/|_)"),
     ("messages log nothing", r"support/(messages/|message_)", r"support/(log|logging|checks)"),
-    ("files log nothing", r"support/file\.", r"support/(log|logging|checks)"),
+    ("files log nothing", r"support/(files/|file\.|atomic_file\.)", r"support/(log|logging|checks)"),
     ("numerics know no lens", r"support/numeric/", r"support/(lens|sensor|fit)(/|_)"),
     ("cameras know no base", r"calibration_common/camera_parameters\.",
      r"calibration_common/base_calibration_data\.h"),

@@ -8,9 +8,9 @@
 
 #include "support/file.h"
 #include "support/message_parsing.h"
+#include "support/text_error.h"
+#include "support/text_fields.h"
 #include "tools/input/stream_reading.h"
-#include "tools/input/text_error.h"
-#include "tools/input/text_fields.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {

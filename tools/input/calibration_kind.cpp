@@ -15,7 +15,7 @@
 #include "proto/norv_ptz_camera.pb.h"
 #include "proto/norv_robot_calibration.pb.h"
 #include "support/message_parsing.h"
-#include "tools/input/text_fields.h"
+#include "support/text_fields.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {

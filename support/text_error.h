@@ -6,10 +6,11 @@
 
 #include <string>
 
-#include "support/message_parsing.h"
-#include "tools/input/text_fields.h"
+#include "export.h"
+#include "text_fields.h"
+#include "text_parse_error.h"
 
-namespace norv::tools {
+namespace norv {
 
 struct TextProblem {
   TextPlace place;   ///< of the token that is wrong
@@ -24,7 +25,8 @@ struct TextProblem {
 /// and numbers with a decimal comma. The parser's place of an error about a field's name is the
 /// token after it; here it is the name. Where the field would be known outside of the block that it
 /// stands in, the text asks whether the block lacks its closing brace.
-TextProblem explainTextError(const std::string& text, const google::protobuf::Descriptor& type,
-                             const TextParseError& error);
+NORV_EXPORT TextProblem explainTextError(const std::string& text,
+                                         const google::protobuf::Descriptor& type,
+                                         const TextParseError& error);
 
-}  // namespace norv::tools
+}  // namespace norv

@@ -1,4 +1,4 @@
-#include "tools/input/text_error.h"
+#include "support/text_error.h"
 
 #include <algorithm>
 #include <cctype>
@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-namespace norv::tools {
+namespace norv {
 namespace {
 
 using google::protobuf::Descriptor;
@@ -136,4 +136,4 @@ TextProblem explainTextError(const std::string& text, const Descriptor& type,
   return {place, field != nullptr ? field->path : "", error.message};
 }
 
-}  // namespace norv::tools
+}  // namespace norv

@@ -1,4 +1,4 @@
-#include "tools/output/atomic_file.h"
+#include "support/atomic_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -18,10 +18,10 @@
 #include <thread>
 #include <utility>
 
+#include "support/file.h"
 #include "testing/temporary_folder.h"
-#include "tools/tool_error.h"
 
-namespace norv::tools {
+namespace norv {
 namespace {
 
 namespace fs = std::filesystem;
@@ -43,14 +43,14 @@ int permissionsOf(const std::string& path) {
   return static_cast<int>(status.st_mode & 07777);
 }
 
-/// The text of the error of a write, or "written".
+/// Why a write fails, or "written".
 std::string errorOf(const std::string& path, const std::string& contents = "new") {
-  try {
-    writeFileAtomically(path, contents);
-  } catch (const ToolError& error) {
-    return error.what();
-  }
-  return "written";
+  return writeFileAtomically(path, contents).value_or("written");
+}
+
+/// Writes a file that can be written.
+void write(const std::string& path, const std::string& contents) {
+  EXPECT_EQ(errorOf(path, contents), "written");
 }
 
 /// While it lives, the user is one without rights of their own, if the tests run as one who may do
@@ -70,10 +70,11 @@ class ScopedOrdinaryUser {
   uid_t user_;
 };
 
-/// While it lives, files cannot grow beyond a size.
+/// While it lives, files cannot grow beyond a size, and a write that tries ends the process unless
+/// it takes care.
 class ScopedFileSizeLimit {
  public:
-  explicit ScopedFileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+  explicit ScopedFileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_DFL)) {
     EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &before_), 0);
     const rlimit limit = {bytes, before_.rlim_max};
     EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
@@ -93,7 +94,7 @@ class ScopedFileSizeLimit {
 TEST(AtomicFile, MakesAFileWithOrdinaryPermissions) {
   const TemporaryFolder folder;
   const mode_t mask = ::umask(027);
-  writeFileAtomically(folder.path("new"), std::string("a\0b\n", 4));
+  write(folder.path("new"), std::string("a\0b\n", 4));
   ::umask(mask);
   EXPECT_EQ(contentsOf(folder.path("new")), std::string("a\0b\n", 4));
   EXPECT_EQ(permissionsOf(folder.path("new")), 0640);
@@ -105,11 +106,11 @@ TEST(AtomicFile, ReplacesAFileAndKeepsItsPermissions) {
   const std::string path = folder.write("file", "old and longer");
   for (const int permissions : {0600, 0644, 0755, 0660}) {
     ASSERT_EQ(::chmod(path.c_str(), static_cast<mode_t>(permissions)), 0);
-    writeFileAtomically(path, "new");
+    write(path, "new");
     EXPECT_EQ(contentsOf(path), "new");
     EXPECT_EQ(permissionsOf(path), permissions);
   }
-  writeFileAtomically(path, "");
+  write(path, "");
   EXPECT_EQ(contentsOf(path), "");
   EXPECT_EQ(entriesOf(folder.path()), 1);
 }
@@ -117,14 +118,14 @@ TEST(AtomicFile, ReplacesAFileAndKeepsItsPermissions) {
 TEST(AtomicFile, LargeContents) {
   const TemporaryFolder folder;
   const std::string contents(8'000'000, 'x');
-  writeFileAtomically(folder.path("file"), contents);
+  write(folder.path("file"), contents);
   EXPECT_TRUE(contentsOf(folder.path("file")) == contents);
 }
 
 TEST(AtomicFile, NameAsLongAsNamesCanBe) {
   const TemporaryFolder folder;
   const std::string path = folder.path(std::string(255, 'n'));
-  writeFileAtomically(path, "new");
+  write(path, "new");
   EXPECT_EQ(contentsOf(path), "new");
 }
 
@@ -132,7 +133,7 @@ TEST(AtomicFile, PathWithoutAFolder) {
   const TemporaryFolder folder;
   const fs::path before = fs::current_path();
   fs::current_path(folder.path());
-  writeFileAtomically("file", "new");
+  write("file", "new");
   fs::current_path(before);
   EXPECT_EQ(contentsOf(folder.path("file")), "new");
 }
@@ -143,7 +144,7 @@ TEST(AtomicFile, LinkStays) {
   folder.write("inner/file", "old");
   fs::create_symlink("inner/file", folder.path("relative"));
   fs::create_symlink(folder.path("relative"), folder.path("chain"));
-  writeFileAtomically(folder.path("chain"), "new");
+  write(folder.path("chain"), "new");
   EXPECT_EQ(contentsOf(folder.path("inner/file")), "new");
   EXPECT_TRUE(fs::is_symlink(folder.path("chain")));
   EXPECT_TRUE(fs::is_symlink(folder.path("relative")));
@@ -154,7 +155,7 @@ TEST(AtomicFile, LinkStays) {
 TEST(AtomicFile, LinkToAFileThatIsNotThereYet) {
   const TemporaryFolder folder;
   fs::create_symlink("target", folder.path("link"));
-  writeFileAtomically(folder.path("link"), "new");
+  write(folder.path("link"), "new");
   EXPECT_TRUE(fs::is_symlink(folder.path("link")));
   EXPECT_FALSE(fs::is_symlink(folder.path("target")));
   EXPECT_EQ(contentsOf(folder.path("target")), "new");
@@ -164,8 +165,7 @@ TEST(AtomicFile, LinksInACircle) {
   const TemporaryFolder folder;
   fs::create_symlink("b", folder.path("a"));
   fs::create_symlink("a", folder.path("b"));
-  EXPECT_EQ(errorOf(folder.path("a")),
-            folder.path("a") + ": cannot be written: Too many levels of symbolic links");
+  EXPECT_EQ(errorOf(folder.path("a")), "Too many levels of symbolic links");
   EXPECT_EQ(entriesOf(folder.path()), 2);
 }
 
@@ -173,28 +173,37 @@ TEST(AtomicFile, OtherNamesOfTheFileKeepTheOldContents) {
   const TemporaryFolder folder;
   const std::string path = folder.write("file", "old");
   fs::create_hard_link(path, folder.path("other"));
-  writeFileAtomically(path, "new");
+  write(path, "new");
   EXPECT_EQ(contentsOf(path), "new");
   EXPECT_EQ(contentsOf(folder.path("other")), "old");
 }
 
 TEST(AtomicFile, WhatIsNoFileIsRefused) {
   const TemporaryFolder folder;
-  EXPECT_EQ(errorOf(folder.path()), folder.path() + ": cannot be written: not a regular file");
-  EXPECT_EQ(errorOf("/dev/null"), "/dev/null: cannot be written: not a regular file");
+  EXPECT_EQ(errorOf(folder.path()), "not a regular file");
+  EXPECT_EQ(errorOf("/dev/null"), "not a regular file");
   const std::string fifo = folder.path("fifo");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  EXPECT_EQ(errorOf(fifo), fifo + ": cannot be written: not a regular file");
+  EXPECT_EQ(errorOf(fifo), "not a regular file");
   EXPECT_EQ(entriesOf(folder.path()), 1);
+}
+
+TEST(AtomicFile, PathsOfNoFile) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(errorOf(folder.path("file") + std::string("\0.txt", 5)),
+            "a null character in the path");
+  EXPECT_EQ(errorOf(EmbeddedFile::kEmbeddedPrefix + "calibration/default_head_cal.txt"),
+            "compiled-in files cannot be written");
+  EXPECT_EQ(errorOf(""), "No such file or directory");
+  EXPECT_EQ(entriesOf(folder.path()), 0);
 }
 
 TEST(AtomicFile, FolderThatIsNotThere) {
   const TemporaryFolder folder;
   const std::string path = folder.path("missing/file");
-  EXPECT_EQ(errorOf(path), path + ": cannot be written: No such file or directory");
+  EXPECT_EQ(errorOf(path), "No such file or directory");
   folder.write("file", "old");
-  EXPECT_EQ(errorOf(folder.path("file/inner")),
-            folder.path("file/inner") + ": cannot be written: Not a directory");
+  EXPECT_EQ(errorOf(folder.path("file/inner")), "Not a directory");
   EXPECT_EQ(contentsOf(folder.path("file")), "old");
 }
 
@@ -205,7 +214,7 @@ TEST(AtomicFile, WriteProtectedFileIsLeftAlone) {
   ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
   {
     const ScopedOrdinaryUser user;
-    EXPECT_EQ(errorOf(path), path + ": cannot be written: Permission denied");
+    EXPECT_EQ(errorOf(path), "Permission denied");
   }
   EXPECT_EQ(contentsOf(path), "old");
   EXPECT_EQ(entriesOf(folder.path()), 1);
@@ -218,9 +227,8 @@ TEST(AtomicFile, FolderWithoutPermission) {
   ASSERT_EQ(::chmod(folder.path().c_str(), 0555), 0);
   {
     const ScopedOrdinaryUser user;
-    EXPECT_EQ(errorOf(path), path + ": cannot be written: Permission denied");
-    EXPECT_EQ(errorOf(folder.path("new")),
-              folder.path("new") + ": cannot be written: Permission denied");
+    EXPECT_EQ(errorOf(path), "Permission denied");
+    EXPECT_EQ(errorOf(folder.path("new")), "Permission denied");
   }
   EXPECT_EQ(contentsOf(path), "old");
   ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
@@ -231,9 +239,8 @@ TEST(AtomicFile, OldContentsStayWhenTheNewOnesDoNotFit) {
   const std::string path = folder.write("file", "old");
   {
     const ScopedFileSizeLimit limit(1000);
-    EXPECT_EQ(errorOf(path, std::string(5000, 'x')), path + ": cannot be written: File too large");
-    EXPECT_EQ(errorOf(folder.path("other"), std::string(5000, 'x')),
-              folder.path("other") + ": cannot be written: File too large");
+    EXPECT_EQ(errorOf(path, std::string(5000, 'x')), "File too large");
+    EXPECT_EQ(errorOf(folder.path("other"), std::string(5000, 'x')), "File too large");
   }
   EXPECT_EQ(contentsOf(path), "old");
   EXPECT_EQ(entriesOf(folder.path()), 1);
@@ -245,7 +252,7 @@ TEST(AtomicFile, ReadersSeeOneOrTheOther) {
   const std::string path = folder.write("file", contents[0]);
   std::atomic<bool> done = false;
   std::thread writer([&] {
-    for (int i = 1; i <= 60; ++i) writeFileAtomically(path, contents[i % 2]);
+    for (int i = 1; i <= 60; ++i) write(path, contents[i % 2]);
     done = true;
   });
   int others = 0;
@@ -263,8 +270,8 @@ class EndlessWriter {
   EndlessWriter(const std::string& path, const std::string& one, const std::string& other)
       : process_(::fork()) {
     while (process_ == 0) {
-      writeFileAtomically(path, one);
-      writeFileAtomically(path, other);
+      write(path, one);
+      write(path, other);
     }
   }
   EndlessWriter(const EndlessWriter&) = delete;
@@ -301,18 +308,34 @@ TEST(AtomicFile, SignalsLeaveNothingBehind) {
   }
 }
 
+TEST(AtomicFile, AKilledWriterLeavesTheOldOrTheNewContents) {
+  const std::string one(20'000, '1');
+  const std::string other(30'000, '2');
+  std::mt19937 random(11);
+  for (int i = 0; i < 100; ++i) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("file", one);
+    EndlessWriter writer(path, other, one);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
+    EXPECT_EQ(writer.end(SIGKILL), SIGKILL);
+    const std::string contents = contentsOf(path);
+    EXPECT_TRUE(contents == one || contents == other) << contents.size();
+    EXPECT_LE(entriesOf(folder.path()), 2);  // the temporary file may be left
+  }
+}
+
 TEST(AtomicFile, SignalsAreNotHeldBackAfterwards) {
   const TemporaryFolder folder;
   sigset_t before;
   sigset_t after;
   ASSERT_EQ(::pthread_sigmask(SIG_BLOCK, nullptr, &before), 0);
-  writeFileAtomically(folder.path("file"), "new");
+  write(folder.path("file"), "new");
   EXPECT_NE(errorOf(folder.path("missing/file")), "written");
   ASSERT_EQ(::pthread_sigmask(SIG_BLOCK, nullptr, &after), 0);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ}) {
     EXPECT_EQ(sigismember(&after, signal), sigismember(&before, signal));
   }
 }
 
 }  // namespace
-}  // namespace norv::tools
+}  // namespace norv

@@ -1,4 +1,4 @@
-#include "tools/input/text_fields.h"
+#include "support/text_fields.h"
 
 #include <gmock/gmock.h>
 #include <google/protobuf/text_format.h>
@@ -17,7 +17,7 @@
 #include "testing/message_paths.h"
 #include "testing/random_text.h"
 
-namespace norv::tools {
+namespace norv {
 namespace {
 
 using calibration::RobotCalibration;
@@ -296,4 +296,4 @@ TEST(TextFields, EveryRandomTextCutShortEndsWithAnOpenFieldOrBetweenTwo) {
 }
 
 }  // namespace
-}  // namespace norv::tools
+}  // namespace norv

@@ -1,4 +1,4 @@
-#include "tools/input/text_fields.h"
+#include "support/text_fields.h"
 
 #include <google/protobuf/io/tokenizer.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
@@ -9,7 +9,7 @@
 #include <map>
 #include <tuple>
 
-namespace norv::tools {
+namespace norv {
 namespace {
 
 using google::protobuf::Descriptor;
@@ -255,4 +255,4 @@ const TextField* findField(const std::vector<TextField>& fields, const std::stri
   return period != std::string::npos ? findField(fields, path.substr(0, period)) : nullptr;
 }
 
-}  // namespace norv::tools
+}  // namespace norv

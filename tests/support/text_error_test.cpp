@@ -1,15 +1,15 @@
-#include "tools/input/text_error.h"
+#include "support/text_error.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-
 #include <string>
 
 #include "proto/norv_robot_calibration.pb.h"
+#include "support/message_parsing.h"
 #include "testing/random_text.h"
 
-namespace norv::tools {
+namespace norv {
 namespace {
 
 using calibration::RobotCalibration;
@@ -115,4 +115,4 @@ TEST(TextError, PlacesAreInTheTextWhereverItIsCutShort) {
 }
 
 }  // namespace
-}  // namespace norv::tools
+}  // namespace norv

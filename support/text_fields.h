@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace norv::tools {
+#include "export.h"
+
+namespace norv {
 
 /// A place in a text, counted from 1. Columns are counted as Protocol Buffers does: in bytes, a tab
 /// leading to the next multiple of 8.
@@ -39,14 +41,15 @@ struct TextField {
 /// The list ends where the text does not follow the format's grammar, or nests deeper than the
 /// library reads: with the same token as the parser, so that the last entry without an end is the
 /// innermost field that the error is inside of. Thread-safe.
-std::vector<TextField> listTextFields(const std::string& text,
-                                      const google::protobuf::Descriptor& type);
+NORV_EXPORT std::vector<TextField> listTextFields(const std::string& text,
+                                                  const google::protobuf::Descriptor& type);
 
 /// The innermost field that a place is inside of, its ends included, or null.
-const TextField* fieldAt(const std::vector<TextField>& fields, TextPlace place);
+NORV_EXPORT const TextField* fieldAt(const std::vector<TextField>& fields, TextPlace place);
 
 /// The first entry of a field or element of that path; where there is none, of the innermost field
 /// around it; null if there is neither.
-const TextField* findField(const std::vector<TextField>& fields, const std::string& path);
+NORV_EXPORT const TextField* findField(const std::vector<TextField>& fields,
+                                       const std::string& path);
 
-}  // namespace norv::tools
+}  // namespace norv
