@@ -64,6 +64,7 @@ set(library_sources
   support/single_image_calibration.cpp
   support/text_error.cpp
   support/text_fields.cpp
+  support/text_places.cpp
   support/trigonometric_equation.cpp
   support/files/signal_hold.cpp
   support/files/temporary_file.cpp

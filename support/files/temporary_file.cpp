@@ -50,7 +50,7 @@ FileFailure TemporaryFile::create(mode_t permissions) {
   return systemReason(errno);
 }
 
-FileFailure TemporaryFile::write(std::string_view contents) {
+FileFailure TemporaryFile::write(std::string_view contents) const {
   while (!contents.empty()) {
     const ssize_t count = ::write(fd_, contents.data(), contents.size());
     if (count < 0 && errno != EINTR) return systemReason(errno);
@@ -59,7 +59,7 @@ FileFailure TemporaryFile::write(std::string_view contents) {
   return std::nullopt;
 }
 
-FileFailure TemporaryFile::takeOver(const struct stat& old) {
+FileFailure TemporaryFile::takeOver(const struct stat& old) const {
   const bool owned = ::fchown(fd_, old.st_uid, old.st_gid) == 0;
   // Rights that go with the owner are not handed to another one.
   const mode_t permissions = old.st_mode & (owned ? 07777 : 0777);

@@ -29,9 +29,9 @@ class TemporaryFile {
 
   /// `permissions` as far as the process's mask leaves them.
   FileFailure create(mode_t permissions);
-  FileFailure write(std::string_view contents);
+  FileFailure write(std::string_view contents) const;
   /// Takes over what users may do with the file that is replaced, and its owner if possible.
-  FileFailure takeOver(const struct stat& old);
+  FileFailure takeOver(const struct stat& old) const;
   /// Flushes the file to the disk, and gives it the target's name.
   FileFailure moveIntoPlace();
 
