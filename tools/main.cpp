@@ -19,6 +19,7 @@
 #include "tools/show/show_command.h"
 #include "tools/tool_answer.h"
 #include "tools/usage/usage_text.h"
+#include "tools/validate/validate_command.h"
 
 namespace {
 
@@ -71,9 +72,10 @@ void describeProgram(CLI::App* app) {
   app->get_formatter()->label("SUBCOMMAND", "VERB");
   for (CLI::App* verb : app->get_subcommands({})) verb->group("Verbs");
   app->footer(
-      "A file named - is standard input.\n"
-      "Exit status: 0 done; 1 the input is bad, or the output cannot be written; 2 called wrongly; "
-      "3 aim does not reach what it was asked for.");
+      "A file named - is standard input, default the compiled-in calibration of the fixed "
+      "cameras.\n"
+      "Exit status: 0 done; 1 the input is bad, validate found an error, or the output cannot be "
+      "written; 2 called wrongly; 3 aim does not reach what it was asked for.");
 }
 
 ExitStatus run(int argc, char** argv) {
@@ -81,9 +83,11 @@ ExitStatus run(int argc, char** argv) {
   norv::tools::ShowOptions show;
   norv::tools::AimOptions aim;
   norv::tools::AdjustOptions adjust;
+  norv::tools::ValidateOptions validate;
   const CLI::App* show_verb = norv::tools::addShowCommand(&app, &show);
   const CLI::App* aim_verb = norv::tools::addAimCommand(&app, &aim);
   norv::tools::addAdjustCommand(&app, &adjust);
+  const CLI::App* validate_verb = norv::tools::addValidateCommand(&app, &validate);
   describeProgram(&app);
   std::vector<std::string> words = wordsOf(argc, argv);
   std::reverse(words.begin(), words.end());  // as CLI11 takes them
@@ -97,6 +101,7 @@ ExitStatus run(int argc, char** argv) {
     return refuseUsage(app, error);
   }
   if (show_verb->parsed()) return print({norv::tools::runShowCommand(show), ""});
+  if (validate_verb->parsed()) return print(norv::tools::runValidateCommand(validate));
   if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
   return print(norv::tools::runAdjustCommand(adjust));
 }

@@ -3,10 +3,10 @@
 _camera_parameters() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} words=
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words="show aim adjust --help --version"
+    words="show aim adjust validate --help --version"
   else
     case $previous in
-      --camera | --size | --at | --pixel | --point | --box) return ;;
+      --camera | --size | --at | --pixel | --point | --box | --allow | --explain) return ;;
       --kind) words="robot ptz base" ;;
       --base | --output) ;;
       *)
@@ -14,6 +14,7 @@ _camera_parameters() {
           show) words="--camera --size --kind --json --help" ;;
           aim) words="--at --pixel --point --box --json --help" ;;
           adjust) words="--base --output --binary --text --help" ;;
+          validate) words="--strict --allow --explain --kind --json --help" ;;
         esac
         ;;
     esac

@@ -10,13 +10,15 @@
 #include "support/message_parsing.h"
 #include "support/text_error.h"
 #include "support/text_fields.h"
+#include "tools/input/input_error.h"
 #include "tools/input/stream_reading.h"
-#include "tools/tool_error.h"
 
 namespace norv::tools {
 namespace {
 
 constexpr const char* kStandardInput = "-";
+constexpr const char* kDefault = "default";
+constexpr const char* kDefaultFile = "calibration/default_head_cal.txt";
 
 /// Whether an error's place in the data would mean anything to the user.
 bool looksLikeText(const std::string& data) {
@@ -40,12 +42,15 @@ std::string byteOrderMarkOf(const std::string& data) {
   return "";
 }
 
+/// Throws what is wrong with an input as a whole.
+[[noreturn]] void refuse(const std::string& name, const std::string& reason) {
+  throw InputError({name, {}, "", reason});
+}
+
 [[noreturn]] void refuseText(const CalibrationInput& input, const TextParseError& error) {
-  if (error.line < 1) throw ToolError(fmt::format("{}: {}", input.name, error.message));
+  if (error.line < 1) refuse(input.name, error.message);
   const TextProblem problem = explainTextError(input.data, *input.text_type, error);
-  throw ToolError(fmt::format("{}:{}:{}: {}{}{}", input.name, problem.place.line,
-                              problem.place.column, problem.path, problem.path.empty() ? "" : ": ",
-                              problem.text));
+  throw InputError({input.name, problem.place, problem.path, problem.text});
 }
 
 std::string describeReason(const std::string& path, const std::string& reason) {
@@ -65,23 +70,32 @@ CalibrationInput readInput(const std::string& path) {
   if (path == kStandardInput) {
     input.name = "standard input";
     if (!readStandardInput(&input.data, &reason)) {
-      throw ToolError(fmt::format("{}: cannot be read: {}", input.name, reason));
+      refuse(input.name, "cannot be read: " + reason);
     }
+    return input;
+  }
+  if (path == kDefault) {
+    input = readInput(EmbeddedFile::kEmbeddedPrefix + kDefaultFile);
+    input.name = "compiled-in default calibration";
     return input;
   }
   const bool read = isStream(path) ? readStream(path, &input.data, &reason)
                                    : File::readFileToString(path, &input.data, &reason);
-  if (!read) throw ToolError(fmt::format("{}: {}", path, describeReason(path, reason)));
+  if (!read) refuse(path, describeReason(path, reason));
   return input;
+}
+
+const char* formatName(InputFormat format) {
+  return format == InputFormat::kBinary ? "binary" : "text";
 }
 
 InputFormat parseInput(CalibrationInput* input, google::protobuf::Message* message) {
   if (parseBinary(input->data, message)) return InputFormat::kBinary;
   const std::string mark = byteOrderMarkOf(input->data);
-  if (!mark.empty()) throw ToolError(fmt::format("{}: {}", input->name, mark));
+  if (!mark.empty()) refuse(input->name, mark);
   if (!looksLikeText(input->data)) {
-    throw ToolError(fmt::format("{}: neither a binary nor a text-format {}", input->name,
-                                message->GetDescriptor()->name()));
+    refuse(input->name,
+           fmt::format("neither a binary nor a text-format {}", message->GetDescriptor()->name()));
   }
   input->text_type = message->GetDescriptor();
   TextParseError error;
@@ -91,13 +105,13 @@ InputFormat parseInput(CalibrationInput* input, google::protobuf::Message* messa
 
 std::string describeProblem(const CalibrationInput& input, const std::string& path,
                             const std::string& problem) {
-  std::string place;
+  TextPlace place = {};
   if (input.text_type != nullptr) {
     const std::vector<TextField> fields = listTextFields(input.data, *input.text_type);
     const TextField* field = findField(fields, path);
-    if (field != nullptr) place = fmt::format(":{}:{}", field->begin.line, field->begin.column);
+    if (field != nullptr) place = field->begin;
   }
-  return fmt::format("{}{}: {}: {}", input.name, place, path, problem);
+  return describe({input.name, place, path, problem});
 }
 
 }  // namespace norv::tools

@@ -19,13 +19,17 @@ struct CalibrationInput {
   const google::protobuf::Descriptor* text_type = nullptr;
 };
 
-/// Reads a file, or standard input where the path is "-". Throws ToolError when that fails.
+/// Reads a file, or standard input where the path is "-", or the compiled-in calibration of the
+/// fixed cameras where it is "default". Throws InputError when that fails.
 CalibrationInput readInput(const std::string& path);
 
 enum class InputFormat { kBinary, kText };
 
+/// "binary" or "text".
+const char* formatName(InputFormat format);
+
 /// Parses the input as a binary message, else as text, and notes which of them it was, which is
-/// also returned. Throws ToolError with the place and field of a text's first error.
+/// also returned. Throws InputError with the place and field of a text's first error.
 InputFormat parseInput(CalibrationInput* input, google::protobuf::Message* message);
 
 /// "FILE:LINE:COLUMN: path: problem" with as much of the place as is known. Reads a text anew to

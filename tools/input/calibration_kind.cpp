@@ -16,7 +16,7 @@
 #include "proto/norv_robot_calibration.pb.h"
 #include "support/message_parsing.h"
 #include "support/text_fields.h"
-#include "tools/tool_error.h"
+#include "tools/input/input_error.h"
 
 namespace norv::tools {
 namespace {
@@ -89,20 +89,36 @@ TextFit detectText(const std::string& data) {
   return best;
 }
 
+[[noreturn]] void refuseKind(const CalibrationInput& input, const char* verb, CalibrationKind found,
+                             CalibrationKind wanted) {
+  throw InputError({input.name,
+                    {},
+                    "",
+                    fmt::format("{} the calibration of {}, not of {}", verb, describeKind(found),
+                                describeKind(wanted))});
+}
+
+/// Refuses a binary message, parsed as `kind`, when it fits another kind better.
+void refuseOtherBinary(const CalibrationInput& input, CalibrationKind kind,
+                       const Message& message) {
+  const std::optional<BinaryFit> best = detectBinary(input.data);
+  if (best && best->unknown_fields < countUnknownFields(message)) {
+    refuseKind(input, "holds", best->kind, kind);
+  }
+}
+
 /// Refuses a text that does not parse as `kind` when it fits another kind better.
 void refuseOtherKind(const CalibrationInput& input, CalibrationKind kind) {
   const TextFit best = detectText(input.data);
   if (!isBetter(best, fitText(input.data, kind))) return;
-  throw ToolError(fmt::format("{}: {} the calibration of {}, not of {}", input.name,
-                              best.parses ? "holds" : "resembles", describeKind(best.kind),
-                              describeKind(kind)));
+  refuseKind(input, best.parses ? "holds" : "resembles", best.kind, kind);
 }
 
 /// Parses the input as a kind that it may not be of.
 InputFormat parseAsKind(CalibrationInput* input, CalibrationKind kind, Message* message) {
   try {
     return parseInput(input, message);
-  } catch (const ToolError&) {
+  } catch (const InputError&) {
     if (input->text_type != nullptr) refuseOtherKind(*input, kind);
     throw;
   }
@@ -115,6 +131,18 @@ std::optional<CalibrationKind> parseCalibrationKind(const std::string& name) {
   if (name == "ptz") return CalibrationKind::kPtz;
   if (name == "base") return CalibrationKind::kBase;
   return std::nullopt;
+}
+
+const char* kindName(CalibrationKind kind) {
+  switch (kind) {
+    case CalibrationKind::kRobot:
+      return "robot";
+    case CalibrationKind::kPtz:
+      return "ptz";
+    case CalibrationKind::kBase:
+      break;
+  }
+  return "base";
 }
 
 const char* describeKind(CalibrationKind kind) {
@@ -134,20 +162,19 @@ ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<Calibr
     const std::optional<BinaryFit> binary = detectBinary(input->data);
     kind = binary ? binary->kind : detectText(input->data).kind;
   }
-  ParsedCalibration parsed = {*kind, newMessage(*kind)};
-  parseAsKind(input, *kind, parsed.message.get());
+  ParsedCalibration parsed = {*kind, newMessage(*kind), InputFormat::kBinary};
+  parsed.format = parseAsKind(input, *kind, parsed.message.get());
   return parsed;
 }
 
+void requireBestKind(const CalibrationInput& input, const ParsedCalibration& parsed) {
+  if (parsed.format == InputFormat::kBinary) refuseOtherBinary(input, parsed.kind, *parsed.message);
+}
+
 InputFormat parseExpected(CalibrationInput* input, CalibrationKind kind, Message* message) {
-  if (input->data.empty()) throw ToolError(input->name + ": is empty");
+  if (input->data.empty()) throw InputError({input->name, {}, "", "is empty"});
   const InputFormat format = parseAsKind(input, kind, message);
-  if (format == InputFormat::kText) return format;
-  const std::optional<BinaryFit> best = detectBinary(input->data);
-  if (best && best->unknown_fields < countUnknownFields(*message)) {
-    throw ToolError(fmt::format("{}: holds the calibration of {}, not of {}", input->name,
-                                describeKind(best->kind), describeKind(kind)));
-  }
+  if (format == InputFormat::kBinary) refuseOtherBinary(*input, kind, *message);
   return format;
 }
 

@@ -2,12 +2,12 @@
 
 #include <fmt/format.h>
 
-#include "support/file.h"
 #include "tools/show/show_base.h"
 #include "tools/show/show_cameras.h"
 #include "tools/show/show_ptz.h"
 #include "tools/tool_error.h"
 #include "tools/usage/file_name.h"
+#include "tools/usage/kind_option.h"
 
 namespace norv::tools {
 namespace {
@@ -15,15 +15,6 @@ namespace {
 using calibration::BaseCalibrationProto;
 using calibration::PTZCameraParameters;
 using calibration::RobotCalibration;
-
-constexpr const char* kDefaultCalibration = "calibration/default_head_cal.txt";
-
-CalibrationInput readCalibration(const std::optional<std::string>& path) {
-  if (path) return readInput(*path);
-  CalibrationInput input = readInput(EmbeddedFile::kEmbeddedPrefix + kDefaultCalibration);
-  input.name = "compiled-in default calibration";
-  return input;
-}
 
 /// Cameras and image sizes are of robot calibrations alone.
 void requireOptionsFit(const CalibrationInput& input, const ShowOptions& options,
@@ -61,20 +52,13 @@ CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
                    : fmt::format("not a size such as 640x480, each side at most {}: {}",
                                  kMaxImageSide, text);
       });
-  show->add_option_function<std::string>(
-          "--kind",
-          [options](const std::string& name) { options->kind = parseCalibrationKind(name); },
-          "What FILE holds: fixed cameras, a pan-tilt-zoom camera or the base; detected by default")
-      ->type_name("robot|ptz|base")
-      ->check([](const std::string& name) {
-        return parseCalibrationKind(name) ? std::string() : "not robot, ptz or base: " + name;
-      });
+  addKindOption(show, &options->kind, "What FILE holds");
   show->add_flag("--json", options->json, "Print JSON for programs");
   return show;
 }
 
 std::string runShowCommand(const ShowOptions& options) {
-  CalibrationInput input = readCalibration(options.path);
+  CalibrationInput input = readInput(options.path.value_or("default"));
   const ParsedCalibration parsed = parseCalibration(&input, options.kind);
   requireOptionsFit(input, options, parsed.kind);
   switch (parsed.kind) {

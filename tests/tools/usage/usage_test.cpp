@@ -17,6 +17,9 @@ using ::testing::HasSubstr;
 using testing::ProgramResult;
 using testing::runTool;
 
+/// All verbs, as a mistyped one is answered.
+const std::string kVerbs = "show, aim, adjust, validate";
+
 /// Expects that a command line is refused with this line and a hint where there is help.
 void expectUsage(const std::string& arguments, const std::string& line, const std::string& verb) {
   const ProgramResult result = runTool(arguments);
@@ -28,13 +31,13 @@ void expectUsage(const std::string& arguments, const std::string& line, const st
 }
 
 TEST(Usage, UnknownVerbs) {
-  expectUsage("", "a verb is needed; there are show, aim, adjust", "");
-  expectUsage("shwo", "no verb \"shwo\"; there are show, aim, adjust. Did you mean show?", "");
+  expectUsage("", "a verb is needed; there are " + kVerbs, "");
+  expectUsage("shwo", "no verb \"shwo\"; there are " + kVerbs + ". Did you mean show?", "");
   expectUsage("ajust f --base b",
-              "no verb \"ajust\"; there are show, aim, adjust. Did you mean adjust?", "");
-  expectUsage("hepl", "no verb \"hepl\"; there are show, aim, adjust. Did you mean help?", "");
-  expectUsage("frobnicate", "no verb \"frobnicate\"; there are show, aim, adjust", "");
-  expectUsage("''", "no verb \"\"; there are show, aim, adjust", "");
+              "no verb \"ajust\"; there are " + kVerbs + ". Did you mean adjust?", "");
+  expectUsage("hepl", "no verb \"hepl\"; there are " + kVerbs + ". Did you mean help?", "");
+  expectUsage("frobnicate", "no verb \"frobnicate\"; there are " + kVerbs, "");
+  expectUsage("''", "no verb \"\"; there are " + kVerbs, "");
 }
 
 TEST(Usage, UnknownOptions) {
@@ -85,7 +88,7 @@ TEST(Usage, EmptyNamesOfFiles) {
 
 TEST(Usage, WordsOfTheCommandLineCannotActOnTheTerminal) {
   expectUsage("\"$(printf 'a\\033]0;b\\007\\nc')\"",
-              "no verb \"a\\x1b]0;b\\x07\\nc\"; there are show, aim, adjust", "");
+              "no verb \"a\\x1b]0;b\\x07\\nc\"; there are " + kVerbs, "");
   expectUsage("show \"$(printf -- '--a\\302\\233\\377')\"", "show has no option --a\\xc2\\x9b\\xff",
               "show");
 }
@@ -115,7 +118,7 @@ TEST(Usage, HelpInAllItsSpellings) {
   const std::string help = testing::toolOutput("--help");
   EXPECT_EQ(testing::toolOutput("-h"), help);
   EXPECT_EQ(testing::toolOutput("help"), help);
-  for (const std::string verb : {"show", "aim", "adjust"}) {
+  for (const std::string verb : {"show", "aim", "adjust", "validate"}) {
     EXPECT_THAT(help, HasSubstr("\n  " + verb + " "));
     const std::string verbs_help = testing::toolOutput(verb + " --help");
     EXPECT_EQ(testing::toolOutput("help " + verb), verbs_help);
@@ -152,7 +155,7 @@ std::size_t longestLine(const std::string& text) {
 }
 
 TEST(Usage, HelpFitsTheTerminal) {
-  for (const std::string verb : {"", "show", "aim", "adjust"}) {
+  for (const std::string verb : {"", "show", "aim", "adjust", "validate"}) {
     EXPECT_LE(longestLine(testing::toolOutput("help " + verb)), 80U) << verb;
     for (const std::string columns : {"0", "", "-3", "90x", "99999999999999999999"}) {
       EXPECT_EQ(runTool("help " + verb, "COLUMNS=" + columns).output,
