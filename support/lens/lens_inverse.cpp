@@ -83,8 +83,16 @@ LensInverse::Point LensInverse::dampedNewton(Point p, const Point& target) const
 
 bool LensInverse::isAnswer(const Point& p, const Point& target) {
   const LensNewtonStep at(lens_, p, target);
-  return at.closerThan(errorBound(target)) && at.regular() && at.squaredRadius() < branch_.end() &&
+  return at.closerThan(errorBound(target)) && isOnFirstBranch(at, p);
+}
+
+bool LensInverse::isOnFirstBranch(const LensNewtonStep& at, const Point& p) {
+  return at.regular() && at.squaredRadius() < branch_.end() &&
          (tangential_ == 0 || surelyInside(at.squaredRadius()) || regularUpTo(p));
+}
+
+bool LensInverse::isOnFirstBranch(const Point& p) {
+  return allFinite(lens_, p) && isOnFirstBranch(LensNewtonStep(lens_, p, {0, 0}), p);
 }
 
 bool LensInverse::regularUpTo(const Point& p) const {

@@ -134,6 +134,10 @@ class LensInverse {
     return search(target);
   }
 
+  /// Whether `p` is a point of the first branch, one that `undistort` gives back for where the lens
+  /// puts it. False where anything is not finite.
+  bool isOnFirstBranch(const Point& p);
+
  private:
   // Enough for the halving of the error with each step close to a fold.
   static constexpr int kQuickSteps = 12;
@@ -186,6 +190,9 @@ class LensInverse {
 
   /// Whether `p` is a point of the first branch that the lens puts at `target`.
   bool isAnswer(const Point& p, const Point& target);
+
+  /// Whether `p`, of which `at` is made, is a point of the first branch.
+  bool isOnFirstBranch(const LensNewtonStep& at, const Point& p);
 
   /// Whether the Jacobian is regular on the straight way from the centre to `p`. Its determinant is
   /// sampled and the minima between samples are estimated by parabolas, so that only a dip far

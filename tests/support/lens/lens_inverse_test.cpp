@@ -263,6 +263,30 @@ TEST(LensInverse, NothingAcrossALobeIsAccepted) {
   EXPECT_LE(shared, 2);
 }
 
+/// The answer of the inverse for where the lens puts a point is that point on the first branch, and
+/// another one or none beyond it.
+TEST(LensInverse, TellsThePointsOfItsBranch) {
+  std::mt19937_64 random(24);
+  for (const NamedLens& named : kLenses) {
+    const LensDistortion<double> lens = named.lens();
+    internal::LensInverse inverse(lens);
+    std::uniform_real_distribution<double> coordinate(-1.6 * named.radius, 1.6 * named.radius);
+    int inside = 0;
+    for (int i = 0; i < 500; ++i) {
+      const Point p{coordinate(random), coordinate(random)};
+      const bool comes_back = distance(inverse.undistort(lens.distort(p)), p) < 1e-6;
+      EXPECT_EQ(inverse.isOnFirstBranch(p), comes_back) << named << " " << p.x << " " << p.y;
+      if (comes_back) ++inside;
+    }
+    EXPECT_GT(inside, 50) << named;
+  }
+  internal::LensInverse folding(testing::lensNamed("folding barrel").lens());
+  EXPECT_TRUE(folding.isOnFirstBranch({0.816, 0}));
+  EXPECT_FALSE(folding.isOnFirstBranch({0.817, 0}));
+  EXPECT_FALSE(folding.isOnFirstBranch({0, std::nan("")}));
+  EXPECT_FALSE(internal::LensInverse({std::nan("")}).isOnFirstBranch({0, 0}));
+}
+
 TEST(LensInverse, NothingIsAnsweredWithoutFiniteInput) {
   const LensDistortion<double> good{-0.1, 0.02, 1e-3, 1e-3, 0.01, 0.02, 0.01, 0.001};
   for (const double bad : {std::nan(""), std::numeric_limits<double>::infinity(),
