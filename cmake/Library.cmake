@@ -28,6 +28,14 @@ set(library_sources
   calibration_common/ptz_camera_model.cpp
   calibration_common/stored_pose.cpp
   calibration_common/zoom_lens.cpp
+  calibration_common/diff/base_difference.cpp
+  calibration_common/diff/best_rotation.cpp
+  calibration_common/diff/image_camera.cpp
+  calibration_common/diff/image_difference.cpp
+  calibration_common/diff/pixel_shifts.cpp
+  calibration_common/diff/pose.cpp
+  calibration_common/diff/ptz_difference.cpp
+  calibration_common/diff/robot_difference.cpp
   calibration_common/review/base_checks.cpp
   calibration_common/review/camera_checks.cpp
   calibration_common/review/camera_subject.cpp
@@ -106,6 +114,7 @@ file(GLOB public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS "${P
 list(APPEND public_headers
   calibration_common/adjusted_calibration.h
   calibration_common/base_calibration_data.h
+  calibration_common/calibration_diff.h
   calibration_common/calibration_review.h
   calibration_common/camera_parameters.h
   calibration_common/finding.h

@@ -24,3 +24,11 @@ else()
   endif()
 endif()
 camera_parameters_find_reference(OpenCV)
+
+# Debian has no package file of it for CMake.
+find_path(mrcal_HEADERS mrcal/mrcal.h)
+find_library(mrcal_LIBRARY mrcal)
+if(mrcal_HEADERS AND mrcal_LIBRARY)
+  set(mrcal_REFERENCE "${mrcal_LIBRARY}")
+endif()
+camera_parameters_find_reference(mrcal)
