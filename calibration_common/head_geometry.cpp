@@ -53,7 +53,7 @@ double angleBetweenLines(const Eigen::Vector3d& a, const Eigen::Vector3d& b) {
 /// Whether the pose is a rotation and a translation, apart from rounding.
 bool isProper(const CameraExtrinsics& stored) {
   const auto pose = internal::review::makePoseSubject(stored, "");
-  return internal::review::isRigid(pose) && pose.rotation.determinant() > 0;
+  return internal::review::isRotation(pose);
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ using head_limits::kMaxTiltAxisError;
 constexpr double kMaxAxisGap = 1000 * head_limits::kMaxAxisGap;  ///< millimetres
 
 std::optional<HeadGeometry> geometryOf(const PtzSubject& ptz) {
-  if (!std::all_of(ptz.poses.begin(), ptz.poses.end(), isRigid)) return std::nullopt;
+  if (!std::all_of(ptz.poses.begin(), ptz.poses.end(), isRotation)) return std::nullopt;
   return calibration::describeHead(ptz.message.pan_tilt());
 }
 

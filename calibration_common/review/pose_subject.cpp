@@ -1,5 +1,6 @@
 #include "calibration_common/review/pose_subject.h"
 
+#include <Eigen/LU>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -36,6 +37,10 @@ PoseSubject makePoseSubject(const calibration::CameraExtrinsics& stored, const s
 
 bool isRigid(const PoseSubject& pose) {
   return pose.readable && pose.residual <= kMaxRotationResidual;
+}
+
+bool isRotation(const PoseSubject& pose) {
+  return isRigid(pose) && pose.rotation.determinant() > 0;
 }
 
 }  // namespace norv::internal::review

@@ -25,7 +25,10 @@ PoseSubject makePoseSubject(const calibration::CameraExtrinsics& stored, const s
 /// A pose with a larger residual turns and stretches by more than any rounding does.
 inline constexpr double kMaxRotationResidual = 1e-2;
 
-/// Whether the pose is one, apart from rounding.
+/// Whether lengths and angles stay what they are, apart from rounding; mirror images included.
 bool isRigid(const PoseSubject& pose);
+
+/// Whether the pose is one, apart from rounding.
+bool isRotation(const PoseSubject& pose);
 
 }  // namespace norv::internal::review

@@ -12,7 +12,7 @@
 #include "tools/output/json_output.h"
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
-#include "tools/review/calibration_faults.h"
+#include "tools/review/finding_notes.h"
 #include "tools/show/notes.h"
 
 namespace norv::tools {
@@ -67,8 +67,7 @@ std::string baseText(const BaseCalibrationData& data, const BaseCalibrationProto
                     2) +
          transformTable(data) + metadataText(adjustment.has_metadata(), adjustment.metadata()) +
          alignTable({{"gyroscope gain", shortestText(data.getGyroscopeGain())}}, 2) +
-         metadataText(base.gyroscope().has_metadata(), base.gyroscope().metadata()) +
-         notesText(findPoseFaults("global_transform", adjustment.global_transform()));
+         metadataText(base.gyroscope().has_metadata(), base.gyroscope().metadata());
 }
 
 json metadataJson(bool present, const CalibrationMetadataProto& metadata) {
@@ -81,20 +80,22 @@ json metadataJson(bool present, const CalibrationMetadataProto& metadata) {
 }
 
 json baseJson(const CalibrationInput& input, const BaseCalibrationData& data,
-              const BaseCalibrationProto& base) {
+              const BaseCalibrationProto& base, const Findings& findings) {
   const auto& adjustment = base.global_transform_adjustment();
-  return {
-      {"source", input.name},
-      {"wheel_base", numberOf(data.getWheelBase())},
-      {"base_width", numberOf(data.getBaseWidth())},
-      {"base_length", numberOf(data.getBaseLength())},
-      {"world_rotation", rowsOf(data.getWorldRotation())},
-      {"world_translation", listOf(data.getWorldTranslation())},
-      {"global_transform_metadata", metadataJson(adjustment.has_metadata(), adjustment.metadata())},
-      {"gyroscope_gain", numberOf(data.getGyroscopeGain())},
-      {"gyroscope_metadata",
-       metadataJson(base.gyroscope().has_metadata(), base.gyroscope().metadata())},
-      {"notes", findPoseFaults("global_transform", adjustment.global_transform())}};
+  json document = {{"source", input.name}};
+  document.update(countJson(findings));
+  document.update({{"wheel_base", numberOf(data.getWheelBase())},
+                   {"base_width", numberOf(data.getBaseWidth())},
+                   {"base_length", numberOf(data.getBaseLength())},
+                   {"world_rotation", rowsOf(data.getWorldRotation())},
+                   {"world_translation", listOf(data.getWorldTranslation())},
+                   {"global_transform_metadata",
+                    metadataJson(adjustment.has_metadata(), adjustment.metadata())},
+                   {"gyroscope_gain", numberOf(data.getGyroscopeGain())},
+                   {"gyroscope_metadata",
+                    metadataJson(base.gyroscope().has_metadata(), base.gyroscope().metadata())},
+                   {"notes", errorNotes(findings, "")}});
+  return document;
 }
 
 }  // namespace
@@ -102,9 +103,10 @@ json baseJson(const CalibrationInput& input, const BaseCalibrationData& data,
 std::string showBase(const CalibrationInput& input, const BaseCalibrationProto& base,
                      const ShowOptions& options) {
   const auto data = loadBase(input, base);
-  if (options.json) return printJson(baseJson(input, *data, base));
+  const Findings findings = reviewCalibration(base);
+  if (options.json) return printJson(baseJson(input, *data, base, findings));
   return fmt::format("{}: calibration of the mobile base\n\n", toPrintable(input.name)) +
-         baseText(*data, base);
+         baseText(*data, base) + notesText(errorNotes(findings, "")) + "\n" + countLine(findings);
 }
 
 }  // namespace norv::tools

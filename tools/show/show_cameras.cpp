@@ -14,8 +14,7 @@
 #include "tools/output/json_output.h"
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
-#include "tools/review/calibration_faults.h"
-#include "tools/review/repeated_names.h"
+#include "tools/review/finding_notes.h"
 #include "tools/show/notes.h"
 #include "tools/tool_error.h"
 #include "tools/usage/nearest_word.h"
@@ -87,7 +86,16 @@ std::string poseTable(const CameraParameters& camera) {
   return "  camera from robot\n" + alignTable(rows, 2);
 }
 
-std::string cameraText(const CameraParameters& camera, const std::vector<View>& views) {
+/// How well the intrinsics that were fitted meet the samples; empty where none were.
+std::string refitText(const CameraParameters& camera) {
+  if (!camera.getRefit()) return "";
+  return fmt::format("  fit to {} samples: error {} px per point\n",
+                     camera.getRefit()->residuals.size(),
+                     fmt::format("{:.2g}", camera.getRefit()->error_per_point));
+}
+
+std::string cameraText(const CameraParameters& camera, const std::vector<View>& views,
+                       const std::vector<std::string>& notes) {
   const Vector3_f center = camera.getTransform().getCameraCenter();
   const auto& full = camera.getFullFrame();
   return fmt::format(
@@ -95,18 +103,20 @@ std::string cameraText(const CameraParameters& camera, const std::vector<View>& 
              toPrintable(camera.getCalibration().name()), toPrintable(camera.getModel()),
              full.width, full.height, formatFixed(center.x(), 4), formatFixed(center.y(), 4),
              formatFixed(center.z(), 4)) +
-         poseTable(camera) + viewTable(views) +
-         notesText(findCameraFaults(camera.getCalibration()));
+         poseTable(camera) + refitText(camera) + viewTable(views) + notesText(notes);
 }
 
-json cameraJson(const CameraParameters& camera, const std::vector<View>& views) {
+json cameraJson(const CameraParameters& camera, const std::vector<View>& views,
+                const std::vector<std::string>& notes) {
   json result = {
       {"name", camera.getCalibration().name()},
       {"model", camera.getModel()},
       {"full_frame_size", {camera.getFullFrame().width, camera.getFullFrame().height}},
       {"camera_from_robot", rowsOf(camera.getTransform().transform)},
       {"center_on_robot", listOf(camera.getTransform().getCameraCenter())},
-      {"notes", findCameraFaults(camera.getCalibration())},
+      {"refit_error_per_point_pixels",
+       camera.getRefit() ? json(camera.getRefit()->error_per_point) : json(nullptr)},
+      {"notes", notes},
       {"intrinsics", json::array()},
   };
   for (const View& view : views) {
@@ -120,18 +130,9 @@ json cameraJson(const CameraParameters& camera, const std::vector<View>& views) 
 }
 
 /// What is to be said of the file itself.
-std::vector<std::string> inputNotes(const CalibrationInput& input, const RobotCalibration& robot,
-                                    const std::optional<std::string>& only) {
-  if (input.data.empty()) {
-    return {"the file is empty, which reads as a calibration without cameras"};
-  }
-  std::vector<std::string> notes;
-  for (const std::string& name : findRepeatedNames(robot)) {
-    if (only && name != *only) continue;
-    notes.push_back(fmt::format("\"{}\" is listed more than once; programs get the last one",
-                                toPrintable(name)));
-  }
-  return notes;
+std::vector<std::string> inputNotes(const CalibrationInput& input) {
+  if (!input.data.empty()) return {};
+  return {"the file is empty, which reads as a calibration without cameras"};
 }
 
 /// The camera that was probably meant: one whose name goes on where `name` ends, or is like it.
@@ -162,7 +163,9 @@ std::string suggestName(const RobotCalibration& robot, const std::string& name) 
 
 std::string showCameras(const CalibrationInput& input, const RobotCalibration& robot,
                         const ShowOptions& options) {
-  const std::vector<std::string> notes = inputNotes(input, robot, options.camera);
+  const std::vector<std::string> notes = inputNotes(input);
+  const Findings findings = reviewCalibration(robot);
+  auto of_entry = groupByEntry(findings);
   std::string text =
       fmt::format("{}: {} camera{}\n", toPrintable(input.name), robot.camera_calibration_size(),
                   robot.camera_calibration_size() == 1 ? "" : "s") +
@@ -173,12 +176,17 @@ std::string showCameras(const CalibrationInput& input, const RobotCalibration& r
     if (options.camera && calibration.name() != *options.camera) continue;
     const auto camera = loadCamera(input, i, calibration);
     const std::vector<View> views = viewsOf(*camera, options.size);
-    text += cameraText(*camera, views);
-    cameras.push_back(cameraJson(*camera, views));
+    const std::string path = fmt::format("camera_calibration[{}]", i);
+    const auto camera_notes = errorNotes(of_entry[path], path);
+    text += cameraText(*camera, views, camera_notes);
+    cameras.push_back(cameraJson(*camera, views, camera_notes));
   }
   if (options.camera && cameras.empty()) refuseName(input, robot, *options.camera);
-  if (!options.json) return text;
-  return printJson({{"source", input.name}, {"notes", notes}, {"cameras", cameras}});
+  if (!options.json) return text + "\n" + countLine(findings);
+  json document = {{"source", input.name}};
+  document.update(countJson(findings));
+  document.update({{"notes", notes}, {"cameras", cameras}});
+  return printJson(document);
 }
 
 }  // namespace norv::tools

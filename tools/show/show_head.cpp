@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -11,7 +13,6 @@
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
 #include "tools/output/wrapping.h"
-#include "tools/review/calibration_faults.h"
 #include "tools/review/head_block.h"
 #include "tools/show/notes.h"
 
@@ -19,12 +20,16 @@ namespace norv::tools {
 namespace {
 
 using calibration::ElevationRange;
+using calibration::Finding;
 using calibration::HeadGeometry;
 using calibration::PanTiltModel;
 using calibration::PanTiltSystemParameters;
 using calibration::PTZCameraModel;
 using calibration::ReframedHead;
+using calibration::Severity;
 using Cells = std::vector<std::string>;
+
+constexpr const char* kHeadField = "pan_tilt";
 
 std::string degreesText(double radians) { return formatFixed(degrees(radians), 2) + " deg"; }
 
@@ -98,38 +103,28 @@ std::string motorTable(const PanTiltSystemParameters& head) {
   return alignTable(rows, 2);
 }
 
-/// What the pointing computation cannot do with a head whose poses are in order.
-std::vector<std::string> findShortcomings(const HeadGeometry& geometry) {
-  std::vector<std::string> found;
-  if (!azimuthIsSupported(geometry)) {
-    found.emplace_back(
-        "the azimuth is neither 0 nor 180 deg: targets nearer to the pan axis than twice the "
-        "difference are missed, at 45 deg all, and beyond that the camera can face away");
-  }
-  if (!elevationIsSupported(geometry)) {
-    found.emplace_back("the elevation is not within 0 to 30 deg: part of the targets is missed");
-  }
-  if (!tiltAxisIsSupported(geometry)) {
-    found.emplace_back(
-        "the tilt axis is not where it is taken to be: part of the targets is missed");
-  }
-  if (!reachesThePanAxis(geometry)) {
-    found.emplace_back(
-        "a target exactly on the pan axis is missed, since the optical axis passes that by more "
-        "than 3.16 mm");
-  }
-  return found;
+/// Whether the finding keeps pointing from serving the head: an error in it, a motor that stands
+/// still, or axes that the computation does not suppose.
+bool isAgainstPointing(const Finding& finding) {
+  if (!isWithin(finding, kHeadField)) return false;
+  return finding.severity == Severity::kError || finding.check == "scale" ||
+         finding.check.rfind("head-", 0) == 0;
 }
 
 /// All that keeps pointing from serving a head; empty for one that it serves.
-std::vector<std::string> pointingNotes(const PanTiltSystemParameters& head,
-                                       const HeadGeometry& geometry) {
-  std::vector<std::string> notes = findChainFaults(head);
-  const bool has_poses = notes.empty();
-  for (const std::string& fault : findMotorFaults(head)) notes.push_back(fault);
-  if (!has_poses) return notes;
-  for (const std::string& shortcoming : findShortcomings(geometry)) notes.push_back(shortcoming);
-  return notes;
+std::vector<std::string> pointingNotes(const Findings& findings) {
+  Findings against;
+  std::copy_if(findings.begin(), findings.end(), std::back_inserter(against), isAgainstPointing);
+  return notesOn(against, kHeadField);
+}
+
+/// Whether no error is in a pose of the head.
+bool posesAreSound(const Findings& findings) {
+  return std::none_of(findings.begin(), findings.end(), [](const Finding& finding) {
+    return finding.severity == Severity::kError && (isWithin(finding, "pan_tilt.base_to_pan") ||
+                                                    isWithin(finding, "pan_tilt.pan_to_tilt") ||
+                                                    isWithin(finding, "pan_tilt.tilt_to_camera"));
+  });
 }
 
 std::string axisText(const HeadGeometry& geometry) {
@@ -164,15 +159,15 @@ std::string blockText(const ReframedHead& better) {
 }
 
 /// Measured; NaN where the poses are no rotations.
-HeadGeometry measureHead(const PanTiltSystemParameters& head) {
-  if (findChainFaults(head).empty()) return describeHead(head);
+HeadGeometry measureHead(const PanTiltSystemParameters& head, const Findings& findings) {
+  if (posesAreSound(findings)) return describeHead(head);
   const double unknown = std::nan("");
   return {unknown, unknown, unknown, unknown};
 }
 
-std::string pointingText(const PanTiltSystemParameters& head) {
-  const HeadGeometry geometry = measureHead(head);
-  const std::vector<std::string> notes = pointingNotes(head, geometry);
+std::string pointingText(const PanTiltSystemParameters& head, const Findings& findings) {
+  const HeadGeometry geometry = measureHead(head, findings);
+  const std::vector<std::string> notes = pointingNotes(findings);
   std::string text = "pointing (docs/pan_tilt_heads.md)\n";
   if (std::isfinite(geometry.azimuth)) text += axisText(geometry);
   if (notes.empty()) text += "  this head is served, targets on the pan axis included\n";
@@ -185,16 +180,16 @@ json stepsJson(const std::optional<int>& steps) { return steps ? json(*steps) : 
 
 }  // namespace
 
-std::string headText(const PTZCameraModel& model) {
+std::string headText(const PTZCameraModel& model, const Findings& findings) {
   const PanTiltSystemParameters& params = model.getParams().pan_tilt();
   return "head\n" + chainTable(model.getPanTiltModel()) + "\n" + motorTable(params) + "\n" +
-         pointingText(params);
+         pointingText(params, findings);
 }
 
-json headJson(const PTZCameraModel& model) {
+json headJson(const PTZCameraModel& model, const Findings& findings) {
   const PanTiltSystemParameters& params = model.getParams().pan_tilt();
   const PanTiltModel& head = model.getPanTiltModel();
-  const HeadGeometry geometry = measureHead(params);
+  const HeadGeometry geometry = measureHead(params, findings);
   const std::optional<ReframedHead> better = findBetterFrame(params);
   const Motor pan = panMotor(params);
   const Motor tilt = tiltMotor(params);
@@ -210,7 +205,7 @@ json headJson(const PTZCameraModel& model) {
           {"optical_axis_elevation_degrees", degrees(geometry.elevation)},
           {"optical_axis_from_pan_axis_metres", geometry.axis_gap},
           {"tilt_axis_error_degrees", degrees(geometry.tilt_axis_error)},
-          {"pointing_notes", pointingNotes(params, geometry)},
+          {"pointing_notes", pointingNotes(findings)},
           {"better_pan_tilt", better ? json(headBlock(better->head)) : json(nullptr)}};
 }
 

@@ -15,7 +15,7 @@
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
 #include "tools/output/wrapping.h"
-#include "tools/review/calibration_faults.h"
+#include "tools/review/finding_notes.h"
 #include "tools/show/notes.h"
 #include "tools/show/show_head.h"
 
@@ -26,6 +26,8 @@ using calibration::PTZCameraParameters;
 using calibration::PTZIntrinsicsItem;
 using calibration::PTZIntrinsicsTable;
 using Cells = std::vector<std::string>;
+
+constexpr const char* kLensField = "intrinsics";
 
 /// Full angles of view across the middle of the image, radians; NaN where the lens does not reach
 /// the edge.
@@ -87,7 +89,7 @@ std::string distortionTable(const PTZIntrinsicsTable& table) {
   return alignTable(rows, 2);
 }
 
-std::string lensText(const PTZIntrinsicsTable& table) {
+std::string lensText(const PTZIntrinsicsTable& table, const Findings& findings) {
   std::string text =
       fmt::format("lens, image {}x{}, zoom position {} and every {} steps\n", table.image_width(),
                   table.image_height(), table.zoom_start(), table.zoom_interval()) +
@@ -98,10 +100,10 @@ std::string lensText(const PTZIntrinsicsTable& table) {
                                  nineDigits(table.samples(table.samples_size() - 1).zoom())),
                      2);
   }
-  return text + notesText(findLensFaults(table));
+  return text + notesText(errorNotes(findings, kLensField));
 }
 
-json lensJson(const PTZIntrinsicsTable& table) {
+json lensJson(const PTZIntrinsicsTable& table, const Findings& findings) {
   json samples = json::array();
   for (const PTZIntrinsicsItem& sample : table.samples()) {
     const FieldOfView view = fieldOfView(table, sample);
@@ -119,7 +121,7 @@ json lensJson(const PTZIntrinsicsTable& table) {
           {"zoom_start", table.zoom_start()},
           {"zoom_interval", table.zoom_interval()},
           {"samples", samples},
-          {"notes", findLensFaults(table)}};
+          {"notes", errorNotes(findings, kLensField)}};
 }
 
 }  // namespace
@@ -127,13 +129,16 @@ json lensJson(const PTZIntrinsicsTable& table) {
 std::string showPtz(const CalibrationInput& input, const PTZCameraParameters& params,
                     const ShowOptions& options) {
   const calibration::PTZCameraModelPtr model = loadPtz(input, params);
+  const Findings findings = reviewCalibration(params);
   if (!options.json) {
-    return fmt::format("{}: pan-tilt-zoom camera\n\n{}\n{}", toPrintable(input.name),
-                       lensText(params.intrinsics()), headText(*model));
+    return fmt::format("{}: pan-tilt-zoom camera\n\n{}\n{}\n{}", toPrintable(input.name),
+                       lensText(params.intrinsics(), findings), headText(*model, findings),
+                       countLine(findings));
   }
   json document = {{"source", input.name}};
-  document.update(lensJson(params.intrinsics()));
-  document.update(headJson(*model));
+  document.update(countJson(findings));
+  document.update(lensJson(params.intrinsics(), findings));
+  document.update(headJson(*model, findings));
   return printJson(document);
 }
 

@@ -63,13 +63,17 @@ TEST(ShowBase, WholeText) {
                 "    tool version       \"1.0\"\n"
                 "    operator's note    \"first\\nsecond\"\n"
                 "  gyroscope gain  1.5\n"
-                "    no metadata\n");
+                "    no metadata\n"
+                "\n"
+                "0 errors, 1 warning; camera-parameters validate says which\n");
 }
 
 TEST(ShowBase, Json) {
   const TemporaryFolder folder;
   const std::string path = folder.write("base", exampleBase().SerializeAsString());
   const json expected = {{"source", path},
+                         {"errors", 0},
+                         {"warnings", 1},  // of the gyroscope's gain
                          {"wheel_base", 0.5},
                          {"base_width", 0.25},
                          {"base_length", 0.75},
@@ -111,7 +115,8 @@ TEST(ShowBase, KindCanBeGiven) {
   const TemporaryFolder folder;
   const std::string path = folder.write("base", exampleBase().SerializeAsString());
   EXPECT_EQ(toolOutput("show '" + path + "' --kind base"), toolOutput("show '" + path + "'"));
-  EXPECT_EQ(toolOutput("show '" + path + "' --kind robot"), path + ": 0 cameras\n");
+  EXPECT_EQ(toolOutput("show '" + path + "' --kind robot"),
+            path + ": 0 cameras\n\n0 errors, 6 warnings; camera-parameters validate says which\n");
   expectToolRefuses("show '" + path + "' --kind ptz",
                     path + ": intrinsics.samples: there are no lens samples");
 }
@@ -125,7 +130,10 @@ TEST(ShowBase, ValuesThatAreNotFinite) {
   const json document = toolJson("show '" + folder.write("base", base.SerializeAsString()) + "'");
   EXPECT_TRUE(document["wheel_base"].is_null());
   EXPECT_TRUE(document["world_rotation"][0][0].is_null());
-  EXPECT_EQ(document["notes"], (json{"global_transform holds values that are not finite"}));
+  EXPECT_EQ(document["notes"],
+            (json{"wheel_base is nan m, where a number above 0 is needed",
+                  "global_transform_adjustment.global_transform.a[0] is inf, where a finite number "
+                  "up to 3.40282e+38 is needed"}));
 }
 
 TEST(ShowBase, DigitsReadBackAsTheSameNumber) {
@@ -144,8 +152,8 @@ TEST(ShowBase, TransformThatIsNoRotation) {
   base.mutable_global_transform_adjustment()->mutable_global_transform()->set_a(1, -5);
   const TemporaryFolder folder;
   EXPECT_THAT(toolOutput("show '" + folder.write("base", base.SerializeAsString()) + "'"),
-              ::testing::EndsWith("\n  note: global_transform is no rotation: its rows are not of "
-                                  "length 1 and square\n    to each other\n"));
+              HasSubstr("\n  note: global_transform_adjustment.global_transform.a: the rotation R "
+                        "misses R\n    R^T = 1 by 24, more than 0.01\n\n"));
 }
 
 TEST(ShowBase, CalibrationsThatAreRefused) {

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "calibration_common/camera_parameters.h"
 #include "testing/calibration_messages.h"
 #include "testing/run_program.h"
 #include "testing/temporary_folder.h"
@@ -39,6 +40,14 @@ void expectRefused(const std::string& path, const std::string& reason) {
   testing::expectToolRefuses("show '" + path + "'", reason);
 }
 
+/// A camera in which a review finds nothing: the compiled-in navigation camera.
+CameraCalibration soundCamera(const std::string& name) {
+  CameraCalibration camera =
+      calibration::CameraParametersSet().getRobotCalibration().camera_calibration(1);
+  camera.set_name(name);
+  return camera;
+}
+
 /// A camera whose numbers are all exact in decimal.
 CameraCalibration plainCamera(const std::string& name) {
   CameraCalibration camera = exampleCamera(name, "lab");
@@ -54,29 +63,68 @@ TEST(ShowCommand, TableOfAFile) {
   const ProgramResult result = tool("show '" + path + "'");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.errors, "");
-  EXPECT_EQ(result.output, path +
-                               ": 1 camera\n"
-                               "\n"
-                               "lab   model \"lab\", full frame 1280x960\n"
-                               "  centre on the robot (-1.5000, 0.0000, 0.0000) m\n"
-                               "  camera from robot\n"
-                               "    1  0  0  1.5 m\n"
-                               "    0  1  0    0 m\n"
-                               "    0  0  1    0 m\n"
-                               "  size  1280x960\n"
-                               "  fx        1000\n"
-                               "  fy        1000\n"
-                               "  skew         0\n"
-                               "  cx         640\n"
-                               "  cy         480\n"
-                               "  k1       0.125\n"
-                               "  k2        0.25\n"
-                               "  p1           0\n"
-                               "  p2       -0.25\n"
-                               "  k3       0.375\n"
-                               "  k4         0.5\n"
-                               "  k5       0.625\n"
-                               "  k6        0.75\n");
+  EXPECT_EQ(result.output,
+            path +
+                ": 1 camera\n"
+                "\n"
+                "lab   model \"lab\", full frame 1280x960\n"
+                "  centre on the robot (-1.5000, 0.0000, 0.0000) m\n"
+                "  camera from robot\n"
+                "    1  0  0  1.5 m\n"
+                "    0  1  0    0 m\n"
+                "    0  0  1    0 m\n"
+                "  size  1280x960\n"
+                "  fx        1000\n"
+                "  fy        1000\n"
+                "  skew         0\n"
+                "  cx         640\n"
+                "  cy         480\n"
+                "  k1       0.125\n"
+                "  k2        0.25\n"
+                "  p1           0\n"
+                "  p2       -0.25\n"
+                "  k3       0.375\n"
+                "  k4         0.5\n"
+                "  k5       0.625\n"
+                "  k6        0.75\n"
+                "  note: intrinsics.radial: the lens folds before the farthest corner, "
+                "800 px\n"
+                "    from the principal point, by its tangential terms\n"
+                "  note: intrinsics.tangential: the lens has tangential terms of 0.25 "
+                "together,\n"
+                "    above 0.1\n"
+                "\n"
+                "2 errors, 0 warnings; camera-parameters validate says which\n");
+}
+
+TEST(ShowCommand, CountsWhatAReviewFinds) {
+  CameraCalibration camera = soundCamera("");
+  camera.mutable_intrinsics()->set_skew(1);
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot", robotOf({camera}).SerializeAsString());
+  EXPECT_THAT(
+      testing::toolOutput("show '" + path + "'"),
+      ::testing::EndsWith("\n\n0 errors, 2 warnings; camera-parameters validate says which\n"));
+  const json document = testing::toolJson("show '" + path + "'");
+  EXPECT_EQ(document["errors"], 0);
+  EXPECT_EQ(document["warnings"], 2);
+  EXPECT_THAT(
+      testing::toolOutput("show"),
+      ::testing::EndsWith("\n\ncamera-parameters validate finds no error and no warning\n"));
+}
+
+TEST(ShowCommand, SaysHowWellTheFitMeetsItsSamples) {
+  const json cameras = testing::toolJson("show")["cameras"];
+  const double error = cameras[0]["refit_error_per_point_pixels"].get<double>();
+  calibration::CameraParametersSet set;
+  EXPECT_EQ(error, set.getCamera("head_camera")->getRefit()->error_per_point);
+  EXPECT_TRUE(cameras[1]["refit_error_per_point_pixels"].is_null());
+  // The samples are stored to 0.001 pixels.
+  EXPECT_THAT(
+      testing::toolOutput("show"),
+      ::testing::ContainsRegex("\n  fit to 130 samples: error 0\\.000[0-9]* px per point\n"));
+  EXPECT_EQ(testing::toolOutput("show --camera navigation_camera").find("fit to"),
+            std::string::npos);
 }
 
 TEST(ShowCommand, DefaultCalibrationIsNamedAsSuch) {
@@ -129,7 +177,7 @@ TEST(ShowCommand, SizeThatTheCameraDoesNotDeliver) {
                                        "  skew         0\n"
                                        "  cx         160\n"
                                        "  cy         120\n"));
-  EXPECT_THAT(result.output, ::testing::EndsWith("\n        (scaled)\n"));
+  EXPECT_THAT(result.output, HasSubstr("\n        (scaled)\n\n"));
 }
 
 TEST(ShowCommand, JsonForPrograms) {
@@ -139,6 +187,8 @@ TEST(ShowCommand, JsonForPrograms) {
   EXPECT_EQ(result.status, 0);
   const json expected = {
       {"source", path},
+      {"errors", 2},
+      {"warnings", 0},
       {"notes", json::array()},
       {"cameras",
        {{{"name", "lab"},
@@ -147,7 +197,12 @@ TEST(ShowCommand, JsonForPrograms) {
          {"camera_from_robot",
           {{1.0, 0.0, 0.0, 1.5}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}},
          {"center_on_robot", {-1.5, 0.0, 0.0}},
-         {"notes", json::array()},
+         {"refit_error_per_point_pixels", nullptr},
+         {"notes",
+          {"intrinsics.radial: the lens folds before the farthest corner, 800 px from the "
+           "principal "
+           "point, by its tangential terms",
+           "intrinsics.tangential: the lens has tangential terms of 0.25 together, above 0.1"}},
          {"intrinsics",
           {{{"width", 640},
             {"height", 480},
@@ -193,29 +248,37 @@ TEST(ShowCommand, DigitsReadBackAsTheSameFloat) {
   EXPECT_EQ(view["distortion"][0].get<float>(), -0.000298123456F);
 }
 
-TEST(ShowCommand, NotesOnWhatIsCertainlyWrong) {
-  CameraCalibration camera = plainCamera("a");
-  for (const int i : {0, 5, 10}) camera.mutable_extrinsics()->set_a(i, 2);
+TEST(ShowCommand, NotesOnErrors) {
+  CameraCalibration camera = soundCamera("a");
+  for (const int i : {0, 1, 2}) camera.mutable_extrinsics()->set_a(i, 2 * camera.extrinsics().a(i));
   camera.mutable_intrinsics()->set_fy(-1000);
   camera.mutable_intrinsics()->set_width(0);
+  camera.mutable_intrinsics()->set_skew(1);  // a warning, which is counted and not shown
   const TemporaryFolder folder;
   const std::string path =
-      folder.write("robot", robotOf({camera, plainCamera("b")}).SerializeAsString());
-  const ProgramResult result = tool("show '" + path + "'");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.output,
-              HasSubstr("\n"
-                        "  note: extrinsics is no rotation: its rows are not of length 1 and "
-                        "square to\n"
-                        "    each other\n"
-                        "  note: the image is 0x960 pixels, and both must be positive\n"
-                        "  note: fy is -1000, and a focal length is positive\n"
-                        "\n"
-                        "b   model"));
-  const json cameras = json::parse(tool("show --json '" + path + "'").output)["cameras"];
+      folder.write("robot", robotOf({camera, soundCamera("b")}).SerializeAsString());
+  EXPECT_THAT(
+      testing::toolOutput("show '" + path + "'"),
+      HasSubstr("\n"
+                "  note: intrinsics.fy is -1000, not above 0\n"
+                "  note: intrinsics.width is 0, below 1\n"
+                "  note: extrinsics.a: the rotation R misses R R^T = 1 by 3, more than 0.01\n"
+                "\n"
+                "b   model"));
+  const json cameras = testing::toolJson("show '" + path + "'")["cameras"];
   EXPECT_EQ(cameras[0]["notes"].size(), 3U);
-  EXPECT_EQ(cameras[0]["notes"][2], "fy is -1000, and a focal length is positive");
+  EXPECT_EQ(cameras[0]["notes"][0], "intrinsics.fy is -1000, not above 0");
   EXPECT_EQ(cameras[1]["notes"], json::array());
+}
+
+TEST(ShowCommand, NotesOnTenErrorsAndTheNumberOfTheOthers) {
+  CameraCalibration camera = soundCamera("a");
+  for (int i = 0; i < 11; ++i) camera.mutable_extrinsics()->set_a(i, std::nan(""));
+  const TemporaryFolder folder;
+  const std::string path = folder.write("robot", robotOf({camera}).SerializeAsString());
+  EXPECT_EQ(testing::toolJson("show '" + path + "'")["cameras"][0]["notes"].size(), 11U);
+  EXPECT_THAT(testing::toolOutput("show '" + path + "'"),
+              HasSubstr("\n  note: and 1 more\n\n11 errors, 0 warnings;"));
 }
 
 TEST(ShowCommand, FitsATerminalOf80Columns) {
@@ -240,18 +303,28 @@ TEST(ShowCommand, RepeatedNamesAreSaid) {
     return folder.write("robot" + std::to_string(cameras.size()),
                         robotOf(cameras).SerializeAsString());
   };
-  // What is said of the single camera, without the line of the file.
-  const std::string one = pathOf({plainCamera("lab")});
-  const std::string shown = testing::toolOutput("show '" + one + "'").substr(one.size() + 11);
-  const std::string two = pathOf({plainCamera("lab"), plainCamera("lab")});
-  const std::string note = "\"lab\" is listed more than once; programs get the last one";
-  EXPECT_EQ(testing::toolOutput("show '" + two + "'"),
-            two + ": 2 cameras\n  note: " + note + "\n" + shown + shown);
-  EXPECT_EQ(testing::toolJson("show '" + two + "'")["notes"], json::array({note}));
+  CameraCalibration second = soundCamera("lab");
+  second.mutable_extrinsics()->set_a(3, 31);
+  const std::string two = pathOf({soundCamera("lab"), second});
+  const std::string note =
+      "name: the name is that of camera_calibration[0], which is lost: the later entry wins";
+  const json cameras = testing::toolJson("show '" + two + "'")["cameras"];
+  EXPECT_EQ(cameras[0]["notes"], json::array());
+  EXPECT_EQ(cameras[1]["notes"], json::array({note}));
+  EXPECT_THAT(
+      testing::toolOutput("show '" + two + "'"),
+      ::testing::EndsWith("\n"
+                          "  note: name: the name is that of camera_calibration[0], which is "
+                          "lost: the\n"
+                          "    later entry wins\n"
+                          "\n"
+                          "1 error, 0 warnings; camera-parameters validate says which\n"));
   // Of a camera that was not asked for nothing is said.
-  const std::string three = pathOf({plainCamera("lab"), plainCamera("b"), plainCamera("lab")});
-  EXPECT_EQ(testing::toolJson("show '" + three + "' --camera lab")["notes"], json::array({note}));
-  EXPECT_EQ(testing::toolJson("show '" + three + "' --camera b")["notes"], json::array());
+  const std::string three = pathOf({soundCamera("lab"), soundCamera("b"), second});
+  EXPECT_EQ(testing::toolJson("show '" + three + "' --camera lab")["cameras"][1]["notes"],
+            json::array({note}));
+  EXPECT_EQ(testing::toolJson("show '" + three + "' --camera b")["cameras"][0]["notes"],
+            json::array());
 }
 
 TEST(ShowCommand, EmptyCalibration) {
@@ -262,10 +335,14 @@ TEST(ShowCommand, EmptyCalibration) {
   EXPECT_EQ(result.output, path +
                                ": 0 cameras\n"
                                "  note: the file is empty, which reads as a calibration without "
-                               "cameras\n");
+                               "cameras\n"
+                               "\n"
+                               "0 errors, 1 warning; camera-parameters validate says which\n");
   EXPECT_EQ(testing::toolJson("show '" + path + "'")["notes"].size(), 1U);
   const std::string comment = folder.write("comment", "# no cameras\n");
-  EXPECT_EQ(testing::toolOutput("show '" + comment + "'"), comment + ": 0 cameras\n");
+  EXPECT_EQ(
+      testing::toolOutput("show '" + comment + "'"),
+      comment + ": 0 cameras\n\n0 errors, 1 warning; camera-parameters validate says which\n");
 }
 
 TEST(ShowCommand, FilesThatCannotBeRead) {

@@ -100,7 +100,9 @@ TEST(ShowPtz, WholeText) {
                 "    elevation 0.00 deg, 2.00 mm from the pan axis\n"
                 "  tilt axis: 0.00 deg from square to the pan axis and the optical axis\n"
                 "  targets from -90.0 to 90.0 deg of elevation are found\n"
-                "  this head is served, targets on the pan axis included\n");
+                "  this head is served, targets on the pan axis included\n"
+                "\n"
+                "camera-parameters validate finds no error and no warning\n");
 }
 
 TEST(ShowPtz, BinaryAndTextShowTheSame) {
@@ -169,11 +171,15 @@ TEST(ShowPtz, TablesThatAreNotAsTheLibraryTakesThem) {
   ptz.mutable_intrinsics()->mutable_samples(1)->set_focal_length(960);
   const TemporaryFolder folder;
   EXPECT_EQ(toolJson("show '" + folder.write("a", ptz.SerializeAsString()) + "'")["notes"],
-            (json{"samples 0 and 1 do not increase in zoom and focal length",
-                  "sample 1 is at zoom 900, where zoom_start and zoom_interval say 1000"}));
+            (json{"samples[1].zoom: the sample is at zoom position 900, where zoom_start and "
+                  "zoom_interval say 1000",
+                  "samples[1].focal_length is 960, not above the 960 of the sample before"}));
+  // Of a warning only the number is shown.
   ptz.mutable_intrinsics()->mutable_samples()->RemoveLast();
-  EXPECT_EQ(toolJson("show '" + folder.write("b", ptz.SerializeAsString()) + "'")["notes"],
-            (json{"a single sample gives a lens at no zoom position"}));
+  const json one = toolJson("show '" + folder.write("b", ptz.SerializeAsString()) + "'");
+  EXPECT_EQ(one["notes"], json::array());
+  EXPECT_EQ(one["errors"], 0);
+  EXPECT_EQ(one["warnings"], 1);
 }
 
 TEST(ShowPtz, HeadThatPointingDoesNotServe) {
@@ -182,8 +188,8 @@ TEST(ShowPtz, HeadThatPointingDoesNotServe) {
   const std::string text = toolOutput("show '" + path + "'");
   EXPECT_THAT(text,
               HasSubstr("azimuth 60.00 deg,\n    elevation 0.00 deg, 2.00 mm from the pan axis\n"));
-  EXPECT_THAT(text, HasSubstr("  note: the azimuth is neither 0 nor 180 deg: targets nearer to the "
-                              "pan axis\n    than"));
+  EXPECT_THAT(text, HasSubstr("  note: the optical axis at zero tilt has the azimuth 60 deg in the "
+                              "pan frame,\n    60 deg from 0 or 180 deg, more than 0.05 deg:"));
   EXPECT_THAT(text, Not(HasSubstr("this head is served")));
   EXPECT_THAT(text, HasSubstr("\nthe same head in a frame that pointing serves, every pose as it "
                               "was:\n\npan_tilt {\n  base_to_pan {\n"));
@@ -195,7 +201,8 @@ TEST(ShowPtz, BlockToPasteIsTheSameHeadInAServedFrame) {
     const PTZCameraParameters ptz = turnedPtz(azimuth * kRadians);
     const std::string path = folder.write("ptz", ptz.SerializeAsString());
     const std::string text = toolOutput("show '" + path + "'");
-    const std::string block = text.substr(text.find("\npan_tilt {") + 1);
+    const std::size_t begin = text.find("\npan_tilt {") + 1;
+    const std::string block = text.substr(begin, text.find("\n\n", begin) + 1 - begin);
     EXPECT_EQ(toolJson("show '" + path + "'")["better_pan_tilt"], block);
 
     PTZCameraParameters pasted;
@@ -227,7 +234,8 @@ TEST(ShowPtz, HeadWithItsZeroOfTiltElsewhere) {
       toolOutput("show '" + folder.write("ptz", ptz.SerializeAsString()) + "'");
   EXPECT_THAT(text, HasSubstr("elevation 60.00 deg"));
   EXPECT_THAT(text, HasSubstr("  targets from -8.2 to 90.0 deg of elevation are found\n"
-                              "  note: the elevation is not within 0 to 30 deg"));
+                              "  note: the optical axis at zero tilt has the elevation 60 deg in "
+                              "the pan frame,\n    outside 0 to 30 deg"));
   EXPECT_THAT(text, HasSubstr("every pose as it was (zero tilt\nmoved by -60.00 deg):\n"));
 }
 
@@ -236,12 +244,12 @@ TEST(ShowPtz, WhatElsePointingCannotDo) {
   ptz.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(3, 4);
   const TemporaryFolder folder;
   EXPECT_EQ(toolJson("show '" + folder.write("a", ptz.SerializeAsString()) + "'")["pointing_notes"],
-            (json{"a target exactly on the pan axis is missed, since the optical axis passes that "
-                  "by more than 3.16 mm"}));
+            (json{"the optical axis passes the pan axis at 4 mm, more than 3.16228 mm: a target "
+                  "exactly on the pan axis is missed"}));
   ptz = examplePtz();
   ptz.mutable_pan_tilt()->clear_tilt_scale();
   EXPECT_EQ(toolJson("show '" + folder.write("b", ptz.SerializeAsString()) + "'")["pointing_notes"],
-            (json{"nothing can be pointed at, since a motor's step is 0 rad"}));
+            (json{"tilt_scale is missing and counts as 0: nothing can be pointed at"}));
   // A tilt axis 2 degrees out of level; what follows it is turned back.
   ptz = examplePtz();
   calibration::PanTiltSystemParameters* head = ptz.mutable_pan_tilt();
@@ -254,7 +262,8 @@ TEST(ShowPtz, WhatElsePointingCannotDo) {
   const json document = toolJson("show '" + folder.write("c", ptz.SerializeAsString()) + "'");
   EXPECT_NEAR(document["tilt_axis_error_degrees"].get<double>(), 2, 1e-9);
   EXPECT_EQ(document["pointing_notes"],
-            (json{"the tilt axis is not where it is taken to be: part of the targets is missed"}));
+            (json{"the tilt axis is 2 deg from square to the pan axis and the optical axis, more "
+                  "than 1 deg: pointing misses part of the targets"}));
 }
 
 TEST(ShowPtz, ValuesThatAreNotFinite) {
@@ -267,9 +276,13 @@ TEST(ShowPtz, ValuesThatAreNotFinite) {
   EXPECT_TRUE(document["samples"][3]["focal_length"].is_null());
   EXPECT_TRUE(document["optical_axis_azimuth_degrees"].is_null());
   EXPECT_TRUE(document["better_pan_tilt"].is_null());
-  EXPECT_THAT(toolOutput("show '" + path + "'"),
-              EndsWith("\npointing (docs/pan_tilt_heads.md)\n"
-                       "  note: pan_to_tilt holds values that are not finite\n"));
+  EXPECT_THAT(
+      toolOutput("show '" + path + "'"),
+      EndsWith("\npointing (docs/pan_tilt_heads.md)\n"
+               "  note: pan_to_tilt.a[0] is inf, where a finite number up to 3.40282e+38 is\n"
+               "    needed\n"
+               "\n"
+               "2 errors, 0 warnings; camera-parameters validate says which\n"));
 }
 
 /// What `show` says against pointing with a head.
@@ -287,34 +300,37 @@ TEST(ShowPtz, PosesThatAreNoRotations) {
   for (const int i : {0, 5, 10}) {
     scaled.mutable_pan_tilt()->mutable_base_to_pan()->set_a(i, 2);
   }
-  const std::string rows = " is no rotation: its rows are not of length 1 and square to each other";
-  EXPECT_EQ(pointingNotes(scaled), json::array({"base_to_pan" + rows}));
+  EXPECT_EQ(pointingNotes(scaled),
+            json::array({"base_to_pan.a: the rotation R misses R R^T = 1 by 3, more than 0.01"}));
   PTZCameraParameters singular = examplePtz();
   for (int i = 0; i < 3; ++i) {
     singular.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(i, 0);
   }
-  EXPECT_EQ(pointingNotes(singular), json::array({"tilt_to_camera" + rows}));
+  EXPECT_EQ(
+      pointingNotes(singular),
+      json::array({"tilt_to_camera.a: the rotation R misses R R^T = 1 by 1, more than 0.01"}));
   PTZCameraParameters mirrored = examplePtz();
   for (int i = 0; i < 3; ++i) {
     auto* pose = mirrored.mutable_pan_tilt()->mutable_pan_to_tilt();
     pose->set_a(i, -pose->a(i));
   }
   EXPECT_EQ(pointingNotes(mirrored),
-            json::array({"pan_to_tilt is no rotation but a mirror image"}));
+            json::array({"pan_to_tilt.a: the rotation has the determinant -1, below 0, and so "
+                         "mirrors what is seen"}));
 }
 
 TEST(ShowPtz, MotorsThatCannotWork) {
   PTZCameraParameters ptz = examplePtz();
   ptz.mutable_pan_tilt()->set_min_pan(100);
   ptz.mutable_pan_tilt()->set_max_pan(-100);
-  EXPECT_EQ(pointingNotes(ptz),
-            json::array({"min_pan 100 is above max_pan -100: the motor is always sent to -100"}));
+  EXPECT_EQ(pointingNotes(ptz), json::array({"min_pan is 100, above max_pan, -100"}));
   ptz = examplePtz();
   ptz.mutable_pan_tilt()->set_tilt_scale(std::nanf(""));
   ptz.mutable_pan_tilt()->set_pan_offset(std::numeric_limits<float>::infinity());
   EXPECT_EQ(pointingNotes(ptz),
-            json::array({"nothing can be pointed at, since a motor's step is nan rad",
-                         "pan_offset is inf"}));
+            json::array({"tilt_scale is nan, where the radians per step are needed, finite and not "
+                         "0",
+                         "pan_offset is inf, where a finite number up to 3.40282e+38 is needed"}));
 }
 
 TEST(ShowPtz, OpticalAxisAlongThePanAxis) {
@@ -339,12 +355,12 @@ TEST(ShowPtz, LensesThatCannotBe) {
   ptz.mutable_intrinsics()->mutable_samples(1)->set_k4(std::nan(""));
   const TemporaryFolder folder;
   const std::string path = folder.write("ptz", ptz.SerializeAsString());
-  EXPECT_EQ(toolJson("show '" + path + "'")["notes"],
-            json::array({"the image is 1920x0 pixels, and both must be positive",
-                         "sample 0: focal_length is 0, and a focal length is positive",
-                         "sample 1: k4 is nan"}));
+  EXPECT_EQ(
+      toolJson("show '" + path + "'")["notes"],
+      json::array({"image_height is 0, below 1", "samples[0].focal_length is 0, not above 0",
+                   "samples[1].k4 is nan, where a finite number up to 3.40282e+38 is needed"}));
   EXPECT_THAT(toolOutput("show '" + path + "'"),
-              HasSubstr("\n  note: the image is 1920x0 pixels, and both must be positive\n"));
+              HasSubstr("\n  note: image_height is 0, below 1\n"));
 }
 
 TEST(ShowPtz, DigitsReadBackAsTheSameNumber) {

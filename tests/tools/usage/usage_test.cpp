@@ -141,9 +141,11 @@ TEST(Usage, HelpSaysHowFarAwayABoxIsTaken) {
 }
 
 TEST(Usage, HelpNamesTheExitStatusesAndThatAdjustIsNotIdempotent) {
-  EXPECT_THAT(testing::toolOutput("--help"),
-              HasSubstr("Exit status: 0 done; 1 the input is bad, or the output cannot be written; "
-                        "2\ncalled wrongly; 3 aim does not reach what it was asked for.\n"));
+  EXPECT_THAT(
+      testing::toolOutput("--help"),
+      HasSubstr("Exit status: 0 done; 1 the input is bad, validate found an error, or the output\n"
+                "cannot be written; 2 called wrongly; 3 aim does not reach what it was asked "
+                "for.\n"));
   EXPECT_THAT(testing::toolOutput("adjust --help"), HasSubstr("doing it twice moves twice"));
 }
 
