@@ -13,6 +13,8 @@
 
 namespace norv::calibration {
 
+struct LoadReport;
+
 /// Body dimensions, a global transform and the gyroscope's gain, each calibration with the metadata
 /// that says what it is valid for.
 ///
@@ -48,6 +50,24 @@ class NORV_EXPORT BaseCalibrationData {
   /// logged, or when its global transform has fewer than 12 values, which is an error line. An
   /// empty string is an empty binary message, and so has none.
   bool loadFromString(const std::string& data);
+
+  /// The same, and fills `*report` unless that is null (load_report.h): what the data was read as,
+  /// why it did not load, and all that is doubtful in it.
+  bool loadFromString(const std::string& data, LoadReport* report);
+
+  /// The same of a file. False, with the default in force and an error line that names the file,
+  /// when it cannot be read or does not load.
+  bool loadFromFile(const std::string& path, LoadReport* report = nullptr);
+
+  /// The calibration that the file or the data holds, binary or text; never the default. Null, with
+  /// an error line that says why, where that does not load or is of another kind of calibration.
+  /// Fills `*report` unless that is null.
+  ///
+  /// The object is as others are from then on: a later load that fails puts the default in force.
+  static std::unique_ptr<BaseCalibrationData> fromFile(const std::string& path,
+                                                       LoadReport* report = nullptr);
+  static std::unique_ptr<BaseCalibrationData> fromString(const std::string& data,
+                                                         LoadReport* report = nullptr);
 
   /// Rotation W of the global transform.
   Matrix3x3_f getWorldRotation() const { return world_rotation_; }
@@ -91,6 +111,10 @@ class NORV_EXPORT BaseCalibrationData {
   const BaseCalibrationProto& getCalibration() const { return *cal_; }
 
  private:
+  struct WithoutDefault {};
+  explicit BaseCalibrationData(WithoutDefault /*tag*/);
+  static std::unique_ptr<BaseCalibrationData> take(const std::string& data,
+                                                   const std::string& source, LoadReport* report);
   void loadDefault();
 
   std::unique_ptr<BaseCalibrationProto> default_cal_;  ///< null in a copy until it is needed

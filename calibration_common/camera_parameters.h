@@ -23,6 +23,8 @@ namespace norv::calibration {
 
 class BaseCalibrationData;
 class ImageSensorTransform;
+enum class CalibrationFormat;
+struct LoadReport;
 
 /// The calibration of one camera.
 ///
@@ -222,6 +224,22 @@ class NORV_EXPORT CameraParametersSet {
   /// reported by a warning, after an error line where a camera's entry is what is wrong.
   bool loadFromString(const std::string& data);
 
+  /// The same loads, which also fill `*report` unless that is null (load_report.h): what the data
+  /// was read as, which cameras came from it, why it did not load, and all that is doubtful in it.
+  /// The report is made for the data that was loaded, after the load.
+  bool loadFromFile(const std::string& path, LoadReport* report);
+  bool loadFromString(const std::string& data, LoadReport* report);
+
+  /// A set of exactly the cameras that the file or the data holds, binary or text, without any of
+  /// the default calibration. Null, with an error line that says why, where that does not load,
+  /// holds no camera, or is of another kind of calibration. Fills `*report` unless that is null.
+  ///
+  /// The set is as others are from then on: a later load that fails puts the default in force.
+  static std::unique_ptr<CameraParametersSet> fromFile(const std::string& path,
+                                                       LoadReport* report = nullptr);
+  static std::unique_ptr<CameraParametersSet> fromString(const std::string& data,
+                                                         LoadReport* report = nullptr);
+
   /// Loads a copy of `calibration`. A failure is reported as by `loadFromString`.
   bool loadFromProto(const RobotCalibration& calibration);
 
@@ -250,6 +268,10 @@ class NORV_EXPORT CameraParametersSet {
   const RobotCalibration& getRobotCalibration() const { return *robotcal_; }
 
  private:
+  struct WithoutDefault {};
+  explicit CameraParametersSet(WithoutDefault /*tag*/);
+  static std::unique_ptr<CameraParametersSet> take(const std::string& data,
+                                                   const std::string& source, LoadReport* report);
   bool buildCameras(std::size_t message_size);
   void separateCameras();
 

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "../support/camera_transform.h"
@@ -18,6 +19,7 @@
 namespace norv::calibration {
 
 class CameraParameters;
+struct LoadReport;
 
 /// Lens samples over the zoom range, and the head's kinematics.
 ///
@@ -32,6 +34,14 @@ class NORV_EXPORT PTZCameraModel {
   /// Builds the model from a calibration, of which it keeps a copy. Where that has no lens samples
   /// or an incomplete head, the model is not valid and an error line says why.
   explicit PTZCameraModel(const PTZCameraParameters& params);
+
+  /// The model of the `PTZCameraParameters` that the file or the data holds, binary or text. Null,
+  /// with an error line that says why, where that does not parse, makes no valid model, or is of
+  /// another kind of calibration. Fills `*report` unless that is null (load_report.h).
+  static std::shared_ptr<const PTZCameraModel> fromFile(const std::string& path,
+                                                        LoadReport* report = nullptr);
+  static std::shared_ptr<const PTZCameraModel> fromString(const std::string& data,
+                                                          LoadReport* report = nullptr);
 
   /// Index of the sample at or just below a zoom position in steps: (zoom - start) / interval,
   /// truncated toward zero and not limited to the table; 0 where the interval is 0. Quotients
@@ -67,6 +77,9 @@ class NORV_EXPORT PTZCameraModel {
   float getMaxZoomFactor() const { return max_zoom_factor_; }
 
  private:
+  static std::shared_ptr<const PTZCameraModel> take(const std::string& data,
+                                                    const std::string& source, LoadReport* report);
+
   PTZCameraParameters params_;
   PanTiltModel pan_tilt_model_;
   float max_zoom_factor_ = 1;

@@ -13,12 +13,14 @@ set(library_sources
   calibration_common/adjusted_calibration.cpp
   calibration_common/base_adjustment.cpp
   calibration_common/base_calibration_data.cpp
+  calibration_common/base_loading.cpp
   calibration_common/calibration_review.cpp
   calibration_common/camera_image_sizes.cpp
   calibration_common/camera_load_problem.cpp
   calibration_common/camera_models.cpp
   calibration_common/camera_parameters.cpp
   calibration_common/camera_problems.cpp
+  calibration_common/camera_set_loading.cpp
   calibration_common/head_geometry.cpp
   calibration_common/load_rollback.cpp
   calibration_common/message_copy.cpp
@@ -26,6 +28,7 @@ set(library_sources
   calibration_common/pan_tilt_solver.cpp
   calibration_common/pointing_residual.cpp
   calibration_common/ptz_camera_model.cpp
+  calibration_common/ptz_loading.cpp
   calibration_common/stored_pose.cpp
   calibration_common/zoom_lens.cpp
   calibration_common/diff/base_difference.cpp
@@ -36,6 +39,9 @@ set(library_sources
   calibration_common/diff/pose.cpp
   calibration_common/diff/ptz_difference.cpp
   calibration_common/diff/robot_difference.cpp
+  calibration_common/loading/calibration_kinds.cpp
+  calibration_common/loading/calibration_reading.cpp
+  calibration_common/loading/load_reporting.cpp
   calibration_common/review/base_checks.cpp
   calibration_common/review/camera_checks.cpp
   calibration_common/review/camera_subject.cpp
@@ -115,10 +121,12 @@ list(APPEND public_headers
   calibration_common/adjusted_calibration.h
   calibration_common/base_calibration_data.h
   calibration_common/calibration_diff.h
+  calibration_common/calibration_format.h
   calibration_common/calibration_review.h
   calibration_common/camera_parameters.h
   calibration_common/finding.h
   calibration_common/head_geometry.h
+  calibration_common/load_report.h
   calibration_common/pan_tilt_model.h
   calibration_common/ptz_camera_model.h)
 

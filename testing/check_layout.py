@@ -13,9 +13,18 @@ LIBRARY = ("calibration_common", "support")
 PRODUCT = LIBRARY + ("tools", "examples")
 # The only headers beside those on the ground floor of support/ that users include.
 PUBLIC_CALIBRATION_HEADERS = {
-    "adjusted_calibration.h", "base_calibration_data.h", "calibration_diff.h", "calibration_review.h",
-    "camera_parameters.h", "finding.h", "head_geometry.h",
-    "pan_tilt_model.h", "ptz_camera_model.h"}
+    "adjusted_calibration.h",
+    "base_calibration_data.h",
+    "calibration_diff.h",
+    "calibration_format.h",
+    "calibration_review.h",
+    "camera_parameters.h",
+    "finding.h",
+    "head_geometry.h",
+    "load_report.h",
+    "pan_tilt_model.h",
+    "ptz_camera_model.h",
+}
 MAX_LIBRARY_FILE_LINES = 300
 
 # Files whose path matches the first expression never include one whose path matches the second, neither

@@ -14,6 +14,7 @@
 
 #include "calibration_common/base_calibration_data.h"
 #include "calibration_common/camera_parameters.h"
+#include "calibration_common/load_report.h"
 #include "support/logging.h"
 #include "support/messages/embedded_files.h"
 #include "testing/calibration_messages.h"
@@ -215,6 +216,21 @@ TEST_F(LoadMemory, LoadFromAFileIsAllOrNothing) {
   const std::string missing = folder.path("missing");
   for (const std::string& path : {good, refused, missing}) {
     expectLoadIsAllOrNothing([&](CameraParametersSet* set) { set->loadFromFile(path); });
+  }
+}
+
+TEST_F(LoadMemory, ReportedLoadIsAllOrNothing) {
+  const std::string texts[] = {exampleRobot().DebugString(), refusedRobot().DebugString(),
+                               "neither"};
+  LoadReport report;
+  for (const std::string& text : texts) {
+    expectLoadIsAllOrNothing([&](CameraParametersSet* set) { set->loadFromString(text, &report); },
+                             kUnknownField);
+  }
+  const TemporaryFolder folder;
+  for (const std::string& path : {folder.write("good", texts[0]), folder.path("missing")}) {
+    expectLoadIsAllOrNothing([&](CameraParametersSet* set) { set->loadFromFile(path, &report); },
+                             kUnknownField);
   }
 }
 
