@@ -37,6 +37,7 @@ ExitStatus fail(const std::string& message, ExitStatus status = norv::tools::kBa
 /// Prints a command's whole answer, or nothing of it.
 ExitStatus print(const ToolAnswer& answer) {
   std::cerr << answer.notes;
+  if (!answer.refusal.empty()) fail(answer.refusal);
   const std::string& text = answer.output;
   const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   return written && std::fflush(stdout) == 0 ? answer.status

@@ -17,6 +17,8 @@ struct ToolAnswer {
   std::string output;  ///< for standard output
   std::string notes;   ///< for standard error, where the output is not for people
   ExitStatus status = kDone;
+  std::string refusal =
+      {};  ///< why nothing was done, for standard error after the notes; mostly ""
 };
 
 }  // namespace norv::tools

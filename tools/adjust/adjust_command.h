@@ -13,6 +13,10 @@ struct AdjustOptions {
   std::string output_path;
   bool binary = false;
   bool text = false;
+  bool backup = false;
+  bool force = false;
+  bool again = false;
+  bool json = false;
 };
 
 /// Adds the verb `adjust` to the program; when it is given, `*options` holds its arguments.
@@ -20,7 +24,9 @@ CLI::App* addAdjustCommand(CLI::App* app, AdjustOptions* options);
 
 /// Moves the camera poses of a calibration by a base's global transform and writes the result to a
 /// file, or, where that is called "-", into the answer's output; what was written is then said in
-/// its notes. Throws ToolError, with nothing written, when something is wrong.
+/// its notes. With nothing written, the answer's status is that of bad input when the base or the
+/// result has an error, or when the base moved a camera before, unless the options say otherwise;
+/// throws ToolError when something else is wrong.
 ToolAnswer runAdjustCommand(const AdjustOptions& options);
 
 }  // namespace norv::tools

@@ -13,7 +13,7 @@ _camera_parameters() {
         case ${COMP_WORDS[1]} in
           show) words="--camera --size --kind --json --help" ;;
           aim) words="--at --pixel --point --box --json --help" ;;
-          adjust) words="--base --output --binary --text --help" ;;
+          adjust) words="--base --output --binary --text --backup --force --again --json --help" ;;
           validate) words="--strict --allow --explain --kind --json --help" ;;
         esac
         ;;

@@ -3,16 +3,14 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <optional>
-
 #include "support/printable_text.h"
 #include "tools/output/wrapping.h"
+#include "tools/review/finding_json.h"
 
 namespace norv::tools {
 namespace {
 
 using calibration::CheckDescription;
-using calibration::Finding;
 using calibration::Severity;
 
 std::string counted(int count, const char* what) {
@@ -24,28 +22,6 @@ std::string countsLine(const FileReview& review) {
   const std::string infos = counts.infos > 0 ? ", " + counted(counts.infos, "info") : "";
   return fmt::format("{}: {}, {}{}\n", toPrintable(review.file), counted(counts.errors, "error"),
                      counted(counts.warnings, "warning"), infos);
-}
-
-json textOrNull(const std::string& text) { return text.empty() ? json() : json(text); }
-
-json numberOrNull(const std::optional<double>& number) { return number ? json(*number) : json(); }
-
-json positiveOrNull(int number) { return number > 0 ? json(number) : json(); }
-
-json findingJson(const std::string& file, const PlacedFinding& placed) {
-  const Finding& finding = placed.finding;
-  const bool has_size = finding.width != 0 || finding.height != 0;
-  return {{"severity", severityName(finding.severity)},
-          {"check", finding.check},
-          {"file", file},
-          {"line", positiveOrNull(placed.place.line)},
-          {"column", positiveOrNull(placed.place.column)},
-          {"field", textOrNull(finding.field)},
-          {"camera", textOrNull(finding.camera)},
-          {"size", has_size ? json::array({finding.width, finding.height}) : json()},
-          {"value", numberOrNull(finding.value)},
-          {"threshold", numberOrNull(finding.threshold)},
-          {"text", finding.text}};
 }
 
 json fileJson(const FileReview& review) {

@@ -54,11 +54,19 @@ BaseCalibrationProto shiftedBase() {
   return baseOf(pose);
 }
 
-/// A camera at 1 m along x, looking along z.
+/// A camera at 1 m along x, looking along z, its lens without distortion.
 CameraCalibration shiftedCamera(const std::string& name) {
   CameraCalibration camera = exampleCamera(name, "lab");
   camera.mutable_extrinsics()->set_a(3, 1000);
+  for (double& k : *camera.mutable_intrinsics()->mutable_radial()) k = 0;
+  for (double& p : *camera.mutable_intrinsics()->mutable_tangential()) p = 0;
   return camera;
+}
+
+/// What a camera becomes that the shifted base moves from `y` to there.
+void expectShift(double y, CameraCalibration* camera) {
+  camera->mutable_extrinsics()->set_a(7, y);
+  *camera->add_adjusted_by() = shiftedBase().global_transform_adjustment();
 }
 
 /// A folder with a calibration and a base in it.
@@ -98,7 +106,7 @@ TEST(AdjustCommand, MovesACamera) {
   const Files files(robotOf({shiftedCamera("lab")}).SerializeAsString());
   EXPECT_EQ(toolOutput(files.adjust()), files.said("1 camera", "binary"));
   RobotCalibration expected = robotOf({shiftedCamera("lab")});
-  expected.mutable_camera_calibration(0)->mutable_extrinsics()->set_a(7, 500);
+  expectShift(500, expected.mutable_camera_calibration(0));
   EXPECT_EQ(contentsOf(files.output), expected.SerializeAsString());
   EXPECT_EQ(files.count(), 3);
 }
@@ -107,9 +115,7 @@ TEST(AdjustCommand, FormatIsThatOfTheCalibrationUnlessGiven) {
   RobotCalibration expected = robotOf({shiftedCamera("a"), shiftedCamera("b")});
   const std::string binary = expected.SerializeAsString();
   const std::string text = "# comment\n" + expected.DebugString();
-  for (auto& camera : *expected.mutable_camera_calibration()) {
-    camera.mutable_extrinsics()->set_a(7, 500);
-  }
+  for (auto& camera : *expected.mutable_camera_calibration()) expectShift(500, &camera);
   for (const std::string& data : {binary, text}) {
     const Files files(data);
     EXPECT_EQ(toolOutput(files.adjust()),
@@ -127,7 +133,7 @@ TEST(AdjustCommand, PoseTimesGlobalTransform) {
   std::mt19937_64 random(21);
   RobotCalibration robot;
   for (int i = 0; i < 20; ++i) {
-    *robot.add_camera_calibration() = exampleCamera("camera" + std::to_string(i), "lab");
+    *robot.add_camera_calibration() = shiftedCamera("camera" + std::to_string(i));
     testing::storePose(testing::randomPose(2, &random),
                        robot.mutable_camera_calibration(i)->mutable_extrinsics());
   }
@@ -160,7 +166,7 @@ TEST(AdjustCommand, CalibrationCanBeReplacedByItself) {
   fs::create_symlink("robot", files.folder.path("link"));
   files.output = files.folder.path("link");
   toolOutput(files.adjust());
-  toolOutput(files.adjust());
+  toolOutput(files.adjust("--again"));
   // Adjusting twice moves twice.
   EXPECT_EQ(parseBinary(files.robot).camera_calibration(0).extrinsics().a(7), 1000);
   EXPECT_TRUE(fs::is_symlink(files.output));
@@ -181,7 +187,10 @@ TEST(AdjustCommand, DefaultCalibrationsFiles) {
   ASSERT_TRUE(google::protobuf::TextFormat::ParseFromString(contentsOf(files.robot), &before));
   ASSERT_TRUE(google::protobuf::TextFormat::ParseFromString(contentsOf(files.output), &after));
   for (RobotCalibration* robot : {&before, &after}) {
-    for (auto& camera : *robot->mutable_camera_calibration()) camera.clear_extrinsics();
+    for (auto& camera : *robot->mutable_camera_calibration()) {
+      camera.clear_extrinsics();
+      camera.clear_adjusted_by();
+    }
   }
   EXPECT_EQ(after.SerializeAsString(), before.SerializeAsString());
 }
@@ -205,8 +214,11 @@ TEST(AdjustCommand, RepeatedNamesAreSaid) {
   CameraCalibration first = shiftedCamera("lab");
   first.mutable_extrinsics()->set_a(3, 7000);
   const Files files(robotOf({first, shiftedCamera("lab")}).SerializeAsString());
-  EXPECT_EQ(toolOutput(files.adjust()),
-            files.said("2 cameras", "binary") +
+  EXPECT_EQ(toolOutput(files.adjust("--force")),
+            files.robot +
+                ": error: camera_calibration[1].name: the name is that of camera_calibration[0], "
+                "which is lost: the later entry wins [name-duplicate]\n" +
+                files.said("2 cameras", "binary") +
                 "note: \"lab\" is listed more than once; all entries are of the last one's camera, "
                 "which was moved once for each\n");
   // The name's one camera is that of the last entry; each entry has its pose after its own turn.
@@ -285,7 +297,7 @@ TEST(AdjustCommand, BaseIsNotWrittenOver) {
 TEST(AdjustCommand, StandardInputAndOutput) {
   RobotCalibration expected = robotOf({shiftedCamera("lab")});
   Files files(expected.SerializeAsString());
-  expected.mutable_camera_calibration(0)->mutable_extrinsics()->set_a(7, 500);
+  expectShift(500, expected.mutable_camera_calibration(0));
   const std::string from_input =
       "cat '" + files.robot + "' | " + toolCommand() + files.adjust("-", files.base);
   EXPECT_EQ(runProgram(from_input).output, files.said("1 camera", "binary"));
@@ -326,7 +338,9 @@ TEST(AdjustCommand, NothingIsPrintedOfWhatCannotBeMoved) {
 
 TEST(AdjustCommand, LimitOfFileSizes) {
   RobotCalibration robot;
-  for (int i = 0; i < 50; ++i) *robot.add_camera_calibration() = shiftedCamera("lab");
+  for (int i = 0; i < 50; ++i) {
+    *robot.add_camera_calibration() = shiftedCamera("lab" + std::to_string(i));
+  }
   const Files files(robot.DebugString());
   const testing::ProgramResult result =
       runProgram("ulimit -f 4; " + toolCommand() + files.adjust());
@@ -343,9 +357,12 @@ TEST(AdjustCommand, BadUsage) {
   expectBadUsage("adjust '" + files.robot + "' --base '" + files.base + "'");
   expectBadUsage("adjust --base '" + files.base + "' --output '" + files.output + "'");
   expectBadUsage(files.adjust("--text --binary"));
-  expectBadUsage(files.adjust("--json"));
   expectBadUsage(files.adjust("-", "-"));
   EXPECT_FALSE(fs::exists(files.output));
+  Files to_stream(robotOf({shiftedCamera("lab")}).SerializeAsString());
+  to_stream.output = "-";
+  expectBadUsage(to_stream.adjust("--json"));
+  expectBadUsage(to_stream.adjust("--backup"));
 }
 
 }  // namespace

@@ -105,9 +105,11 @@ TEST(HostileInput, NotesOfAdjust) {
       folder.write("robot", robotOf({hostileCamera(), hostileCamera()}).SerializeAsString());
   const std::string base = folder.write("base", hostileBase().SerializeAsString());
   const std::string adjust = "adjust " + quoted(robot) + " --base " + quoted(base) + " --output ";
-  runHarmless(adjust + quoted(folder.path("output")), 0);
+  runHarmless(adjust + quoted(folder.path("output")), 1);
+  runHarmless(adjust + quoted(folder.path("output")) + " --force --backup", 0);
+  runHarmless(adjust + quoted(folder.path("output")) + " --force --backup --json", 0);
   // What goes to standard output is the calibration itself, for programs; its text is ASCII.
-  runHarmless(adjust + "- --text", 0);
+  runHarmless(adjust + "- --text --force", 0);
 }
 
 TEST(HostileInput, Texts) {
@@ -140,12 +142,12 @@ TEST(HostileInput, FileNames) {
   runHarmless("show --kind base " + path, 1);
   runHarmless("aim " + path + " --at 1,2,3 --pixel 1,2", 1);
   const std::string base = quoted(folder.write("base", hostileBase().SerializeAsString()));
-  runHarmless("adjust " + path + " --base " + base + " --output " + path + "y", 0);
-  runHarmless("adjust " + path + " --base " + base + " --output " + path + "/y", 1);
+  runHarmless("adjust " + path + " --base " + base + " --output " + path + "y --force", 0);
+  runHarmless("adjust " + path + " --base " + base + " --output " + path + "/y --force", 1);
   const std::string hostile_base =
       quoted(folder.write(std::string(kHostile) + "b", hostileBase().SerializeAsString()));
   runHarmless("show " + hostile_base, 0);
-  runHarmless("adjust " + path + " --base " + hostile_base + " --output " + path + "y", 0);
+  runHarmless("adjust " + path + " --base " + hostile_base + " --output " + path + "y --force", 0);
   const std::string ptz =
       quoted(folder.write(std::string(kHostile) + "p", testing::examplePtz().SerializeAsString()));
   runHarmless("show " + ptz, 0);
