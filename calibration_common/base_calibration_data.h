@@ -9,7 +9,9 @@
 #include "../support/export.h"
 #include "../support/load_problem.h"
 #include "../support/matrix_types.h"
+#include "calibration_format.h"
 #include "proto/norv_base_calibration.pb.h"
+#include "save_problem.h"
 
 namespace norv::calibration {
 
@@ -109,6 +111,11 @@ class NORV_EXPORT BaseCalibrationData {
   /// The working calibration: what was loaded and set. The reference stays valid as long as the
   /// object; loads change what it refers to.
   const BaseCalibrationProto& getCalibration() const { return *cal_; }
+
+  /// Writes the working calibration to a file, as `calibration::saveToFile` does
+  /// (calibration_saving.h). None, or why the file is as it was.
+  [[nodiscard]] std::optional<SaveProblem> saveToFile(const std::string& path,
+                                                      CalibrationFormat format) const;
 
  private:
   struct WithoutDefault {};

@@ -15,15 +15,16 @@
 #include "../support/export.h"
 #include "../support/load_problem.h"
 #include "../support/matrix_types.h"
+#include "calibration_format.h"
 #include "proto/norv_camera_calibration.pb.h"
 #include "proto/norv_camera_extrinsics.pb.h"
 #include "proto/norv_robot_calibration.pb.h"
+#include "save_problem.h"
 
 namespace norv::calibration {
 
 class BaseCalibrationData;
 class ImageSensorTransform;
-enum class CalibrationFormat;
 struct LoadReport;
 
 /// The calibration of one camera.
@@ -266,6 +267,11 @@ class NORV_EXPORT CameraParametersSet {
   /// The stored message: what was last loaded, with the poses as last adjusted. The reference lives
   /// until the next load or destruction.
   const RobotCalibration& getRobotCalibration() const { return *robotcal_; }
+
+  /// Writes the stored message to a file, as `calibration::saveToFile` does (calibration_saving.h):
+  /// of the cameras that it does not name, nothing. None, or why the file is as it was.
+  [[nodiscard]] std::optional<SaveProblem> saveToFile(const std::string& path,
+                                                      CalibrationFormat format) const;
 
  private:
   struct WithoutDefault {};

@@ -15,6 +15,7 @@ set(library_sources
   calibration_common/base_calibration_data.cpp
   calibration_common/base_loading.cpp
   calibration_common/calibration_review.cpp
+  calibration_common/calibration_saving.cpp
   calibration_common/camera_image_sizes.cpp
   calibration_common/camera_load_problem.cpp
   calibration_common/camera_models.cpp
@@ -123,12 +124,14 @@ list(APPEND public_headers
   calibration_common/calibration_diff.h
   calibration_common/calibration_format.h
   calibration_common/calibration_review.h
+  calibration_common/calibration_saving.h
   calibration_common/camera_parameters.h
   calibration_common/finding.h
   calibration_common/head_geometry.h
   calibration_common/load_report.h
   calibration_common/pan_tilt_model.h
-  calibration_common/ptz_camera_model.h)
+  calibration_common/ptz_camera_model.h
+  calibration_common/save_problem.h)
 
 set(embedded_files
   calibration/default_base_cal.txt

@@ -18,12 +18,14 @@ PUBLIC_CALIBRATION_HEADERS = {
     "calibration_diff.h",
     "calibration_format.h",
     "calibration_review.h",
+    "calibration_saving.h",
     "camera_parameters.h",
     "finding.h",
     "head_geometry.h",
     "load_report.h",
     "pan_tilt_model.h",
     "ptz_camera_model.h",
+    "save_problem.h",
 }
 MAX_LIBRARY_FILE_LINES = 300
 

@@ -1,7 +1,6 @@
 #include "support/atomic_file.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,11 +19,14 @@
 
 #include "support/file.h"
 #include "testing/temporary_folder.h"
+#include "testing/write_limits.h"
 
 namespace norv {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::ScopedFileSizeLimit;
+using testing::ScopedOrdinaryUser;
 using testing::TemporaryFolder;
 
 std::string contentsOf(const std::string& path) {
@@ -52,44 +54,6 @@ std::string errorOf(const std::string& path, const std::string& contents = "new"
 void write(const std::string& path, const std::string& contents) {
   EXPECT_EQ(errorOf(path, contents), "written");
 }
-
-/// While it lives, the user is one without rights of their own, if the tests run as one who may do
-/// everything.
-class ScopedOrdinaryUser {
- public:
-  ScopedOrdinaryUser() : user_(::geteuid()) {
-    if (user_ == 0) {
-      EXPECT_EQ(::seteuid(65534), 0);
-    }
-  }
-  ScopedOrdinaryUser(const ScopedOrdinaryUser&) = delete;
-  ScopedOrdinaryUser& operator=(const ScopedOrdinaryUser&) = delete;
-  ~ScopedOrdinaryUser() { EXPECT_EQ(::seteuid(user_), 0); }
-
- private:
-  uid_t user_;
-};
-
-/// While it lives, files cannot grow beyond a size, and a write that tries ends the process unless
-/// it takes care.
-class ScopedFileSizeLimit {
- public:
-  explicit ScopedFileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_DFL)) {
-    EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &before_), 0);
-    const rlimit limit = {bytes, before_.rlim_max};
-    EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-  }
-  ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
-  ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
-  ~ScopedFileSizeLimit() {
-    EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &before_), 0);
-    std::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  rlimit before_ = {};
-  void (*handler_)(int);
-};
 
 TEST(AtomicFile, MakesAFileWithOrdinaryPermissions) {
   const TemporaryFolder folder;
