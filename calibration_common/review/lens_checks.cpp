@@ -65,10 +65,9 @@ void addSlope(const LensSubject& lens, const AtRadius& slope, double threshold, 
 
 void checkSlope(const LensSubject& lens, Report* report) {
   if (!isServed(lens)) return;
-  const AtRadius least = minSlopeByAngle(lens.lens, lens.reach.corner);
-  if (!(least.value >= kMinSlope)) addSlope(lens, least, kMinSlope, report);
-  const AtRadius largest = maxSlopeByAngle(lens.lens, lens.reach.corner);
-  if (!(largest.value <= kMaxSlope)) addSlope(lens, largest, kMaxSlope, report);
+  const SlopeRange slopes = slopesByAngle(lens.lens, lens.reach.corner);
+  if (!(slopes.least.value >= kMinSlope)) addSlope(lens, slopes.least, kMinSlope, report);
+  if (!(slopes.largest.value <= kMaxSlope)) addSlope(lens, slopes.largest, kMaxSlope, report);
 }
 
 void checkCancellation(const LensSubject& lens, Report* report) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 
 namespace norv::internal::review {
 namespace {
@@ -39,26 +41,34 @@ AtRadius minimise(const Function& function, double begin, double end) {
   return at_low < at_high ? AtRadius{at_low, low} : AtRadius{at_high, high};
 }
 
-/// The least value of `function` from 0 to `radius`: of samples, and between the neighbours of the
-/// least of them.
+/// Samples of a function at equal distances from 0 to `radius`.
 template <class Function>
-AtRadius findMinimum(const Function& function, double radius) {
-  const auto at = [radius](int i) { return radius * i / kRadii; };
-  int least = 0;
-  double value = function(0);
-  for (int i = 1; i <= kRadii; ++i) {
-    const double here = function(at(i));
-    if (here >= value) continue;
-    value = here;
-    least = i;
+std::array<double, kRadii + 1> sample(const Function& function, double radius) {
+  std::array<double, kRadii + 1> values;
+  for (int i = 0; i <= kRadii; ++i) {
+    values[static_cast<std::size_t>(i)] = function(radius * i / kRadii);
   }
-  const AtRadius between =
-      minimise(function, at(std::max(least - 1, 0)), at(std::min(least + 1, kRadii)));
+  return values;
+}
+
+/// The least value of `function`, between the neighbours of the sample `least`.
+template <class Function>
+AtRadius refine(const Function& function, double radius, std::ptrdiff_t least) {
+  const auto at = [radius](std::ptrdiff_t i) { return radius * static_cast<double>(i) / kRadii; };
+  const AtRadius between = minimise(function, at(std::max<std::ptrdiff_t>(least - 1, 0)),
+                                    at(std::min<std::ptrdiff_t>(least + 1, kRadii)));
+  const double value = function(at(least));
   return between.value < value ? between : AtRadius{value, at(least)};
 }
 
-Point project(const Lens& lens, const PinholeImage& image, const Point& ray) {
-  const Point p = lens.distort(ray);
+/// Where the lens puts an undistorted point whose squared radius `s` has the radial factor `g`.
+Point distortBy(const Lens& lens, double g, double s, const Point& p) {
+  const double xy = p.x * p.y;
+  return {p.x * g + 2 * lens.p1 * xy + lens.p2 * (s + 2 * p.x * p.x),
+          p.y * g + lens.p1 * (s + 2 * p.y * p.y) + 2 * lens.p2 * xy};
+}
+
+Point pixelOf(const PinholeImage& image, const Point& p) {
   return {image.fx * p.x + image.cx, image.fy * p.y + image.cy};
 }
 
@@ -84,12 +94,17 @@ double squaredDistance(const Point& a, const Point& b) {
 /// How far single precision moves the image points of rays at the radius `r`, at most, squared.
 double narrowingErrorAt(const LensSubject& lens, const PinholeImage& image,
                         const std::array<Point, 8>& directions, double r) {
+  const double squared = r * r;
+  const double stored_factor =
+      lens.stored_lens.numerator(squared) / lens.stored_lens.denominator(squared);
+  const double used_factor = lens.lens.numerator(squared) / lens.lens.denominator(squared);
   double largest = 0;
   for (const Point& direction : directions) {
     const Point ray = {r * direction.x, r * direction.y};
-    const Point stored = project(lens.stored_lens, lens.stored_image, ray);
+    const Point stored =
+        pixelOf(lens.stored_image, distortBy(lens.stored_lens, stored_factor, squared, ray));
     if (!isInside(stored, lens.stored_image.size)) continue;
-    const Point used = project(lens.lens, image, ray);
+    const Point used = pixelOf(image, distortBy(lens.lens, used_factor, squared, ray));
     largest = std::max(largest, squaredDistance(used, stored));
   }
   return largest;
@@ -103,13 +118,14 @@ double slopeByAngle(const Lens& lens, double r) {
   return (n * d + 2 * s * (n1 * d - n * d1)) / (d * d) * (1 + s);
 }
 
-AtRadius minSlopeByAngle(const Lens& lens, double radius) {
-  return findMinimum([&](double r) { return slopeByAngle(lens, r); }, radius);
-}
-
-AtRadius maxSlopeByAngle(const Lens& lens, double radius) {
-  const AtRadius least = findMinimum([&](double r) { return -slopeByAngle(lens, r); }, radius);
-  return {-least.value, least.radius};
+SlopeRange slopesByAngle(const Lens& lens, double radius) {
+  const auto slope = [&lens](double r) { return slopeByAngle(lens, r); };
+  const auto values = sample(slope, radius);
+  const auto [least, largest] = std::minmax_element(values.begin(), values.end());
+  const AtRadius negated =
+      refine([&](double r) { return -slope(r); }, radius, std::distance(values.begin(), largest));
+  return {refine(slope, radius, std::distance(values.begin(), least)),
+          {-negated.value, negated.radius}};
 }
 
 AtRadius minDenominator(const Lens& lens, double radius) {

@@ -17,10 +17,14 @@ struct AtRadius {
 /// stereographic lens.
 double slopeByAngle(const calibration::LensDistortion<double>& lens, double r);
 
+struct SlopeRange {
+  AtRadius least;
+  AtRadius largest;
+};
+
 /// The least and the largest slope from the axis to `radius`, by a search between 128 samples. Dips
 /// that are much shorter than a sample's distance can go unseen.
-AtRadius minSlopeByAngle(const calibration::LensDistortion<double>& lens, double radius);
-AtRadius maxSlopeByAngle(const calibration::LensDistortion<double>& lens, double radius);
+SlopeRange slopesByAngle(const calibration::LensDistortion<double>& lens, double radius);
 
 /// The least value of the denominator from the axis to `radius`, exact up to rounding.
 AtRadius minDenominator(const calibration::LensDistortion<double>& lens, double radius);

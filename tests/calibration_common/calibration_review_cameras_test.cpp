@@ -113,6 +113,21 @@ TEST(CalibrationReviewTest, FindsUnknownFields) {
   EXPECT_EQ(found[0].text, "field 9 of SamplePoint is not known to this version and is ignored");
 }
 
+TEST(CalibrationReviewTest, FindsFieldsOfAnotherType) {
+  RobotCalibration robot = defaultRobot();
+  CameraIntrinsics* in = robot.mutable_camera_calibration(1)->mutable_intrinsics();
+  const int cx = CameraIntrinsics::descriptor()->FindFieldByName("cx")->number();
+  in->GetReflection()->MutableUnknownFields(in)->AddVarint(cx, 640);  // not a double
+  const std::vector<Finding> found = reviewCalibration(robot);
+  const std::string number = std::to_string(cx);
+  expectFindings(found, {{kWarning, "unknown-field", "camera_calibration[1].intrinsics." + number,
+                          std::nullopt, std::nullopt, "navigation_camera"}});
+  EXPECT_EQ(found[0].text,
+            "field " + number +
+                " of CameraIntrinsics has a value of another type than this version knows and is "
+                "ignored");
+}
+
 TEST(CalibrationReviewTest, FindsRepeatedAndMissingNames) {
   expectFindings(reviewNavigation([](auto* camera) { camera->set_name("head_camera"); }),
                  {{kError, "name-duplicate", "camera_calibration[1].name", std::nullopt,

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -148,6 +150,59 @@ TEST(CalibrationReviewSamplesTest, FindsSamplesThatCoverLessThanHalf) {
   expectFindings(columns(9),
                  {{kWarning, "samples-cover", kSamples, 755.753 - 220.647, 640, kCamera}});
   expectFindings(columns(10), {});
+}
+
+TEST(CalibrationReviewSamplesTest, FindsSamplesThatCoverLessThanHalfOfTheHeight) {
+  const auto rows = [](int count) { return [=](int /*x*/, int y) { return y < count; }; };
+  double top = 960;
+  double bottom = 0;
+  const RobotCalibration robot = defaultRobot();
+  for (const SamplePoint& sample : robot.camera_calibration(kHead).intrinsics().samples()) {
+    if (sample.model_y() > 3) continue;
+    top = std::min(top, static_cast<double>(sample.image_y()));
+    bottom = std::max(bottom, static_cast<double>(sample.image_y()));
+  }
+  ASSERT_LT(bottom - top, 480);
+  expectFindings(reviewSome(rows(4)),
+                 {{kWarning, "samples-cover", kSamples, bottom - top, 480, kCamera}});
+  expectFindings(reviewSome(rows(5)), {});
+}
+
+TEST(CalibrationReviewSamplesTest, FindsSamplesThatNoCameraFits) {
+  expectFindings(reviewHead([](CameraIntrinsics* in) {
+                   for (SamplePoint& sample : *in->mutable_samples()) {
+                     sample.set_image_x(600);
+                     sample.set_image_y(400);
+                   }
+                 }),
+                 {{kError, "refit", kSamples, INFINITY, 10, kCamera}});
+}
+
+TEST(CalibrationReviewSamplesTest, FindsOneMistakeInASampleThatIsNotFinite) {
+  const std::string at = kSamples + "[58].";
+  const auto largest = static_cast<double>(std::numeric_limits<float>::max());
+  expectFindings(reviewHead([](auto* in) { in->mutable_samples(58)->set_image_x(NAN); }),
+                 {{kError, "not-finite", at + "image_x", NAN, largest, kCamera}});
+  expectFindings(reviewHead([](auto* in) { in->mutable_samples(58)->set_model_y(-INFINITY); }),
+                 {{kError, "not-finite", at + "model_y", -INFINITY, largest, kCamera}});
+}
+
+TEST(CalibrationReviewSamplesTest, FindsFittedPrincipalPointsOffCentre) {
+  RobotCalibration robot = defaultRobot();
+  CameraCalibration* camera = robot.mutable_camera_calibration(kHead);
+  for (SamplePoint& sample : *camera->mutable_intrinsics()->mutable_samples()) {
+    sample.set_image_x(0.7F * (sample.image_x() - 640) + 740);
+  }
+  CameraParameters loaded;
+  ASSERT_TRUE(loaded.readProto(*camera));
+  const auto cx = static_cast<double>(loaded.getIntrinsics(640, 480)(0, 2));
+  const auto cy = static_cast<double>(loaded.getIntrinsics(640, 480)(1, 2));
+  ASSERT_GT(cx, 416);
+  ASSERT_LT(cx, 640);
+  ASSERT_LT(std::abs(cy - 240), 72);
+  expectFindings(reviewCalibration(robot),
+                 {{kWarning, "principal-point", kSamples, cx, 416, kCamera, 640, 480},
+                  {kWarning, "refit", kSamples, loaded.getRefit()->error_per_point, 0.6, kCamera}});
 }
 
 TEST(CalibrationReviewSamplesTest, FindsAFitThatMissesItsSamples) {

@@ -32,9 +32,9 @@ TEST(LensProfileTest, KnowsThePinholesSlope) {
   for (const double r : {0.0, 0.3, 1.0, 4.0}) {
     EXPECT_NEAR(slopeByAngle(Lens{}, r), 1 + r * r, 1e-12);
   }
-  EXPECT_NEAR(minSlopeByAngle(Lens{}, 2).value, 1, 1e-12);
-  EXPECT_NEAR(maxSlopeByAngle(Lens{}, 2).value, 5, 1e-12);
-  EXPECT_NEAR(maxSlopeByAngle(Lens{}, 2).radius, 2, 1e-6);
+  EXPECT_NEAR(slopesByAngle(Lens{}, 2).least.value, 1, 1e-12);
+  EXPECT_NEAR(slopesByAngle(Lens{}, 2).largest.value, 5, 1e-12);
+  EXPECT_NEAR(slopesByAngle(Lens{}, 2).largest.radius, 2, 1e-6);
 }
 
 TEST(LensProfileTest, KnowsTheSlopeAsTheDerivativeByAngle) {
@@ -54,7 +54,7 @@ TEST(LensProfileTest, FindsAMinimumBetweenSamples) {
   // (1 + 3 k1 s) (1 + s) with k1 < 0 is largest at s = -(1 + 3 k1) / (6 k1).
   const double k1 = -0.02;
   const double s = -(1 + 3 * k1) / (6 * k1);
-  const AtRadius largest = maxSlopeByAngle({k1, 0, 0, 0, 0, 0, 0, 0}, 4);
+  const AtRadius largest = slopesByAngle({k1, 0, 0, 0, 0, 0, 0, 0}, 4).largest;
   EXPECT_NEAR(largest.value, (1 + 3 * k1 * s) * (1 + s), 1e-9);
   EXPECT_NEAR(largest.radius, std::sqrt(s), 1e-5);
 }
@@ -120,8 +120,8 @@ TEST(LensProfileTest, FindsTheLensesThatComeWithTheLibraryOrdinary) {
     for (const LensSubject& lens : camera.lenses) {
       ++lenses;
       EXPECT_EQ(judgeReach(lens.reach), LensVerdict::kServed);
-      EXPECT_GT(minSlopeByAngle(lens.lens, lens.reach.corner).value, 0.99);
-      EXPECT_LT(maxSlopeByAngle(lens.lens, lens.reach.corner).value, 2.6);
+      EXPECT_GT(slopesByAngle(lens.lens, lens.reach.corner).least.value, 0.99);
+      EXPECT_LT(slopesByAngle(lens.lens, lens.reach.corner).largest.value, 2.6);
       EXPECT_LT(maxNarrowingError(lens), 1e-4);  // measured: 1.4e-5
     }
   }
