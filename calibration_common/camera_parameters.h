@@ -48,8 +48,10 @@ class NORV_EXPORT CameraParameters {
   /// How well the intrinsics that were fitted to sample points meet them. Pixels of the image that
   /// the sensor warps, at the full frame's scale.
   struct Refit {
-    double error_per_point = 0;    ///< root mean square of the residuals
-    std::vector<float> residuals;  ///< distance by which each sample is missed, in stored order
+    double error_per_point = 0;  ///< root mean square of the residuals that are finite
+    /// Distance by which each sample is missed, in stored order; NaN where the sample is not
+    /// finite, which the fit leaves out.
+    std::vector<float> residuals;
   };
 
   /// An empty camera: no table, no distortion, no model, zero pose and a full frame of size zero.
@@ -156,7 +158,8 @@ class NORV_EXPORT CameraParameters {
   const std::vector<Intrinsics>& getIntrinsicsTable() const { return intrinsics_; }
 
   /// The fit behind the table's entry for the image that the sensor warps; none for a camera whose
-  /// sensor warps no image, and for one that did not load.
+  /// sensor warps no image, and for one that did not load. A `recomputeIntrinsics` of one's own
+  /// does not change it. The reference lives until the next load or destruction.
   const std::optional<Refit>& getRefit() const { return refit_; }
 
   /// The message that the camera was last loaded from, unknown fields included. The reference lives

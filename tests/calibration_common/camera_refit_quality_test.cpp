@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "calibration_common/camera_parameters.h"
 #include "support/sensor_transform.h"
@@ -45,6 +46,20 @@ TEST(CameraRefitQualityTest, TellsWhichSampleIsWrong) {
   // 4 pixels times the warp's magnification at the point, 0.9 to 1.2.
   EXPECT_NEAR(static_cast<double>(*largest), 4, 0.8);
   EXPECT_NEAR(rootMeanSquare(residuals), camera.getRefit()->error_per_point, 1e-6);
+}
+
+TEST(CameraRefitQualityTest, LeavesOutASampleThatIsNotFinite) {
+  CameraCalibration calibration = headCalibration();
+  calibration.mutable_intrinsics()->mutable_samples(58)->set_image_y(NAN);
+  CameraParameters camera;
+  ASSERT_TRUE(camera.readProto(calibration));
+  std::vector<float> residuals = camera.getRefit()->residuals;
+  ASSERT_EQ(residuals.size(), 130U);
+  EXPECT_TRUE(std::isnan(residuals[58]));
+  residuals.erase(residuals.begin() + 58);
+  const double error = camera.getRefit()->error_per_point;
+  EXPECT_LT(error, 0.001);  // the samples are stored to 0.001 pixels
+  EXPECT_NEAR(rootMeanSquare(residuals), error, 1e-6 * error);
 }
 
 TEST(CameraRefitQualityTest, DoesNotDependOnTheUnitOfTheTarget) {
