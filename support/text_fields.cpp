@@ -9,6 +9,8 @@
 #include <map>
 #include <tuple>
 
+#include "support/messages/field_visit.h"
+
 namespace norv {
 namespace {
 
@@ -76,14 +78,15 @@ class Tokens {
   Tokenizer tokenizer_;
 };
 
-/// Reads a text by the grammar of the format and lists its fields. The functions return false when
-/// the text does not follow the grammar; nothing is read from there on.
+/// Reads a text by the grammar of the format and lists its fields, or shows them to a visitor. The
+/// functions return false when the text does not follow the grammar; nothing is read from there on.
 class FieldScanner {
  public:
-  explicit FieldScanner(const std::string& text) : tokens_(text) {}
+  explicit FieldScanner(const std::string& text, const internal::FieldVisit* visit = nullptr)
+      : tokens_(text), visit_(visit) {}
 
   std::vector<TextField> scan(const Descriptor& type) {
-    Message top = {"", &type, {}};
+    Message top = {"", &type, true, {}};
     while (!tokens_.is(Tokenizer::TYPE_END) && readField(&top)) {
     }
     return std::move(fields_);
@@ -94,6 +97,7 @@ class FieldScanner {
   struct Message {
     std::string prefix;      ///< of the paths of its fields
     const Descriptor* type;  ///< null where it is not known
+    bool matters;            ///< whether its fields have paths and are listed or shown
     std::map<std::string, int> elements;
   };
 
@@ -101,7 +105,8 @@ class FieldScanner {
   struct Field {
     std::string path;
     const FieldDescriptor* type;  ///< null where it is not known
-    int* elements;                ///< how many of them there have been; null unless repeated
+    bool matters;
+    int* elements;  ///< how many of them there have been; null unless repeated
 
     bool takesMessage() const { return type == nullptr || type->message_type() != nullptr; }
     bool takesScalar() const { return type == nullptr || type->message_type() == nullptr; }
@@ -112,21 +117,27 @@ class FieldScanner {
     }
   };
 
+  /// One value of a field.
+  struct Entry {
+    std::string path;   ///< unless it is listed, or does not matter
+    std::size_t index;  ///< in the list; `kNotListed` where it is not
+    bool matters;       ///< what it contains
+  };
+  static constexpr std::size_t kNotListed = static_cast<std::size_t>(-1);
+
   bool readField(Message* message) {
     const TextPlace begin = tokens_.place();
     Field field = {};
     if (tokens_.is("[")) {
       if (!skipBracketedName()) return false;
-      const std::size_t listed = fields_.size();
-      const bool read = readValues(field, begin);
-      fields_.resize(listed);
-      return read && takeSeparator();
+      return readValues(field, begin) && takeSeparator();
     }
     if (!tokens_.is(Tokenizer::TYPE_IDENTIFIER)) return false;
     const std::string name = tokens_.text();
-    field.path = message->prefix + name;
+    field.matters = message->matters;
+    if (field.matters) field.path = message->prefix + name;
     field.type = message->type != nullptr ? message->type->FindFieldByName(name) : nullptr;
-    if (field.type != nullptr && field.type->is_repeated()) {
+    if (field.matters && field.type != nullptr && field.type->is_repeated()) {
       field.elements = &message->elements[name];
     }
     return readValues(field, begin) && takeSeparator();
@@ -151,12 +162,12 @@ class FieldScanner {
       return readList(field, begin);
     }
     // A colon is what a message may and anything else must have.
-    const std::size_t entry = list(field, field.nextPath(), begin);
+    const Entry entry = list(field, field.nextPath(), begin);
     return (colon || field.takesMessage()) && readValue(field, entry, colon);
   }
 
   bool readList(const Field& field, TextPlace begin) {
-    const std::size_t entry = list(field, field.path, begin);
+    const Entry entry = list(field, field.path, begin);
     tokens_.next();
     if (!tokens_.is("]")) {
       do {
@@ -166,20 +177,22 @@ class FieldScanner {
     return tokens_.take("]") && close(entry);
   }
 
-  bool readValue(const Field& field, std::size_t entry, bool scalar_may_follow) {
+  bool readValue(const Field& field, const Entry& entry, bool scalar_may_follow) {
     if (tokens_.is("{") || tokens_.is("<"))
       return field.takesMessage() && readMessage(field, entry);
     return scalar_may_follow && field.takesScalar() && readScalar() && close(entry);
   }
 
-  bool readMessage(const Field& field, std::size_t entry) {
+  bool readMessage(const Field& field, const Entry& entry) {
     if (nesting_ == kMaxNesting) return false;
     ++nesting_;
-    fields_[entry].brace = tokens_.place();
+    if (entry.index != kNotListed) fields_[entry.index].brace = tokens_.place();
     const char* const closing = tokens_.is("{") ? "}" : ">";
     tokens_.next();
-    Message message = {fields_[entry].path + ".",
+    const std::string& path = entry.index != kNotListed ? fields_[entry.index].path : entry.path;
+    Message message = {entry.matters ? path + "." : "",
                        field.type != nullptr ? field.type->message_type() : nullptr,
+                       entry.matters,
                        {}};
     while (!tokens_.is(closing)) {
       if (!readField(&message)) return false;
@@ -206,17 +219,23 @@ class FieldScanner {
     return true;
   }
 
-  std::size_t list(const Field& field, const std::string& path, TextPlace begin) {
-    fields_.push_back({path, begin, {}, {}, field.type != nullptr});
-    return fields_.size() - 1;
+  Entry list(const Field& field, std::string path, TextPlace begin) {
+    if (!field.matters) return {"", kNotListed, false};
+    if (visit_ != nullptr) {
+      const bool matters = (*visit_)(path, begin.line, begin.column);
+      return {std::move(path), kNotListed, matters};
+    }
+    fields_.push_back({std::move(path), begin, {}, {}, field.type != nullptr});
+    return {"", fields_.size() - 1, true};
   }
 
-  bool close(std::size_t entry) {
-    fields_[entry].end = tokens_.endOfPrevious();
+  bool close(const Entry& entry) {
+    if (entry.index != kNotListed) fields_[entry.index].end = tokens_.endOfPrevious();
     return true;
   }
 
   Tokens tokens_;
+  const internal::FieldVisit* visit_;  ///< null where the fields are listed
   std::vector<TextField> fields_;
   int nesting_ = 0;
 };
@@ -238,6 +257,11 @@ bool isOf(const TextField& field, const std::string& path) {
 std::vector<TextField> listTextFields(const std::string& text, const Descriptor& type) {
   if (text.size() > static_cast<std::size_t>(INT_MAX)) return {};
   return FieldScanner(text).scan(type);
+}
+
+void internal::visitTextFields(const std::string& text, const Descriptor& type,
+                               const FieldVisit& visit) {
+  if (text.size() <= static_cast<std::size_t>(INT_MAX)) FieldScanner(text, &visit).scan(type);
 }
 
 const TextField* fieldAt(const std::vector<TextField>& fields, TextPlace place) {

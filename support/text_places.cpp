@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <unordered_map>
 
+#include "support/messages/field_visit.h"
+
 namespace norv {
 namespace {
 
@@ -30,9 +32,12 @@ Places wantedPlaces(const std::vector<std::string>& paths) {
   return wanted;
 }
 
-void note(const std::string& path, TextPlace place, Places* wanted) {
+/// Keeps the first place of a path, if it is wanted, and returns whether it is.
+bool note(const std::string& path, TextPlace place, Places* wanted) {
   const auto found = wanted->find(path);
-  if (found != wanted->end() && found->second.line == 0) found->second = place;
+  if (found == wanted->end()) return false;
+  if (found->second.line == 0) found->second = place;
+  return true;
 }
 
 TextPlace placeOf(std::string path, const Places& places) {
@@ -50,10 +55,10 @@ std::vector<TextPlace> findTextPlaces(const std::string& text,
                                       const std::vector<std::string>& paths) {
   Places wanted = wantedPlaces(paths);
   if (!wanted.empty()) {
-    for (const TextField& field : listTextFields(text, type)) {
-      note(field.path, field.begin, &wanted);
-      note(listPath(field.path), field.begin, &wanted);
-    }
+    internal::visitTextFields(text, type, [&](const std::string& path, int line, int column) {
+      note(listPath(path), {line, column}, &wanted);
+      return note(path, {line, column}, &wanted);
+    });
   }
   std::vector<TextPlace> places;
   places.reserve(paths.size());

@@ -16,8 +16,8 @@ namespace norv {
 /// path, as `TextField::path` has it, begins for the first time; where there is none, where the
 /// innermost field around it does; line 0 where there is neither.
 ///
-/// Reads the text once, however many paths there are: `findField` for each of them would go through
-/// all fields each time. Thread-safe.
+/// Reads the text once, however many paths there are, and takes memory for those alone: `findField`
+/// for each of them would go through a list of all fields each time. Thread-safe.
 NORV_EXPORT std::vector<TextPlace> findTextPlaces(const std::string& text,
                                                   const google::protobuf::Descriptor& type,
                                                   const std::vector<std::string>& paths);
