@@ -8,6 +8,7 @@
 
 #include "support/logging.h"
 #include "support/message_parsing.h"
+#include "support/message_printing.h"
 #include "support/messages/embedded_files.h"
 
 namespace norv {
@@ -74,6 +75,10 @@ void requireRoundTrip(const Message& message) {
   known->DiscardUnknownFields();
   require(norv::parseText(printText(*known), again.get()), "text reads again");
   require(sameMessage(*known, *again), "text reads back the same");
+  require(norv::parseText(norv::printText(message), again.get()), "a person's text reads again");
+  require(!norv::listTextLosses(*known).empty() ||
+              known->SerializeAsString() == again->SerializeAsString(),
+          "a person's text reads back to the last bit");
 }
 
 }  // namespace fuzz
