@@ -16,6 +16,7 @@
 #include "support/printable_text.h"
 #include "tools/adjust/adjust_command.h"
 #include "tools/aim/aim_command.h"
+#include "tools/convert/convert_command.h"
 #include "tools/show/show_command.h"
 #include "tools/tool_answer.h"
 #include "tools/usage/usage_text.h"
@@ -85,10 +86,12 @@ ExitStatus run(int argc, char** argv) {
   norv::tools::AimOptions aim;
   norv::tools::AdjustOptions adjust;
   norv::tools::ValidateOptions validate;
+  norv::tools::ConvertOptions convert;
   const CLI::App* show_verb = norv::tools::addShowCommand(&app, &show);
   const CLI::App* aim_verb = norv::tools::addAimCommand(&app, &aim);
   norv::tools::addAdjustCommand(&app, &adjust);
   const CLI::App* validate_verb = norv::tools::addValidateCommand(&app, &validate);
+  const CLI::App* convert_verb = norv::tools::addConvertCommand(&app, &convert);
   describeProgram(&app);
   std::vector<std::string> words = wordsOf(argc, argv);
   std::reverse(words.begin(), words.end());  // as CLI11 takes them
@@ -102,6 +105,7 @@ ExitStatus run(int argc, char** argv) {
     return refuseUsage(app, error);
   }
   if (show_verb->parsed()) return print({norv::tools::runShowCommand(show), ""});
+  if (convert_verb->parsed()) return print(norv::tools::runConvertCommand(convert));
   if (validate_verb->parsed()) return print(norv::tools::runValidateCommand(validate));
   if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
   return print(norv::tools::runAdjustCommand(adjust));

@@ -124,7 +124,7 @@ ToolAnswer runAdjustCommand(const AdjustOptions& options) {
   const bool to_stream = options.output_path == kStandardStream;
   AdjustOutcome outcome;
   outcome.output = to_stream ? "standard output" : options.output_path;
-  outcome.as_text = options.text || (adjustment.format == InputFormat::kText && !options.binary);
+  outcome.as_text = options.text || (adjustment.format != InputFormat::kBinary && !options.binary);
   outcome.objection = findObjection(adjustment, options.force, options.again);
   if (!outcome.objection.empty()) return refuse(adjustment, outcome, options.json);
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 #include "support/file.h"
@@ -11,6 +12,7 @@
 #include "support/text_error.h"
 #include "support/text_fields.h"
 #include "tools/input/input_error.h"
+#include "tools/input/json_reading.h"
 #include "tools/input/stream_reading.h"
 
 namespace norv::tools {
@@ -86,11 +88,24 @@ CalibrationInput readInput(const std::string& path) {
 }
 
 const char* formatName(InputFormat format) {
-  return format == InputFormat::kBinary ? "binary" : "text";
+  switch (format) {
+    case InputFormat::kBinary:
+      return "binary";
+    case InputFormat::kText:
+      return "text";
+    case InputFormat::kJson:
+      break;
+  }
+  return "json";
 }
 
 InputFormat parseInput(CalibrationInput* input, google::protobuf::Message* message) {
   if (parseBinary(input->data, message)) return InputFormat::kBinary;
+  if (looksLikeJson(input->data)) {
+    const std::optional<JsonProblem> problem = readJson(input->data, message);
+    if (problem) throw InputError({input->name, problem->place, problem->field, problem->text});
+    return InputFormat::kJson;
+  }
   const std::string mark = byteOrderMarkOf(input->data);
   if (!mark.empty()) refuse(input->name, mark);
   if (!looksLikeText(input->data)) {

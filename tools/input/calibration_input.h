@@ -15,7 +15,7 @@ struct CalibrationInput {
   /// users once it is made printable.
   std::string name;
   std::string data;
-  /// What a text was parsed as; null for a binary file, whose fields have no places.
+  /// What a text was parsed as; null for binary and JSON, whose fields have no places.
   const google::protobuf::Descriptor* text_type = nullptr;
 };
 
@@ -23,13 +23,14 @@ struct CalibrationInput {
 /// fixed cameras where it is "default". Throws InputError when that fails.
 CalibrationInput readInput(const std::string& path);
 
-enum class InputFormat { kBinary, kText };
+enum class InputFormat { kBinary, kText, kJson };
 
-/// "binary" or "text".
+/// "binary", "text" or "json".
 const char* formatName(InputFormat format);
 
-/// Parses the input as a binary message, else as text, and notes which of them it was, which is
-/// also returned. Throws InputError with the place and field of a text's first error.
+/// Parses the input as a binary message, else as JSON where it looks like that, else as text, and
+/// notes that it was text; returns which of them it was. Throws InputError with the place and field
+/// of a text's first error, and with the place or the field of JSON's.
 InputFormat parseInput(CalibrationInput* input, google::protobuf::Message* message);
 
 /// "FILE:LINE:COLUMN: path: problem" with as much of the place as is known. Reads a text anew to

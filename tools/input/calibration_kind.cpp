@@ -17,6 +17,7 @@
 #include "support/message_parsing.h"
 #include "support/text_fields.h"
 #include "tools/input/input_error.h"
+#include "tools/input/json_reading.h"
 
 namespace norv::tools {
 namespace {
@@ -41,8 +42,17 @@ std::unique_ptr<Message> newMessage(CalibrationKind kind) {
 
 struct BinaryFit {
   CalibrationKind kind;
-  int unknown_fields;
+  std::size_t unknown_bytes;
 };
+
+/// Bytes of a message that its type does not know what to do with. Counting fields instead would
+/// take a calibration of many cameras, each with a field of a later version, for one of a kind
+/// that knows nothing of it: a single large field.
+std::size_t countUnknownBytes(Message* message) {
+  const std::size_t all = message->ByteSizeLong();
+  message->DiscardUnknownFields();
+  return all - message->ByteSizeLong();
+}
 
 /// What a binary message fits best, if it is one.
 std::optional<BinaryFit> detectBinary(const std::string& data) {
@@ -50,8 +60,8 @@ std::optional<BinaryFit> detectBinary(const std::string& data) {
   for (const CalibrationKind kind : kKinds) {
     const std::unique_ptr<Message> message = newMessage(kind);
     if (!norv::parseBinary(data, message.get())) continue;
-    const int unknown = countUnknownFields(*message);
-    if (!best || unknown < best->unknown_fields) best = {kind, unknown};
+    const std::size_t unknown = countUnknownBytes(message.get());
+    if (!best || unknown < best->unknown_bytes) best = {kind, unknown};
   }
   return best;
 }
@@ -89,6 +99,21 @@ TextFit detectText(const std::string& data) {
   return best;
 }
 
+/// What JSON fits best: the kind that takes most of its data; the first where it is none.
+CalibrationKind detectJson(const std::string& data) {
+  CalibrationKind best = kKinds[0];
+  std::size_t most = 0;
+  for (const CalibrationKind kind : kKinds) {
+    const std::unique_ptr<Message> message = newMessage(kind);
+    const bool read = !readJson(data, message.get(), /*ignore_unknown=*/true);
+    const std::size_t size = read ? message->ByteSizeLong() : 0;
+    if (size <= most) continue;
+    best = kind;
+    most = size;
+  }
+  return best;
+}
+
 [[noreturn]] void refuseKind(const CalibrationInput& input, const char* verb, CalibrationKind found,
                              CalibrationKind wanted) {
   throw InputError({input.name,
@@ -101,8 +126,11 @@ TextFit detectText(const std::string& data) {
 /// Refuses a binary message, parsed as `kind`, when it fits another kind better.
 void refuseOtherBinary(const CalibrationInput& input, CalibrationKind kind,
                        const Message& message) {
+  if (countUnknownFields(message) == 0) return;
+  const std::unique_ptr<Message> copy(message.New());
+  copy->CopyFrom(message);
   const std::optional<BinaryFit> best = detectBinary(input.data);
-  if (best && best->unknown_fields < countUnknownFields(message)) {
+  if (best && best->unknown_bytes < countUnknownBytes(copy.get())) {
     refuseKind(input, "holds", best->kind, kind);
   }
 }
@@ -120,6 +148,10 @@ InputFormat parseAsKind(CalibrationInput* input, CalibrationKind kind, Message* 
     return parseInput(input, message);
   } catch (const InputError&) {
     if (input->text_type != nullptr) refuseOtherKind(*input, kind);
+    const bool is_json = looksLikeJson(input->data);
+    if (is_json && detectJson(input->data) != kind) {
+      refuseKind(*input, "resembles", detectJson(input->data), kind);
+    }
     throw;
   }
 }
@@ -160,7 +192,9 @@ const char* describeKind(CalibrationKind kind) {
 ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind) {
   if (!kind) {
     const std::optional<BinaryFit> binary = detectBinary(input->data);
-    kind = binary ? binary->kind : detectText(input->data).kind;
+    kind = binary                       ? binary->kind
+           : looksLikeJson(input->data) ? detectJson(input->data)
+                                        : detectText(input->data).kind;
   }
   ParsedCalibration parsed = {*kind, newMessage(*kind), InputFormat::kBinary};
   parsed.format = parseAsKind(input, *kind, parsed.message.get());

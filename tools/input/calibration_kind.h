@@ -35,7 +35,7 @@ struct ParsedCalibration {
 };
 
 /// Parses the input as the given kind, or as the one that it fits best: the one of which it leaves
-/// the fewest fields unknown, the first in the order above where several do. Throws InputError when
+/// the fewest bytes unknown, the first in the order above where several do. Throws InputError when
 /// it is none; of a text, the error is that of the kind that has most of its fields (of those the
 /// one whose parser came farthest), or, where another kind was given, says which it fits better.
 ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind);

@@ -1,5 +1,6 @@
 #include "tools/input/calibration_kind.h"
 
+#include <google/protobuf/unknown_field_set.h>
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -16,6 +17,7 @@ namespace norv::tools {
 namespace {
 
 using calibration::BaseCalibrationProto;
+using calibration::CameraIntrinsics;
 using calibration::PTZCameraParameters;
 using calibration::RobotCalibration;
 using testing::exampleCamera;
@@ -48,6 +50,31 @@ std::string errorOf(const Function& function) {
     return error.what();
   }
   return "no error";
+}
+
+TEST(CalibrationKind, ManyUnknownFieldsDoNotMakeItAnother) {
+  RobotCalibration robot = robotOf({exampleCamera("a", "lab")});
+  CameraIntrinsics* in = robot.mutable_camera_calibration(0)->mutable_intrinsics();
+  for (int i = 0; i < 100; ++i) {
+    auto* sample = in->add_samples();
+    sample->GetReflection()->MutableUnknownFields(sample)->AddVarint(9, 1);
+  }
+  EXPECT_EQ(detect(robot.SerializeAsString()), CalibrationKind::kRobot);
+}
+
+TEST(CalibrationKind, OfJson) {
+  const auto kindOf = [](const std::string& data) { return detect(data); };
+  EXPECT_EQ(kindOf("{}"), CalibrationKind::kRobot);
+  EXPECT_EQ(kindOf("{\"cameraCalibration\": [{\"name\": \"a\"}]}"), CalibrationKind::kRobot);
+  EXPECT_EQ(kindOf("{\"intrinsics\": {\"imageWidth\": 1}}"), CalibrationKind::kPtz);
+  EXPECT_EQ(kindOf("{\"wheel_base\": 1}"), CalibrationKind::kBase);
+  EXPECT_EQ(errorOf([] { detect("{\"wheelBase\": 1, \"intrinsics\": {}}"); }),
+            "FILE: intrinsics: Cannot find field.");
+  EXPECT_EQ(errorOf([] {
+              CalibrationInput input = inputOf("{\"wheelBase\": 1, \"wheels\": 4}");
+              parseCalibration(&input, CalibrationKind::kPtz);
+            }),
+            "FILE: resembles the calibration of a mobile base, not of a pan-tilt-zoom camera");
 }
 
 TEST(CalibrationKind, Names) {
