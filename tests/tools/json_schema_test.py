@@ -121,6 +121,7 @@ class JsonSchema(unittest.TestCase):
         self.assertEqual((first["written"], first["objection"], first["backup"]), (True, None, None))
         self.assertNotEqual(first["cameras"][0]["center_on_robot"], first["cameras"][0]["center_on_robot_before"])
         moved = self.path("moved.txt")
+        self.assertEqual(len(self.document("show_cameras", 0, "show", moved)["cameras"][0]["adjusted_by"]), 1)
         again = self.document("adjust", 1, *self.adjust(moved))
         self.assertFalse(again["written"])
         self.assertTrue(again["cameras"][1]["moved_before"])

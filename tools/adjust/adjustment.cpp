@@ -142,7 +142,7 @@ bool movesNothing(const Adjustment& adjustment) {
 }
 
 std::string findObjection(const Adjustment& adjustment, bool force, bool again) {
-  const std::string repetition = again ? "" : repetitionObjection(adjustment);
+  std::string repetition = again ? "" : repetitionObjection(adjustment);
   if (!repetition.empty()) return repetition;
   return force ? "" : errorObjection(adjustment);
 }

@@ -1,10 +1,7 @@
 #include "tools/show/show_base.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <cstdint>
-#include <ctime>
 #include <vector>
 
 #include "support/printable_text.h"
@@ -13,6 +10,7 @@
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
 #include "tools/review/finding_notes.h"
+#include "tools/show/metadata.h"
 #include "tools/show/notes.h"
 
 namespace norv::tools {
@@ -20,32 +18,6 @@ namespace {
 
 using calibration::BaseCalibrationData;
 using calibration::BaseCalibrationProto;
-using calibration::CalibrationMetadataProto;
-
-/// "2024-05-14 09:00:00 UTC" of nanoseconds since 1970.
-std::string dateText(std::int64_t nanoseconds) {
-  constexpr std::int64_t kPerSecond = 1000000000;
-  const std::int64_t whole = nanoseconds / kPerSecond;
-  const std::time_t seconds = nanoseconds % kPerSecond < 0 ? whole - 1 : whole;
-  return fmt::format("{:%Y-%m-%d %H:%M:%S} UTC", fmt::gmtime(seconds));
-}
-
-std::string metadataText(bool present, const CalibrationMetadataProto& metadata) {
-  if (!present) return "    no metadata\n";
-  std::string time = "not stated";
-  if (metadata.has_calibration_time()) {
-    time = fmt::format("{}\n    ns since 1970      {}", dateText(metadata.calibration_time()),
-                       metadata.calibration_time());
-  }
-  return fmt::format(
-      "    time               {}\n"
-      "    gain validity key  \"{}\"\n"
-      "    validity key       \"{}\"\n"
-      "    tool version       \"{}\"\n"
-      "    operator's note    \"{}\"\n",
-      time, toPrintable(metadata.gain_validity_key()), toPrintable(metadata.validity_key()),
-      toPrintable(metadata.tool_version()), toPrintable(metadata.operator_note()));
-}
 
 std::string transformTable(const BaseCalibrationData& data) {
   const Matrix3x3_f rotation = data.getWorldRotation();
@@ -68,15 +40,6 @@ std::string baseText(const BaseCalibrationData& data, const BaseCalibrationProto
          transformTable(data) + metadataText(adjustment.has_metadata(), adjustment.metadata()) +
          alignTable({{"gyroscope gain", shortestText(data.getGyroscopeGain())}}, 2) +
          metadataText(base.gyroscope().has_metadata(), base.gyroscope().metadata());
-}
-
-json metadataJson(bool present, const CalibrationMetadataProto& metadata) {
-  if (!present) return nullptr;
-  return {{"calibration_time_ns", metadata.calibration_time()},
-          {"gain_validity_key", metadata.gain_validity_key()},
-          {"validity_key", metadata.validity_key()},
-          {"tool_version", metadata.tool_version()},
-          {"operator_note", metadata.operator_note()}};
 }
 
 json baseJson(const CalibrationInput& input, const BaseCalibrationData& data,

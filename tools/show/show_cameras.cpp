@@ -15,6 +15,7 @@
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
 #include "tools/review/finding_notes.h"
+#include "tools/show/metadata.h"
 #include "tools/show/notes.h"
 #include "tools/tool_error.h"
 #include "tools/usage/nearest_word.h"
@@ -23,6 +24,7 @@ namespace norv::tools {
 namespace {
 
 using calibration::CameraCalibration;
+using calibration::CameraCalibrationAdjustmentProto;
 using calibration::CameraParameters;
 using calibration::RobotCalibration;
 using Cells = std::vector<std::string>;
@@ -94,6 +96,29 @@ std::string refitText(const CameraParameters& camera) {
                      fmt::format("{:.2g}", camera.getRefit()->error_per_point));
 }
 
+/// By which bases the camera was moved, a line each; empty where by none.
+std::string adjustmentText(const CameraCalibration& camera) {
+  std::string text;
+  for (const CameraCalibrationAdjustmentProto& adjustment : camera.adjusted_by()) {
+    const auto& metadata = adjustment.metadata();
+    text += "  moved by a base's global transform of " +
+            (metadata.has_calibration_time() ? dateText(metadata.calibration_time())
+                                             : std::string("no stated time")) +
+            "\n";
+  }
+  return text;
+}
+
+json adjustmentJson(const CameraCalibration& camera) {
+  json list = json::array();
+  for (const CameraCalibrationAdjustmentProto& adjustment : camera.adjusted_by()) {
+    const auto& values = adjustment.global_transform().a();
+    list.push_back({{"global_transform", std::vector<double>(values.begin(), values.end())},
+                    {"metadata", metadataJson(adjustment.has_metadata(), adjustment.metadata())}});
+  }
+  return list;
+}
+
 std::string cameraText(const CameraParameters& camera, const std::vector<View>& views,
                        const std::vector<std::string>& notes) {
   const Vector3_f center = camera.getTransform().getCameraCenter();
@@ -103,7 +128,8 @@ std::string cameraText(const CameraParameters& camera, const std::vector<View>& 
              toPrintable(camera.getCalibration().name()), toPrintable(camera.getModel()),
              full.width, full.height, formatFixed(center.x(), 4), formatFixed(center.y(), 4),
              formatFixed(center.z(), 4)) +
-         poseTable(camera) + refitText(camera) + viewTable(views) + notesText(notes);
+         poseTable(camera) + adjustmentText(camera.getCalibration()) + refitText(camera) +
+         viewTable(views) + notesText(notes);
 }
 
 json cameraJson(const CameraParameters& camera, const std::vector<View>& views,
@@ -114,6 +140,7 @@ json cameraJson(const CameraParameters& camera, const std::vector<View>& views,
       {"full_frame_size", {camera.getFullFrame().width, camera.getFullFrame().height}},
       {"camera_from_robot", rowsOf(camera.getTransform().transform)},
       {"center_on_robot", listOf(camera.getTransform().getCameraCenter())},
+      {"adjusted_by", adjustmentJson(camera.getCalibration())},
       {"refit_error_per_point_pixels",
        camera.getRefit() ? json(camera.getRefit()->error_per_point) : json(nullptr)},
       {"notes", notes},

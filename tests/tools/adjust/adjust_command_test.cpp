@@ -154,6 +154,10 @@ TEST(AdjustCommand, PoseTimesGlobalTransform) {
 TEST(AdjustCommand, ShowSeesTheMovedCamera) {
   const Files files(robotOf({shiftedCamera("lab")}).DebugString());
   toolOutput(files.adjust());
+  EXPECT_THAT(toolOutput("show '" + files.output + "'"),
+              ::testing::HasSubstr("\n  moved by a base's global transform of no stated time\n"));
+  EXPECT_THAT(toolOutput("show '" + files.robot + "'"),
+              ::testing::Not(::testing::HasSubstr("moved by")));
   EXPECT_THAT(toolOutput("show '" + files.robot + "'"),
               ::testing::HasSubstr("centre on the robot (-1.0000, 0.0000, 0.0000) m"));
   EXPECT_THAT(toolOutput("show '" + files.output + "'"),

@@ -313,6 +313,17 @@ TEST_F(AdjustRefusal, Json) {
   EXPECT_EQ(second["cameras"][0]["moved_before"], true);
 }
 
+TEST_F(AdjustRefusal, ShowSaysByWhatCamerasWereMoved) {
+  EXPECT_EQ(testing::toolJson("show '" + robot_ + "'")["cameras"][0]["adjusted_by"], json::array());
+  toolOutput(adjust());
+  EXPECT_THAT(toolOutput("show '" + robot_ + "'"),
+              HasSubstr("\n  moved by a base's global transform of 2024-05-14 09:00:00 UTC\n"));
+  const json record = testing::toolJson("show '" + robot_ + "'")["cameras"][0]["adjusted_by"];
+  ASSERT_EQ(record.size(), 1U);
+  EXPECT_EQ(record[0]["global_transform"], json({1, 0, 0, 0, 0, 1, 0, 500, 0, 0, 1, 0}));
+  EXPECT_EQ(record[0]["metadata"]["calibration_time_ns"], 1715677200000000000);
+}
+
 TEST_F(AdjustRefusal, FindingsInJson) {
   useRobot(replaced(kCamera, "fx: 1000", "fx: -1000"));
   useBase(replaced(kBase, "0, 1, 0, 500", "0, 1, 0, 4500"));

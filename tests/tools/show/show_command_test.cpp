@@ -197,6 +197,7 @@ TEST(ShowCommand, JsonForPrograms) {
          {"camera_from_robot",
           {{1.0, 0.0, 0.0, 1.5}, {0.0, 1.0, 0.0, 0.0}, {0.0, 0.0, 1.0, 0.0}, {0.0, 0.0, 0.0, 1.0}}},
          {"center_on_robot", {-1.5, 0.0, 0.0}},
+         {"adjusted_by", json::array()},
          {"refit_error_per_point_pixels", nullptr},
          {"notes",
           {"intrinsics.radial: the lens folds before the farthest corner, 800 px from the "
