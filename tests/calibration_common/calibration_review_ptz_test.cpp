@@ -369,6 +369,19 @@ TEST(CalibrationReviewPtzTest, FindsFaultyPoses) {
                  {{kError, "pose-mirror", "pan_tilt.tilt_to_camera.a", -1, 0}});
 }
 
+TEST(CalibrationReviewPtzTest, SaysNothingOfTheAxesOfAMirroredHead) {
+  // The optical axis 60 degrees out of the plane of pan either way, in a picture that is mirrored
+  // left and right.
+  for (const double degrees : {60, -60}) {
+    const std::vector<Finding> found = reviewHead([=](auto* head) {
+      CameraExtrinsics* pose = head->mutable_tilt_to_camera();
+      turnPose(kUnturned, turn(degrees, Eigen::Vector3d::UnitZ()), pose);
+      for (const int i : {0, 1, 2}) pose->set_a(i, -pose->a(i));
+    });
+    expectFindings(found, {{kError, "pose-mirror", "pan_tilt.tilt_to_camera.a", -1, 0}});
+  }
+}
+
 TEST(CalibrationReviewPtzTest, FindsTranslationsInAnotherUnit) {
   // Scales all translations so that they are together this long, millimetres.
   const auto with = [](double length) {
