@@ -17,6 +17,7 @@
 #include "tools/adjust/adjust_command.h"
 #include "tools/aim/aim_command.h"
 #include "tools/convert/convert_command.h"
+#include "tools/diff/diff_command.h"
 #include "tools/show/show_command.h"
 #include "tools/tool_answer.h"
 #include "tools/usage/usage_text.h"
@@ -77,7 +78,8 @@ void describeProgram(CLI::App* app) {
       "A file named - is standard input, default the compiled-in calibration of the fixed "
       "cameras.\n"
       "Exit status: 0 done; 1 the input is bad, validate found an error, or the output cannot be "
-      "written; 2 called wrongly; 3 aim does not reach what it was asked for.");
+      "written; 2 called wrongly; 3 aim does not reach what it was asked for, or diff exceeds a "
+      "limit.");
 }
 
 ExitStatus run(int argc, char** argv) {
@@ -87,11 +89,13 @@ ExitStatus run(int argc, char** argv) {
   norv::tools::AdjustOptions adjust;
   norv::tools::ValidateOptions validate;
   norv::tools::ConvertOptions convert;
+  norv::tools::DiffVerbOptions diff;
   const CLI::App* show_verb = norv::tools::addShowCommand(&app, &show);
   const CLI::App* aim_verb = norv::tools::addAimCommand(&app, &aim);
   norv::tools::addAdjustCommand(&app, &adjust);
   const CLI::App* validate_verb = norv::tools::addValidateCommand(&app, &validate);
   const CLI::App* convert_verb = norv::tools::addConvertCommand(&app, &convert);
+  const CLI::App* diff_verb = norv::tools::addDiffCommand(&app, &diff);
   describeProgram(&app);
   std::vector<std::string> words = wordsOf(argc, argv);
   std::reverse(words.begin(), words.end());  // as CLI11 takes them
@@ -107,6 +111,7 @@ ExitStatus run(int argc, char** argv) {
   if (show_verb->parsed()) return print({norv::tools::runShowCommand(show), ""});
   if (convert_verb->parsed()) return print(norv::tools::runConvertCommand(convert));
   if (validate_verb->parsed()) return print(norv::tools::runValidateCommand(validate));
+  if (diff_verb->parsed()) return print(norv::tools::runDiffCommand(diff));
   if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
   return print(norv::tools::runAdjustCommand(adjust));
 }

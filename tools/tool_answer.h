@@ -10,6 +10,7 @@ enum ExitStatus : int {
   kBadInput = 1,    ///< the input is bad, or the output cannot be written
   kBadUsage = 2,    ///< the program was called wrongly
   kOutOfReach = 3,  ///< `aim`: the answer is there, but the head does not reach what was asked for
+  kExceeded = 3,    ///< `diff`: the calibrations differ by more than they may
 };
 
 /// What a verb answers.

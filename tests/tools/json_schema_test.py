@@ -150,6 +150,30 @@ class JsonSchema(unittest.TestCase):
         self.assertEqual({"error", "warning"}, {finding["severity"] for finding in found["findings"]})
         self.document("validate", 0, "validate", self.write("info.txt", PLAIN.replace("1000, 0, 1", "0, 0, 1")))
 
+    def test_diff(self):
+        shifted = self.write("shifted.txt", CAMERAS.replace("cx: 640", "cx: 645") + PLAIN)
+        cameras = self.document("diff_cameras", 0, "diff", "default", shifted)
+        self.assertEqual((len(cameras["cameras"]), cameras["only_in_b"]), (2, ["lab"]))
+        self.assertIsNone(cameras["cameras"][0]["images"][0]["on_robot"][0]["distance"])
+        self.assertGreater(len(self.document("diff_cameras", 3, "diff", shifted, "default", "--fail-above", "1")["exceeded"]), 1)
+        ptz = self.document("diff_ptz", 0, "diff", self.head, self.head)
+        self.assertEqual(ptz["zooms"][0]["image"]["rotated"]["max"], 0)
+        self.document("diff_ptz", 0, "diff", self.head,
+                      self.write("size.txt", re.sub(r"\bimage_width: \d+", "image_width: 9", HEAD)))
+        bare = self.write("bare.txt", re.sub(r"\bwheel_base: \S+", "", BASE))
+        self.assertIsNone(self.document("diff_base", 0, "diff", "default", bare)["wheel_base"]["b"])
+
+    def test_diff_of_what_is_absurd(self):
+        for value in ("nan", "inf", "-1e300", "0"):
+            for field in ("fx", "cx", "width"):
+                if field == "width" and value != "0":
+                    continue
+                path = self.write("absurd.txt", re.sub(rf"\b{field}: \d+", f"{field}: {value}", PLAIN))
+                self.document("diff_cameras", 0, "diff", path, self.write("plain.txt", PLAIN))
+        pose = self.write("pose.txt", PLAIN.replace("1, 0, 0, 1000", "nan, 0, 0, inf"))
+        found = self.document("diff_cameras", 0, "diff", self.write("plain.txt", PLAIN), pose)
+        self.assertEqual(found["cameras"][0]["pose"]["movement"], [None] * 3)
+
     def test_checks_are_explained(self):
         page = (ROOT / "docs/checks.md").read_text(encoding="utf-8")
         ids = set(re.findall(r"^\| `([a-z-]+)` \| (?:error|warning|info)", page, re.MULTILINE))
@@ -168,7 +192,9 @@ class JsonSchema(unittest.TestCase):
         for path in (broken, missing, empty, self.base):
             self.expect_no_document(1, *self.adjust(path))
         self.expect_no_document(1, *self.adjust(self.cameras, output="missing/moved.txt"))
-        for words in (["show", "--size", "1"], ["aim", self.head], ["adjust", self.cameras], ["shwo"]):
+        for path in (broken, missing, empty, self.base):
+            self.expect_no_document(1, "diff", self.cameras, path)
+        for words in (["diff", self.cameras], ["show", "--size", "1"], ["aim", self.head], ["adjust", self.cameras], ["shwo"]):
             self.expect_no_document(2, *words)
 
     def test_page_names_the_keys(self):
@@ -186,6 +212,8 @@ KINDS_OF_SECTIONS = {
     "aim": ("aim",),
     "adjust": ("adjust",),
     "validate": ("validate", "explain"),
+    "diff": ("diff_cameras", "diff_ptz", "diff_base", "pixel_difference", "distance_difference", "image_intrinsics",
+             "image_difference", "pose_difference", "value_change"),
     "A finding": ("finding",),
 }
 

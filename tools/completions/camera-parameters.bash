@@ -3,17 +3,20 @@
 _camera_parameters() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} words=
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words="show aim adjust validate convert --help --version"
+    words="show aim adjust validate convert diff --help --version"
   else
     case $previous in
-      --camera | --size | --at | --pixel | --point | --box | --allow | --explain) return ;;
+      --camera | --size | --at | --pixel | --point | --box | --allow | --explain | --distance | --fail-above*) return ;;
       --kind) words="robot ptz base" ;;
-      --base | --output | -o) ;;
+      --base | --output | -o | --csv) ;;
       *)
         case ${COMP_WORDS[1]} in
           show) words="--camera --size --kind --json --help" ;;
           aim) words="--at --pixel --point --box --json --help" ;;
           adjust) words="--base --output --binary --text --backup --force --again --json --help" ;;
+          diff)
+            words="--camera --size --distance --fail-above --fail-above-mm --fail-above-deg --json --csv --help"
+            ;;
           validate) words="--strict --allow --explain --kind --json --help" ;;
           convert) words="--text --binary --json --output --lossy --kind --help" ;;
         esac
