@@ -174,6 +174,17 @@ class JsonSchema(unittest.TestCase):
         found = self.document("diff_cameras", 0, "diff", self.write("plain.txt", PLAIN), pose)
         self.assertEqual(found["cameras"][0]["pose"]["movement"], [None] * 3)
 
+    def test_what_convert_prints_is_read(self):
+        for path in (self.cameras, self.base, self.head):
+            converted = self.write("converted.json", run("convert", path, "--json").stdout)
+            json.loads(converted.read_text(encoding="ascii"))
+            self.assertEqual(run("convert", converted, "--binary", "-o", "-").stdout,
+                             run("convert", path, "--binary", "-o", "-").stdout)
+            fine = self.document("validate", 0, "validate", converted)
+            self.assertEqual(fine["files"][0]["format"], "json")
+        self.write("cameras.json", run("convert", self.cameras, "--json").stdout)
+        self.assertEqual(self.document("adjust", 0, *self.adjust(self.path("cameras.json")))["format"], "text")
+
     def test_checks_are_explained(self):
         page = (ROOT / "docs/checks.md").read_text(encoding="utf-8")
         ids = set(re.findall(r"^\| `([a-z-]+)` \| (?:error|warning|info)", page, re.MULTILINE))

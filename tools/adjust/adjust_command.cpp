@@ -43,7 +43,8 @@ void addFlags(CLI::App* adjust, AdjustOptions* options) {
   CLI::Option* binary = adjust->add_flag("--binary", options->binary, "Write the binary format");
   adjust
       ->add_flag("--text", options->text,
-                 "Write the text format, without comments (default: that of CALIBRATION)")
+                 "Write the text format, without comments (default: binary where CALIBRATION is "
+                 "binary, else text)")
       ->excludes(binary);
   adjust->add_flag("--backup", options->backup,
                    "Keep what FILE was before as FILE.bak, or FILE.bak2 and so on where there is "
@@ -99,11 +100,13 @@ CLI::App* addAdjustCommand(CLI::App* app, AdjustOptions* options) {
       "Move the camera poses of a calibration by a base's global transform. What is written says "
       "by "
       "which transform each camera was moved, and is not moved by the same one again");
-  requireFileName(adjust->add_option("CALIBRATION", options->path,
-                                     "Robot calibration, binary or text; - is standard input"))
+  requireFileName(
+      adjust->add_option("CALIBRATION", options->path,
+                         "Robot calibration in binary, text or JSON format; - is standard input"))
       ->required();
-  requireFileName(adjust->add_option("--base", options->base_path,
-                                     "Base calibration, binary or text; - is standard input"))
+  requireFileName(
+      adjust->add_option("--base", options->base_path,
+                         "Base calibration in binary, text or JSON format; - is standard input"))
       ->type_name("BASE")
       ->required();
   requireFileName(
