@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <vector>
 
 #include "support/printable_text.h"
@@ -18,11 +20,23 @@ using calibration::Severity;
 
 const char* formatText(const AdjustOutcome& outcome) { return outcome.as_text ? "text" : "binary"; }
 
+std::ptrdiff_t countMovedBefore(const calibration::RobotCalibration& robot) {
+  const auto& cameras = robot.camera_calibration();
+  return std::count_if(cameras.begin(), cameras.end(),
+                       [](const auto& camera) { return camera.adjusted_by_size() > 0; });
+}
+
 /// What the user may not expect of a calibration that was written, one sentence each.
 std::vector<std::string> notesAbout(const Adjustment& adjustment, const AdjustOutcome& outcome) {
   std::vector<std::string> notes;
   if (movesNothing(adjustment)) {
     notes.emplace_back("the global transform is the identity, so that all poses are as they were");
+  }
+  const auto moved = countMovedBefore(adjustment.robot);
+  if (moved > 0) {
+    notes.push_back(
+        fmt::format("{} camera{} had been moved by a base before; this move comes on top", moved,
+                    moved == 1 ? "" : "s"));
   }
   for (const std::string& name : findRepeatedNames(adjustment.adjusted)) {
     notes.push_back(
