@@ -1,5 +1,7 @@
 #pragma once
 
+/// The two formats of files. What they hold is in docs/conventions.md.
+
 namespace norv::calibration {
 
 /// How a file holds a calibration; docs/versions_and_files.md says what either is good for.

@@ -1,7 +1,7 @@
 #pragma once
 
-/// What became of a load, for programs that want to know more than whether it went well. Paths,
-/// checks and units of findings: finding.h.
+/// What became of a load, for programs that want to know more than whether it went well. Paths and
+/// checks of findings: finding.h; units and frames: docs/conventions.md.
 
 #include <optional>
 #include <string>

@@ -1,5 +1,7 @@
 #pragma once
 
+/// Why a calibration cannot be saved, as a value. Conventions: docs/conventions.md.
+
 #include <string>
 #include <vector>
 

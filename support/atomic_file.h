@@ -1,6 +1,6 @@
 #pragma once
 
-/// Files that are replaced in one step.
+/// Files that are replaced in one step. Conventions: docs/conventions.md.
 
 #include <optional>
 #include <string>

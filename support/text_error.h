@@ -1,6 +1,6 @@
 #pragma once
 
-/// Errors of the text format, told so that the user finds them.
+/// Errors of the text format, told so that the user finds them. Conventions: docs/conventions.md.
 
 #include <google/protobuf/descriptor.h>
 

@@ -1,6 +1,7 @@
 #pragma once
 
-/// Where the fields of a message stand in its text form, for messages to the user about them.
+/// Where the fields of a message stand in its text form, for messages to the user about them. What
+/// they mean is in docs/conventions.md.
 
 #include <google/protobuf/descriptor.h>
 

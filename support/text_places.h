@@ -1,6 +1,6 @@
 #pragma once
 
-/// Places of many fields of a text at once.
+/// Places of many fields of a text at once. Conventions: docs/conventions.md.
 
 #include <google/protobuf/descriptor.h>
 
