@@ -68,33 +68,36 @@ std::optional<BinaryFit> detectBinary(const std::string& data) {
 
 struct TextFit {
   CalibrationKind kind;
-  bool parses;
+  std::unique_ptr<Message> message;  ///< null where it does not parse
   std::ptrdiff_t known_fields;  ///< of the text, which may be of another kind; 0 where it parses
   std::pair<int, int> end;      ///< line and column where the parser stopped
+
+  bool parses() const { return message != nullptr; }
 };
 
 TextFit fitText(const std::string& data, CalibrationKind kind) {
-  const std::unique_ptr<Message> message = newMessage(kind);
+  std::unique_ptr<Message> message = newMessage(kind);
   norv::TextParseError error;
-  if (norv::parseText(data, message.get(), &error)) return {kind, true, 0, {}};
+  if (norv::parseText(data, message.get(), &error)) return {kind, std::move(message), 0, {}};
   const std::vector<TextField> fields = listTextFields(data, *message->GetDescriptor());
   const auto known = std::count_if(fields.begin(), fields.end(),
                                    [](const TextField& field) { return field.is_known; });
-  return {kind, false, known, {error.line, error.column}};
+  return {kind, nullptr, known, {error.line, error.column}};
 }
 
 /// Whether a text fits one kind better than another. A mistyped name may stand anywhere, so that
 /// the fields count and then how far the parser came.
 bool isBetter(const TextFit& a, const TextFit& b) {
-  return std::tie(a.parses, a.known_fields, a.end) > std::tie(b.parses, b.known_fields, b.end);
+  if (a.parses() != b.parses()) return a.parses();
+  return std::tie(a.known_fields, a.end) > std::tie(b.known_fields, b.end);
 }
 
 /// What a text fits best: the kind that it parses as, or else the one that has most of its fields.
 TextFit detectText(const std::string& data) {
   TextFit best = fitText(data, kKinds[0]);
-  for (std::size_t i = 1; i < kKinds.size() && !best.parses; ++i) {
-    const TextFit fit = fitText(data, kKinds[i]);
-    if (isBetter(fit, best)) best = fit;
+  for (std::size_t i = 1; i < kKinds.size() && !best.parses(); ++i) {
+    TextFit fit = fitText(data, kKinds[i]);
+    if (isBetter(fit, best)) best = std::move(fit);
   }
   return best;
 }
@@ -139,7 +142,7 @@ void refuseOtherBinary(const CalibrationInput& input, CalibrationKind kind,
 void refuseOtherKind(const CalibrationInput& input, CalibrationKind kind) {
   const TextFit best = detectText(input.data);
   if (!isBetter(best, fitText(input.data, kind))) return;
-  refuseKind(input, best.parses ? "holds" : "resembles", best.kind, kind);
+  refuseKind(input, best.parses() ? "holds" : "resembles", best.kind, kind);
 }
 
 /// Parses the input as a kind that it may not be of.
@@ -154,6 +157,17 @@ InputFormat parseAsKind(CalibrationInput* input, CalibrationKind kind, Message* 
     }
     throw;
   }
+}
+
+/// Parses the input, which is neither binary nor JSON, as the kind that it fits best.
+ParsedCalibration parseAnyText(CalibrationInput* input) {
+  TextFit fit = detectText(input->data);
+  if (!fit.parses()) {
+    fit.message = newMessage(fit.kind);
+    parseInput(input, fit.message.get());  // throws what is wrong with it
+  }
+  input->text_type = fit.message->GetDescriptor();
+  return {fit.kind, std::move(fit.message), InputFormat::kText};
 }
 
 }  // namespace
@@ -192,9 +206,8 @@ const char* describeKind(CalibrationKind kind) {
 ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind) {
   if (!kind) {
     const std::optional<BinaryFit> binary = detectBinary(input->data);
-    kind = binary                       ? binary->kind
-           : looksLikeJson(input->data) ? detectJson(input->data)
-                                        : detectText(input->data).kind;
+    if (!binary && !looksLikeJson(input->data)) return parseAnyText(input);
+    kind = binary ? binary->kind : detectJson(input->data);
   }
   ParsedCalibration parsed = {*kind, newMessage(*kind), InputFormat::kBinary};
   parsed.format = parseAsKind(input, *kind, parsed.message.get());

@@ -51,15 +51,16 @@ std::vector<std::string> severityNames(const CheckDescription& check) {
 SeverityCounts countSeverities(const std::vector<PlacedFinding>& findings) {
   SeverityCounts counts;
   for (const PlacedFinding& placed : findings) {
+    const int count = 1 + placed.finding.unlisted;
     switch (placed.finding.severity) {
       case Severity::kError:
-        ++counts.errors;
+        counts.errors += count;
         break;
       case Severity::kWarning:
-        ++counts.warnings;
+        counts.warnings += count;
         break;
       case Severity::kInfo:
-        ++counts.infos;
+        counts.infos += count;
         break;
     }
   }

@@ -9,7 +9,7 @@
 
 namespace norv::tools {
 
-/// How many findings of each severity there are.
+/// How many findings of each severity there are, those included that are not listed.
 struct SeverityCounts {
   int errors = 0;
   int warnings = 0;
