@@ -76,15 +76,22 @@ bool isInside(const Point& pixel, const ImageSize& size) {
   return pixel.x >= 0 && pixel.x <= size.width && pixel.y >= 0 && pixel.y <= size.height;
 }
 
-/// Unit vectors towards the corners and along the axes.
+Point unitVector(const Point& p) {
+  const double length = std::max(std::hypot(p.x, p.y), 1e-30);
+  return {p.x / length, p.y / length};
+}
+
+/// Unit vectors along the axes and towards the corners.
 std::array<Point, 8> directionsOf(const PinholeImage& image) {
-  std::array<Point, 8> directions = {{{1, 0}, {0, 1}, {-1, 0}, {0, -1}, {}, {}, {}, {}}};
-  auto next = directions.begin() + 4;
-  for (const Point& corner : normalisedCorners(image)) {
-    const double distance = std::max(std::hypot(corner.x, corner.y), 1e-30);
-    *next++ = {corner.x / distance, corner.y / distance};
-  }
-  return directions;
+  const std::array<Point, 4> corners = normalisedCorners(image);
+  return {{{1, 0},
+           {0, 1},
+           {-1, 0},
+           {0, -1},
+           unitVector(corners[0]),
+           unitVector(corners[1]),
+           unitVector(corners[2]),
+           unitVector(corners[3])}};
 }
 
 double squaredDistance(const Point& a, const Point& b) {
