@@ -32,7 +32,7 @@ struct PixelSize {
 /// What a comparison is to look at.
 struct DiffOptions {
   /// How far away the points are that the cameras of a robot are compared by: from A's optical
-  /// centre along the ray, metres. Infinity means directions.
+  /// centre along the ray, metres, positive. Infinity means directions.
   std::vector<double> distances = {std::numeric_limits<double>::infinity(), 3.0};
   /// Fixed cameras alone: only the one of this name.
   std::optional<std::string> camera;

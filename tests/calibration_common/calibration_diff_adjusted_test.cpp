@@ -111,7 +111,7 @@ TEST(DiffOfAdjustedCameras, AtThreeMetresOnTheAxisAsProjectionHasIt) {
   ASSERT_TRUE(after.readProto(moved.camera_calibration(0)));
   const Vector2_f pixel = project3dToCamera(after.getTransform(), after.getDistortion(2, 2),
                                             after.getIntrinsics(2, 2), target.cast<float>());
-  const double expected = (pixel - Vector2_f(1, 1)).norm();
+  const auto expected = static_cast<double>((pixel - Vector2_f(1, 1)).norm());
   EXPECT_GT(expected, 5);
   // The rays of the corners are 1.4 mrad from the axis, which changes a shift by as much.
   EXPECT_NEAR(pixels.median, expected, 2e-3 * expected);
