@@ -227,9 +227,10 @@ CLI::App* addDiffCommand(CLI::App* app, DiffVerbOptions* options) {
       "diff",
       "Say what calibration B changes in calibration A: in pixels as the cameras are, after the "
       "rotation that explains most, and on the robot; in poses; in the stored numbers");
-  requireFileName(diff->add_option("A", options->path_a,
-                                   "Calibration, binary or text; - is standard input, default the "
-                                   "compiled-in calibration"))
+  requireFileName(
+      diff->add_option("A", options->path_a,
+                       "Calibration, binary, text or JSON; - is standard input, default the "
+                       "compiled-in calibration"))
       ->required();
   requireFileName(diff->add_option("B", options->path_b, "Calibration of the same kind"))
       ->required();
