@@ -16,9 +16,11 @@ std::optional<LoadProblem> findLoadProblem(const CameraCalibration& calibration)
           internal::fitWarpedView(calibration.intrinsics(), internal::makeCorvelHeadTransform()));
     case internal::CameraModel::kOther:
       return internal::findMissingSize(calibration);
-    default:
-      return std::nullopt;
+    case internal::CameraModel::kCorvelNav:
+    case internal::CameraModel::kB910:
+      break;
   }
+  return std::nullopt;
 }
 
 }  // namespace norv::calibration

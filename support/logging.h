@@ -5,7 +5,6 @@
 /// nothing, neither text nor arguments. All functions here are thread-safe.
 /// Conventions: docs/conventions.md.
 
-#include <climits>
 #include <memory>
 #include <optional>
 #include <ostream>

@@ -9,6 +9,7 @@
 #include "support/numeric/infinity.h"
 
 namespace norv::internal::fit {
+
 double squaredImageError(const PlanarView& view, const FittedCamera& camera) {
   const Projector projector(camera);
   double sum = 0;

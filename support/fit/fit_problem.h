@@ -13,8 +13,9 @@ namespace norv::internal::fit {
 
 /// What the fit minimises, in squared pixels:
 ///
-///     sum |projected - observed|^2  +  sigma^2 sum (prior deviations)^2  +  sum (regularity
-///     rows)^2
+///     sum |projected - observed|^2
+///       + sigma^2 sum (prior deviations)^2
+///       + sum (regularity rows)^2
 ///
 /// With observation noise of standard deviation sigma in each coordinate it is the negative
 /// logarithm of the posterior probability, but for the last term.

@@ -26,10 +26,9 @@ struct SolverOptions {
 
 /// Minimises `problem` from `*camera` on by the method of Levenberg and Marquardt, with normal
 /// equations scaled to a unit diagonal and Nielsen's damping (Madsen, Nielsen and Tingleff, Methods
-/// for Non-Linear Least Squares Problems, 2nd ed., IMM 2004, section 3.2). Returns the cost;
-/// infinity, and
-/// `*camera` as it was, where it is infinite to begin with. The cost never rises, and the number of
-/// evaluations is bounded.
+/// for Non-Linear Least Squares Problems, 2nd ed., IMM 2004, section 3.2). Returns the cost. Where
+/// it is infinite to begin with, it stays so, and `*camera` stays as it was. The cost never rises,
+/// and the number of evaluations is bounded.
 double minimize(const FitProblem& problem, FreeParameters parameters, const SolverOptions& options,
                 FittedCamera* camera);
 

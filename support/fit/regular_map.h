@@ -22,9 +22,8 @@ double cornerRadius(const FittedCamera& camera, const Eigen::Vector2d& half_size
 /// for
 ///
 ///   - a denominator D of at least 0.1,
-///   - a slope d(r_d)/d(theta) of at least 0.2 focal lengths per radian, a tenth to a fifth of what
-///   lenses
-///     have there, and
+///   - a slope d(r_d)/d(theta) of at least 0.2 focal lengths per radian (lenses have five to ten
+///     times that), and
 ///   - a map that reaches the farthest corner at the last radius.
 class RegularityRows {
  public:

@@ -177,7 +177,7 @@ TEST_F(ModelsAndSizes, PixelsOfB910AreNotSquare) {
   }
 }
 
-TEST_F(ModelsAndSizes, RectifiedPictureOfTheHeadCamera) {
+TEST_F(ModelsAndSizes, WarpedPictureOfTheHeadCamera) {
   const auto numbers = onlyMatch(
       page_,
       "focal length is ([0-9.]+) pixels, where half of the full frame's would be ([0-9.]+), "

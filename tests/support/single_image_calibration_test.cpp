@@ -185,7 +185,7 @@ TEST(SingleImageCalibration, NearlyFrontalViewsKeepToUsualFocalLengths) {
   EXPECT_GE(usual, 18);  // measured 19
 }
 
-// The head camera: a stereographic lens before a sensor that rectifies it.
+// The head camera: a stereographic lens before a sensor that warps its picture.
 
 /// Its 13 x 10 board of 5 cm squares as a calibration file has it, pixels to three decimals.
 View headCameraView(SyntheticCamera* camera) {
@@ -223,7 +223,7 @@ TEST(SingleImageCalibration, HeadCameraBehindItsWarp) {
   }
   const Fit result = fit(view);
   EXPECT_LT(result.error_per_point, 6e-4);  // measured 4.7e-4
-  // A rectified image of focal length 0.9 * 720 pixels at the full frame's scale.
+  // A warped image of focal length 0.9 * 720 pixels at the full frame's scale.
   expectCamera(result.projection, {648, 648, 640, 480, 0, 0}, 0.05, 1e-5);  // 0.013, 1.3e-7
   expectRadial(result.projection, {0, 0, 0, 0, 0, 0}, 1e-3);                // 3e-4
   expectPose(result.projection, camera, view.scale, 5e-5);                  // 6e-6

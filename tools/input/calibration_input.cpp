@@ -22,13 +22,6 @@ constexpr const char* kStandardInput = "-";
 constexpr const char* kDefault = "default";
 constexpr const char* kDefaultFile = "calibration/default_head_cal.txt";
 
-/// Whether an error's place in the data would mean anything to the user.
-bool looksLikeText(const std::string& data) {
-  return std::none_of(data.begin(), data.end(), [](char c) {
-    return static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\r' && c != '\t';
-  });
-}
-
 bool beginsWith(const std::string& data, const char* bytes) {
   return data.compare(0, std::char_traits<char>::length(bytes), bytes) == 0;
 }
@@ -64,6 +57,12 @@ std::string describeReason(const std::string& path, const std::string& reason) {
 }
 
 }  // namespace
+
+bool looksLikeText(const std::string& data) {
+  return std::none_of(data.begin(), data.end(), [](char c) {
+    return static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\r' && c != '\t';
+  });
+}
 
 CalibrationInput readInput(const std::string& path) {
   CalibrationInput input;

@@ -23,6 +23,10 @@ struct CalibrationInput {
 /// fixed cameras where it is "default". Throws InputError when that fails.
 CalibrationInput readInput(const std::string& path);
 
+/// Whether the data is text in whose lines and columns a user can find something: it has no control
+/// character but the ends of lines and tabs.
+bool looksLikeText(const std::string& data);
+
 enum class InputFormat { kBinary, kText, kJson };
 
 /// "binary", "text" or "json".

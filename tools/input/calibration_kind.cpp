@@ -138,6 +138,15 @@ void refuseOtherBinary(const CalibrationInput& input, CalibrationKind kind,
   }
 }
 
+/// The kind of data that is no text; of what is nothing at all, any, as which it is refused without
+/// a search for fields that may take long.
+std::optional<CalibrationKind> detectUnlessText(const std::string& data) {
+  if (const std::optional<BinaryFit> binary = detectBinary(data)) return binary->kind;
+  if (looksLikeJson(data)) return detectJson(data);
+  if (looksLikeText(data)) return std::nullopt;
+  return kKinds[0];
+}
+
 /// Refuses a text that does not parse as `kind` when it fits another kind better.
 void refuseOtherKind(const CalibrationInput& input, CalibrationKind kind) {
   const TextFit best = detectText(input.data);
@@ -204,11 +213,8 @@ const char* describeKind(CalibrationKind kind) {
 }
 
 ParsedCalibration parseCalibration(CalibrationInput* input, std::optional<CalibrationKind> kind) {
-  if (!kind) {
-    const std::optional<BinaryFit> binary = detectBinary(input->data);
-    if (!binary && !looksLikeJson(input->data)) return parseAnyText(input);
-    kind = binary ? binary->kind : detectJson(input->data);
-  }
+  if (!kind) kind = detectUnlessText(input->data);
+  if (!kind) return parseAnyText(input);
   ParsedCalibration parsed = {*kind, newMessage(*kind), InputFormat::kBinary};
   parsed.format = parseAsKind(input, *kind, parsed.message.get());
   return parsed;

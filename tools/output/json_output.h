@@ -1,9 +1,9 @@
 #pragma once
 
 /// JSON for programs: keys in the order in which they were added, text that is not UTF-8 replaced
-/// by U+FFFD, everything beyond ASCII and every control character written as \uNNNN,
-/// and numbers that are not finite as null. Floats are written with the fewest digits that read
-/// back as the same float, doubles with those that read back as the same double.
+/// by U+FFFD, everything beyond ASCII and every control character written as \uNNNN, and numbers
+/// that are not finite as null. Floats are written with the fewest digits that read back as the
+/// same float, doubles with those that read back as the same double.
 
 #include <nlohmann/json.hpp>
 #include <string>

@@ -121,13 +121,13 @@ json adjustmentJson(const CameraCalibration& camera) {
 
 std::string cameraText(const CameraParameters& camera, const std::vector<View>& views,
                        const std::vector<std::string>& notes) {
-  const Vector3_f center = camera.getTransform().getCameraCenter();
+  const Vector3_f centre = camera.getTransform().getCameraCenter();
   const auto& full = camera.getFullFrame();
   return fmt::format(
              "\n{}   model \"{}\", full frame {}x{}\n  centre on the robot ({}, {}, {}) m\n",
              toPrintable(camera.getCalibration().name()), toPrintable(camera.getModel()),
-             full.width, full.height, formatFixed(center.x(), 4), formatFixed(center.y(), 4),
-             formatFixed(center.z(), 4)) +
+             full.width, full.height, formatFixed(centre.x(), 4), formatFixed(centre.y(), 4),
+             formatFixed(centre.z(), 4)) +
          poseTable(camera) + adjustmentText(camera.getCalibration()) + refitText(camera) +
          viewTable(views) + notesText(notes);
 }

@@ -341,7 +341,7 @@ TEST(AimCommand, LimitsOfBothMotors) {
   EXPECT_THAT(toolRefusal(calibration.aim("--at 0,0,0 --pixel 1264.065,540")),
               ::testing::HasSubstr("\nlimited by the range of the motors: pan 400 is out of reach, "
                                    "tilt 0 is out of\n  reach\n"));
-  // A box is limited likewise.
+  // A box is limited in the same way.
   const json aim = toolRefusalJson(calibration.aim("--at 0,0,0 --box 1254.065,530,1274.065,550"));
   EXPECT_EQ(aim["pan"], 390);
   EXPECT_EQ(aim["tilt"], -10);

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -353,6 +354,27 @@ TEST(ShowCommand, FilesThatCannotBeRead) {
                 folder.path("missing/file") + ": there is no such file");
   expectRefused(folder.path(), folder.path() + ": is a folder");
   expectRefused("/dev/zero", "/dev/zero: cannot be read: A device that may have no end");
+}
+
+/// Processor time in seconds of the programs that this one has run.
+double childrensTime() {
+  rusage usage = {};
+  getrusage(RUSAGE_CHILDREN, &usage);
+  return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+         1e-6 * static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+TEST(ShowCommand, WhatIsNoTextIsRefusedAtOnce) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("zeros", std::string(std::size_t{64} << 20, '\0'));
+  const std::string refusal = path + ": neither a binary nor a text-format RobotCalibration";
+  const double start = childrensTime();
+  testing::expectToolRefuses("show --kind robot '" + path + "'", refusal);
+  const double of_one_kind = childrensTime() - start;
+  expectRefused(path, refusal);
+  const double of_any_kind = childrensTime() - start - of_one_kind;
+  // Measured: 0.10 s and 0.10 s; 0.9 s where each kind's fields were searched for.
+  EXPECT_LT(of_any_kind, 3 * of_one_kind + 0.1);
 }
 
 TEST(ShowCommand, StandardInputAndFifos) {
