@@ -137,7 +137,7 @@ TEST(CalibrationReviewPtzTest, FindsSamplesThatAreNotSpacedAsTheTableSays) {
     return reviewTable([=](auto* table) { table->mutable_samples(3)->set_zoom(zoom); });
   };
   expectFindings(with(3001), {{kError, "zoom-spacing", kSample + "[3].zoom", 3001, 3000}});
-  expectFindings(with(2999.4), {{kError, "zoom-spacing", kSample + "[3].zoom", 2999.4, 3000}});
+  expectFindings(with(2999.49), {{kError, "zoom-spacing", kSample + "[3].zoom", 2999.49, 3000}});
   expectFindings(with(2999.5), {});
   expectFindings(reviewTable([](auto* table) { table->set_zoom_interval(-1000); }),
                  {{kError, "zoom-spacing", "intrinsics.zoom_interval", -1000, 0}});
