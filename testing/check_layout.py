@@ -28,6 +28,7 @@ PUBLIC_CALIBRATION_HEADERS = {
     "save_problem.h",
 }
 MAX_LIBRARY_FILE_LINES = 300
+VERBS = ("adjust", "aim", "convert", "diff", "show", "validate")
 
 # Files whose path matches the first expression never include one whose path matches the second, neither
 # themselves nor by way of others.
@@ -45,7 +46,8 @@ NEVER = [
     ("numerics know no lens", r"support/numeric/", r"support/(lens|sensor|fit)(/|_)"),
     ("cameras know no base", r"calibration_common/camera_parameters\.",
      r"calibration_common/base_calibration_data\.h"),
-]
+] + [(f"the verb {verb} knows no other verb", rf"tools/{verb}/", rf"tools/(?!{verb}/)({'|'.join(VERBS)})/")
+     for verb in VERBS]
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
 IMPORT = re.compile(r'^\s*import\s+"([^"]+)"')

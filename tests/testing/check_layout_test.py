@@ -100,6 +100,9 @@ class CheckLayout(unittest.TestCase):
         self.expect_never("calibration_common/camera_parameters.cpp", "calibration_common/base_calibration_data.h",
                           "cameras know no base")
 
+    def test_verbs_know_no_verb(self):
+        self.expect_never("tools/diff/diff_command.cpp", "tools/show/image_size.h", "the verb diff knows no other verb")
+
     def test_messages_know_no_code(self):
         self.expect_one("stored messages know no code", add={"proto/a.proto": 'import "support/file.proto";\n'})
 

@@ -17,6 +17,7 @@
 #include "tools/output/atomic_file.h"
 #include "tools/tool_error.h"
 #include "tools/usage/file_name.h"
+#include "tools/usage/image_options.h"
 #include "tools/usage/nearest_word.h"
 
 namespace norv::tools {
@@ -196,22 +197,8 @@ void addLimits(CLI::App* diff, DiffLimits* limits) {
 }
 
 void addFilters(CLI::App* diff, DiffVerbOptions* options) {
-  diff->add_option("--camera", options->camera, "Compare this camera only")
-      ->type_name("NAME")
-      ->check([](const std::string& name) {
-        return name.empty() ? std::string("the name of a camera is empty") : std::string();
-      });
-  diff->add_option_function<std::string>(
-          "--size", [options](const std::string& text) { options->size = parseImageSize(text); },
-          "Compare at this image size only, in pixels; scaled from the full frame if it is not in "
-          "the table")
-      ->type_name("WxH")
-      ->check([](const std::string& text) {
-        return parseImageSize(text)
-                   ? std::string()
-                   : fmt::format("not a size such as 640x480, each side at most {}: {}",
-                                 kMaxImageSide, text);
-      });
+  addCameraOption(diff, &options->camera, "Compare this camera only");
+  addSizeOption(diff, &options->size, "Compare at");
   addNumber(
       diff, "--distance", "M",
       "How far away the points are that are compared on the robot, metres, or inf; may be "

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "calibration_common/calibration_diff.h"
-#include "tools/show/image_size.h"
+#include "tools/input/image_size.h"
 
 namespace norv::tools {
 

@@ -1,12 +1,11 @@
 #include "tools/show/show_command.h"
 
-#include <fmt/format.h>
-
 #include "tools/show/show_base.h"
 #include "tools/show/show_cameras.h"
 #include "tools/show/show_ptz.h"
 #include "tools/tool_error.h"
 #include "tools/usage/file_name.h"
+#include "tools/usage/image_options.h"
 #include "tools/usage/kind_option.h"
 
 namespace norv::tools {
@@ -36,22 +35,8 @@ CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
       "FILE", options->path,
       "Calibration in binary or text format, - is standard input; without it the compiled-in "
       "default of the fixed cameras"));
-  show->add_option("--camera", options->camera, "Show this camera only")
-      ->type_name("NAME")
-      ->check([](const std::string& name) {
-        return name.empty() ? std::string("the name of a camera is empty") : std::string();
-      });
-  show->add_option_function<std::string>(
-          "--size", [options](const std::string& text) { options->size = parseImageSize(text); },
-          "Show this image size only, in pixels; scaled from the full frame if it is not in the "
-          "table")
-      ->type_name("WxH")
-      ->check([](const std::string& text) {
-        return parseImageSize(text)
-                   ? std::string()
-                   : fmt::format("not a size such as 640x480, each side at most {}: {}",
-                                 kMaxImageSide, text);
-      });
+  addCameraOption(show, &options->camera, "Show this camera only");
+  addSizeOption(show, &options->size, "Show");
   addKindOption(show, &options->kind, "What FILE holds");
   show->add_flag("--json", options->json, "Print JSON for programs");
   return show;

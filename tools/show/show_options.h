@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tools/input/calibration_kind.h"
-#include "tools/show/image_size.h"
+#include "tools/input/image_size.h"
 
 namespace norv::tools {
 

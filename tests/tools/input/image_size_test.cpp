@@ -1,4 +1,4 @@
-#include "tools/show/image_size.h"
+#include "tools/input/image_size.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+
+#include "tools/input/image_size.h"
+
+namespace norv::tools {
+
+/// Adds the option --camera, which sets `*camera`, to a verb.
+inline void addCameraOption(CLI::App* verb, std::optional<std::string>* camera,
+                            const std::string& description) {
+  verb->add_option("--camera", *camera, description)
+      ->type_name("NAME")
+      ->check([](const std::string& name) {
+        return name.empty() ? std::string("the name of a camera is empty") : std::string();
+      });
+}
+
+/// Adds the option --size, which sets `*size`, to a verb. `what` begins its description.
+inline void addSizeOption(CLI::App* verb, std::optional<ImageSize>* size, const std::string& what) {
+  verb->add_option_function<std::string>(
+          "--size", [size](const std::string& text) { *size = parseImageSize(text); },
+          what +
+              " this image size only, in pixels; scaled from the full frame if it is not in the "
+              "table")
+      ->type_name("WxH")
+      ->check([](const std::string& text) {
+        return parseImageSize(text)
+                   ? std::string()
+                   : fmt::format("not a size such as 640x480, each side at most {}: {}",
+                                 kMaxImageSide, text);
+      });
+}
+
+}  // namespace norv::tools
