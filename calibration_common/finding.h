@@ -24,8 +24,8 @@ struct Finding {
   /// this version does not know; it is empty for the whole message. The field need not be present:
   /// that it is missing may be what was found.
   std::string field;
-  /// Name of the camera concerned, as stored: not checked for control characters. Empty in a
-  /// calibration of one camera or none.
+  /// Name of the camera concerned, as stored: not checked for control characters. Empty for
+  /// pan-tilt-zoom cameras and bases, which have no names, and for what concerns no one camera.
   std::string camera;
   int width = 0;  ///< image size concerned, pixels; 0 where no size is
   int height = 0;

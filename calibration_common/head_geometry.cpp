@@ -4,6 +4,7 @@
 #include <Eigen/Geometry>
 #include <Eigen/LU>
 #include <cmath>
+#include <limits>
 
 #include "calibration_common/head_limits.h"
 #include "calibration_common/review/pose_subject.h"
@@ -17,6 +18,7 @@ namespace limits = internal::head_limits;
 using internal::kPi;
 using internal::radians;
 
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kMillimetres = 1000;  ///< per metre
 /// Tolerance of the levelling equation's degenerate cases, whose coefficients are sines.
 constexpr double kLevelTolerance = 1e-12;
@@ -26,7 +28,7 @@ constexpr double kStoredUnits = 1e12;
 /// Without the translation's change of unit: millimetres stay what they are.
 Eigen::Matrix4d readPose(const CameraExtrinsics& pose) {
   Eigen::Matrix4d m = Eigen::Matrix4d::Identity();
-  for (int i = 0; i < 12; ++i) m(i / 4, i % 4) = pose.a(i);
+  for (int i = 0; i < 12; ++i) m(i / 4, i % 4) = i < pose.a_size() ? pose.a(i) : kNaN;
   return m;
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
 /// How a pan-tilt head suits the pointing computation, and the same head written so that it does.
-/// Frames and the reasons: docs/pan_tilt_heads.md; units: docs/conventions.md. Thread-safe.
+/// Frames and the reasons: docs/pan_tilt_heads.md; units: docs/conventions.md. Values that a pose
+/// lacks of its 12 count as NaN. Thread-safe.
 
 #include <optional>
 
@@ -21,8 +22,7 @@ struct HeadGeometry {
   double tilt_axis_error;
 };
 
-/// Measures a head whose poses have 12 values each. What is not finite in them, or no rotation,
-/// gives numbers that mean nothing.
+/// Measures a head. Poses that are not finite, or no rotations, give numbers that mean nothing.
 NORV_EXPORT HeadGeometry describeHead(const PanTiltSystemParameters& head);
 
 /// Whether the azimuth is 0 or 180 degrees, as the closed form needs it. False for NaN, as are the
@@ -61,7 +61,8 @@ NORV_EXPORT double levellingTurn(const PanTiltSystemParameters& head);
 
 /// The same head with the tilt angle's zero moved by `tau` radians and the pan frame turned so that
 /// the azimuth is 0. Motor positions mean what they meant; limits and what else the message holds
-/// stay. With tau = 0 the zero of tilt stays, too.
+/// stay. With tau = 0 the zero of tilt stays, too; with another one the tilt scale must not be 0,
+/// or the offset of tilt is not finite.
 NORV_EXPORT PanTiltSystemParameters reframeHead(const PanTiltSystemParameters& head, double tau);
 
 /// A head in another frame, and by how much, radians, its zero of tilt was moved.

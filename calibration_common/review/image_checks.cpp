@@ -68,9 +68,10 @@ void checkFocalLength(const Focal& focal, const std::string& field, Report* repo
     report->add({Severity::kError, field, std::nullopt, 0.0}, [&] {
       return std::string(focal.name) + " is missing, where a number above 0 is needed";
     });
-  } else if (focal.value <= 0 && std::isfinite(focal.value)) {
+  } else if (static_cast<float>(focal.value) <= 0 && std::isfinite(focal.value)) {
     report->add({Severity::kError, field, focal.value, 0.0}, [&] {
-      return std::string(focal.name) + " is " + number(focal.value) + ", not above 0";
+      return std::string(focal.name) + " is " + number(focal.value) +
+             (focal.value > 0 ? ", which is 0 in single precision" : ", not above 0");
     });
   }
 }
@@ -134,7 +135,7 @@ const CheckTable& imageChecks() {
        {&checkCameraSize, &checkPtzSize}},
       {"focal",
        {Severity::kError},
-       "a focal length missing, 0 or negative",
+       "a focal length missing, 0 (in single precision) or negative",
        "no ray is found without one",
        {&checkCameraFocal, &checkPtzFocal}},
       {"focal-range",

@@ -79,7 +79,8 @@ void checkSpacing(const PtzSubject& ptz, Report* report) {
     if (std::abs(zoom - stated) <= kMaxZoomError || !std::isfinite(zoom)) continue;
     report->add({Severity::kError, samplePath(i) + ".zoom", zoom, stated}, [&] {
       return "the sample is at zoom position " + number(zoom) +
-             ", where zoom_start and zoom_interval say " + number(stated);
+             ", where zoom_start and zoom_interval say " + number(stated) + " within " +
+             number(kMaxZoomError);
     });
   }
 }

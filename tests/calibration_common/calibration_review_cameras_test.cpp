@@ -215,7 +215,13 @@ TEST(CalibrationReviewTest, FindsFocalLengthsThatAreNone) {
                  {{kError, "focal", fx, 0, 0, "navigation_camera"}});
   expectFindings(reviewNavigationLens([](auto* in) { in->set_fy(-452.5); }),
                  {{kError, "focal", fy, -452.5, 0, "navigation_camera"}});
-  const std::vector<Finding> smallest = reviewNavigationLens([](auto* in) { in->set_fx(1e-30); });
+  // Half of the smallest float is rounded to 0.
+  const double smallest_float = static_cast<double>(std::numeric_limits<float>::denorm_min());
+  const double vanishing = 0.5 * smallest_float;
+  expectFindings(reviewNavigationLens([&](auto* in) { in->set_fx(vanishing); }),
+                 {{kError, "focal", fx, vanishing, 0, "navigation_camera"}});
+  const std::vector<Finding> smallest =
+      reviewNavigationLens([&](auto* in) { in->set_fx(smallest_float); });
   expectNothingOf("focal", smallest);
 }
 

@@ -242,6 +242,7 @@ TEST(ReframedHead, NoLevelAxis) {
   testing::storePose({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}, head.mutable_pan_to_tilt());
   testing::storePose({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}, head.mutable_tilt_to_camera());
   EXPECT_TRUE(std::isnan(levellingTurn(head)));
+  EXPECT_TRUE(std::isnan(reframeHead(head, 0).pan_to_tilt().a(0)));
 }
 
 /// How many of 200 targets in every direction above -30 degrees a head finds.
@@ -270,6 +271,18 @@ int countFound(const PanTiltSystemParameters& params) {
     if (seen.z() > 0 && seen.head<2>().norm() < 1e-3 * seen.z()) ++found;
   }
   return found;
+}
+
+TEST(HeadGeometry, OfPosesThatLackValuesIsNotANumber) {
+  std::mt19937_64 random(7);
+  PanTiltSystemParameters head = headOf(0.3, 0.2, &random);
+  head.mutable_tilt_to_camera()->clear_a();
+  EXPECT_TRUE(std::isnan(describeHead(head).azimuth));
+  EXPECT_TRUE(std::isnan(describeHead(head).elevation));
+  EXPECT_TRUE(std::isnan(describeHead(head).axis_gap));
+  EXPECT_TRUE(std::isnan(levellingTurn(head)));
+  EXPECT_TRUE(std::isnan(reframeHead(head, 0).pan_to_tilt().a(0)));
+  EXPECT_FALSE(findBetterFrame(head).has_value());
 }
 
 TEST(ReframedHead, IsServed) {

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <iterator>
 
+#include "support/printable_text.h"
+
 namespace norv::tools {
 namespace {
 
@@ -41,7 +43,8 @@ void addGrid(const std::string& name, const ImageDifference& image, std::string*
 std::string csvOf(const RobotDifference& robot) {
   std::string csv = std::string("camera") + kColumns;
   for (const auto& camera : robot.cameras) {
-    for (const ImageDifference& image : camera.images) addGrid(cellOf(camera.name), image, &csv);
+    for (const ImageDifference& image : camera.images)
+      addGrid(cellOf(toPrintable(camera.name)), image, &csv);
   }
   return csv;
 }

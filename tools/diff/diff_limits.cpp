@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 #include "support/printable_text.h"
 #include "tools/diff/diff_numbers.h"
 
@@ -24,6 +26,9 @@ class Judge {
   explicit Judge(const DiffLimits& limits) : limits_(limits) {}
 
   void judge(const RobotDifference& robot) {
+    if (robot.cameras.empty() && robot.only_in_a.empty()) {
+      exceeded_.emplace_back("A has no camera to compare");
+    }
     for (const CameraDifference& camera : robot.cameras) judge(camera);
     for (const std::string& name : robot.only_in_a) {
       exceeded_.push_back(toPrintable(name) + ": is missing in B");
@@ -79,6 +84,10 @@ class Judge {
   /// NaN is beyond any limit.
   void judge(const std::string& what, double value, double limit, const char* unit) {
     if (value <= limit) return;
+    if (std::isnan(value)) {
+      exceeded_.push_back(what + ": the difference in " + unit + " is not a number");
+      return;
+    }
     exceeded_.push_back(fmt::format("{}: {:.6g} {}, more than {:.6g}", what, value, unit, limit));
   }
 

@@ -206,6 +206,15 @@ TEST_F(DiffCommand, WhatIsMissingInBIsBeyondAnyLimit) {
   EXPECT_THAT(text, HasSubstr("navigation_camera 640x480: is missing in B\n"));
 }
 
+TEST_F(DiffCommand, NoCameraAtAllInAIsBeyondAnyLimit) {
+  const std::string none = folder_.write("none.txt", "# no cameras\n");
+  for (const std::string limit : {"--fail-above 1", "--fail-above-mm 1", "--fail-above-deg 1"}) {
+    EXPECT_THAT(toolRefusal("diff " + none + " default " + limit),
+                HasSubstr("beyond the limit: A has no camera to compare\n"));
+  }
+  toolOutput("diff " + none + " default");
+}
+
 TEST_F(DiffCommand, RaysThatBDoesNotImageAreBeyondAnyLimit) {
   CameraCalibration a = pinholeCamera("a", 1280, 960);
   a.mutable_intrinsics()->set_fx(600);

@@ -172,7 +172,7 @@ TEST(ShowPtz, TablesThatAreNotAsTheLibraryTakesThem) {
   const TemporaryFolder folder;
   EXPECT_EQ(toolJson("show '" + folder.write("a", ptz.SerializeAsString()) + "'")["notes"],
             (json{"samples[1].zoom: the sample is at zoom position 900, where zoom_start and "
-                  "zoom_interval say 1000",
+                  "zoom_interval say 1000 within 0.5",
                   "samples[1].focal_length is 960, not above the 960 of the sample before"}));
   // Of a warning only the number is shown.
   ptz.mutable_intrinsics()->mutable_samples()->RemoveLast();

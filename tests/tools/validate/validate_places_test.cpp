@@ -186,6 +186,7 @@ std::vector<Mistake> mistakesInEntries() {
       inLens("list-short", "tangential", [](auto* in) { in->clear_tangential(); }),
       inPose("list-short", "a", [](auto* pose) { pose->mutable_a()->Truncate(11); }),
       inLens("list-long", "radial[6]", [](auto* in) { in->add_radial(0); }),
+      inLens("list-long", "tangential[2]", [](auto* in) { in->add_tangential(0); }),
       inPose("list-long", "a[12]", [](auto* pose) { pose->add_a(0); }),
       inCamera("name-duplicate", "name", [](auto* camera) { camera->set_name("head_camera"); }),
       inCamera("name-missing", "name", [](auto* camera) { camera->clear_name(); }),
@@ -320,6 +321,34 @@ std::vector<Mistake> mistakesInZoomLenses() {
   };
 }
 
+/// Two columns of a stored rotation, or two rows of a pose, turned by the angle whose cosine and
+/// sine are 0.8 and 0.6.
+void turn(CameraExtrinsics* pose, int first, int second, int step, int count) {
+  for (int i = 0; i < count; ++i) {
+    const double a = pose->a(first + i * step);
+    const double b = pose->a(second + i * step);
+    pose->set_a(first + i * step, 0.8 * a - 0.6 * b);
+    pose->set_a(second + i * step, 0.6 * a + 0.8 * b);
+  }
+}
+
+/// The axes of a head, each turned by 37 degrees.
+std::vector<Mistake> mistakesInAxes() {
+  return {
+      inHead("head-azimuth", "", [](auto* head) { turn(head->mutable_pan_to_tilt(), 0, 1, 4, 3); }),
+      inHead("head-elevation", "",
+             [](auto* head) { turn(head->mutable_tilt_to_camera(), 0, 1, 4, 3); }),
+      // The tilt frame, about the optical axis, which is its x axis.
+      inHead("head-tilt-axis", "",
+             [](auto* head) {
+               turn(head->mutable_pan_to_tilt(), 4, 8, 1, 4);
+               turn(head->mutable_tilt_to_camera(), 1, 2, 4, 3);
+             }),
+      inHead("head-axis-gap", "",
+             [](auto* head) { head->mutable_tilt_to_camera()->set_a(3, 3.17); }),
+  };
+}
+
 std::vector<Mistake> mistakesInHeads() {
   return {
       inHead("limits", ".min_pan", [](auto* head) { head->set_min_pan(5935); }),
@@ -327,8 +356,15 @@ std::vector<Mistake> mistakesInHeads() {
       inHead("home", ".home_pan", [](auto* head) { head->set_home_pan(5935); }),
       inHead("scale", ".pan_scale", [](auto* head) { head->set_pan_scale(0); }),
       inHead("pan-turns", ".max_pan", [](auto* head) { head->set_max_pan(12567 - 5934); }),
-      inHead("head-axis-gap", "",
-             [](auto* head) { head->mutable_tilt_to_camera()->set_a(3, 3.17); }),
+      inHead("pose-unit", "",
+             [](auto* head) {
+               for (auto* pose : {head->mutable_base_to_pan(), head->mutable_pan_to_tilt(),
+                                  head->mutable_tilt_to_camera()}) {
+                 for (const int i : {3, 7, 11}) pose->set_a(i, 1e-3 * pose->a(i));
+               }
+             }),
+      inHead("pose-mirror", ".tilt_to_camera.a",
+             [](auto* head) { head->mutable_tilt_to_camera()->set_a(5, -1); }),
       inHead("pose-rotation", ".pan_to_tilt.a",
              [](auto* head) { head->mutable_pan_to_tilt()->set_a(0, 1.006); }),
       inHead("list-short", ".pan_to_tilt.a",
@@ -358,9 +394,9 @@ std::vector<Mistake> mistakesInBases() {
 
 std::vector<Mistake> allMistakes() {
   std::vector<Mistake> all;
-  for (const auto& some :
-       {mistakesInEntries(), mistakesInPinholes(), mistakesInLenses(), mistakesInPoses(),
-        mistakesInSamples(), mistakesInZoomLenses(), mistakesInHeads(), mistakesInBases()}) {
+  for (const auto& some : {mistakesInEntries(), mistakesInPinholes(), mistakesInLenses(),
+                           mistakesInPoses(), mistakesInSamples(), mistakesInZoomLenses(),
+                           mistakesInAxes(), mistakesInHeads(), mistakesInBases()}) {
     all.insert(all.end(), some.begin(), some.end());
   }
   return all;
