@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "calibration_common/calibration_review.h"
-#include "calibration_common/camera_parameters.h"
+#include "testing/calibration_edits.h"
 
 namespace norv::testing {
 
@@ -80,11 +80,6 @@ inline bool hasError(const std::vector<calibration::Finding>& found) {
   return std::any_of(found.begin(), found.end(), [](const calibration::Finding& finding) {
     return finding.severity == calibration::Severity::kError;
   });
-}
-
-/// The compiled-in cameras, in which a review finds nothing.
-inline calibration::RobotCalibration defaultRobot() {
-  return calibration::CameraParametersSet().getRobotCalibration();
 }
 
 /// Indices of the compiled-in cameras.
