@@ -63,8 +63,8 @@ PinholeImage narrowed(const PinholeImage& image);
 /// Whether all coefficients are finite.
 bool isFinite(const calibration::LensDistortion<double>& lens);
 
-/// Fills in the reach. `image` must be usable, the coefficients finite.
-void measureReach(LensSubject* lens);
+/// Fills in the reach. The subject's image must be usable, its coefficients finite.
+void measureReach(LensSubject* subject);
 
 /// What becomes of the corners.
 enum class LensVerdict {
