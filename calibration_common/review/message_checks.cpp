@@ -2,6 +2,8 @@
 
 #include <google/protobuf/unknown_field_set.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <set>
@@ -20,12 +22,12 @@ using google::protobuf::Reflection;
 constexpr auto kMaxStored = static_cast<double>(std::numeric_limits<float>::max());
 
 /// Fields whose own checks call a value that is not finite by the name of the mistake.
+constexpr std::array<const char*, 6> kFieldsWithChecks = {"pan_scale",  "tilt_scale",  "wheel_base",
+                                                          "base_width", "base_length", "gain"};
+
 bool hasOwnCheck(const FieldDescriptor& field) {
-  for (const char* name :
-       {"pan_scale", "tilt_scale", "wheel_base", "base_width", "base_length", "gain"}) {
-    if (field.name() == name) return true;
-  }
-  return false;
+  return std::any_of(kFieldsWithChecks.begin(), kFieldsWithChecks.end(),
+                     [&](const char* name) { return field.name() == name; });
 }
 
 bool isNumber(const FieldDescriptor& field) {
