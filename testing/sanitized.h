@@ -22,4 +22,10 @@ inline constexpr bool kOptimised = true;
 inline constexpr bool kOptimised = false;
 #endif
 
+/// Seconds of the processor that a test may take which has `seconds` in a release build: sanitizers
+/// and code that is not optimised take longer.
+constexpr double allowedSeconds(double seconds) {
+  return seconds * (kSanitized ? 20 : kOptimised ? 1 : 5);
+}
+
 }  // namespace norv::testing

@@ -14,11 +14,6 @@ namespace {
 
 using testing::defaultRobot;
 
-/// Sanitizers and unoptimised code take longer.
-constexpr double allowed(double seconds) {
-  return seconds * (testing::kSanitized ? 20 : testing::kOptimised ? 1 : 5);
-}
-
 template <class Message>
 double secondsFor(const Message& message) {
   const std::clock_t start = std::clock();
@@ -36,7 +31,7 @@ TEST(CalibrationReviewSpeedTest, ReviewsManyCamerasInTime) {
     camera->mutable_extrinsics()->set_a(3, 0.1 * (i + 1));  // millimetres
   }
   EXPECT_TRUE(reviewCalibration(robot).empty());
-  EXPECT_LT(secondsFor(robot), allowed(5));
+  EXPECT_LT(secondsFor(robot), testing::allowedSeconds(5));
 }
 
 // Every finding has its numbers computed, but few have a sentence.
@@ -48,7 +43,7 @@ TEST(CalibrationReviewSpeedTest, ReviewsManyWrongCamerasInTime) {
   RobotCalibration robot;
   for (int i = 0; i < 50000; ++i) *robot.add_camera_calibration() = wrong;
   EXPECT_TRUE(testing::hasError(reviewCalibration(robot)));
-  EXPECT_LT(secondsFor(robot), allowed(5));
+  EXPECT_LT(secondsFor(robot), testing::allowedSeconds(5));
 }
 
 TEST(CalibrationReviewSpeedTest, ReviewsManySamplesInTime) {
@@ -58,7 +53,7 @@ TEST(CalibrationReviewSpeedTest, ReviewsManySamplesInTime) {
   for (int i = in->samples_size(); i < 1000000; ++i) {
     *in->add_samples() = few.samples(i % few.samples_size());
   }
-  EXPECT_LT(secondsFor(robot), allowed(10));
+  EXPECT_LT(secondsFor(robot), testing::allowedSeconds(10));
 }
 
 TEST(CalibrationReviewSpeedTest, ReviewsManyZoomSamplesInTime) {
@@ -75,7 +70,7 @@ TEST(CalibrationReviewSpeedTest, ReviewsManyZoomSamplesInTime) {
     sample->set_cy(540);
     sample->set_k1(-0.05);
   }
-  EXPECT_LT(secondsFor(ptz), allowed(20));
+  EXPECT_LT(secondsFor(ptz), testing::allowedSeconds(20));
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "support/message_printing.h"
 #include "testing/log_capture.h"
 #include "testing/review_findings.h"
+#include "testing/sanitized.h"
 #include "testing/temporary_folder.h"
 #include "tools/validate/validate_command.h"
 
@@ -122,19 +123,6 @@ TEST(ValidateCorpus, WhatFuzzingFoundDamaged) {
   }
 }
 
-/// Seconds of the processor that a run may take: this many, and ten times as many where a sanitizer
-/// looks on.
-constexpr double allowed(double seconds) {
-#if defined(__SANITIZE_ADDRESS__)
-  return 10 * seconds;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-  return 10 * seconds;
-#endif
-#endif
-  return seconds;
-}
-
 /// Seconds of the processor in which a file with this text is validated, and what is printed.
 double secondsFor(const std::string& text, std::string* output) {
   const TemporaryFolder folder;
@@ -156,7 +144,7 @@ TEST(ValidateCorpus, FiftyThousandCamerasInTime) {
   }
   std::string output;
   // Measured: 1.1 s.
-  EXPECT_LT(secondsFor(printText(robot), &output), allowed(5));
+  EXPECT_LT(secondsFor(printText(robot), &output), testing::allowedSeconds(5));
   // All poses are the same; a thousand lines say so.
   EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1001);
   EXPECT_THAT(output, ::testing::HasSubstr(": 0 errors, 49999 warnings\n"));
@@ -177,7 +165,7 @@ TEST(ValidateCorpus, AMillionSamplesInTime) {
   }
   std::string output;
   // Measured: 4 s.
-  EXPECT_LT(secondsFor(printText(robot), &output), allowed(10));
+  EXPECT_LT(secondsFor(printText(robot), &output), testing::allowedSeconds(10));
   // The calibration states a grid of 13 by 10.
   EXPECT_THAT(output, ::testing::HasSubstr("[samples-grid]\n"));
 }
