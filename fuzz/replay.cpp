@@ -2,11 +2,10 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "fuzz/fuzz_support.h"
+#include "testing/file_contents.h"
 
 int main(int argc, char** argv) {
   if (argc != 2) {
@@ -15,9 +14,7 @@ int main(int argc, char** argv) {
   }
   int count = 0;
   for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
-    std::ostringstream bytes;
-    bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-    const std::string input = bytes.str();
+    const std::string input = norv::testing::contentsOf(entry.path());
     std::printf("%s\n", entry.path().filename().c_str());
     std::fflush(stdout);  // names the input that stops the process
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());

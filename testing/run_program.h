@@ -3,10 +3,9 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 
+#include "testing/file_contents.h"
 #include "testing/temporary_folder.h"
 
 namespace norv::testing {
@@ -24,12 +23,8 @@ inline ProgramResult runProgram(const std::string& command) {
   const std::string redirected = "( " + command + " ) < /dev/null > '" + folder.path("output") +
                                  "' 2> '" + folder.path("errors") + "'";
   const int status = std::system(redirected.c_str());
-  const auto contents = [&](const char* name) {
-    std::ostringstream text;
-    text << std::ifstream(folder.path(name), std::ios::binary).rdbuf();
-    return text.str();
-  };
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents("output"), contents("errors")};
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentsOf(folder.path("output")),
+          contentsOf(folder.path("errors"))};
 }
 
 }  // namespace norv::testing

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <set>
 #include <sstream>
@@ -19,11 +18,12 @@
 #include "calibration_common/calibration_review.h"
 #include "calibration_common/camera_parameters.h"
 #include "calibration_common/ptz_camera_model.h"
-#include "support/file.h"
 #include "support/message_parsing.h"
+#include "testing/file_contents.h"
 #include "testing/log_capture.h"
 #include "testing/random_message.h"
 #include "testing/review_findings.h"
+#include "testing/tree_calibrations.h"
 
 namespace norv::calibration {
 namespace {
@@ -32,6 +32,7 @@ using testing::defaultRobot;
 using testing::hasError;
 using testing::mutated;
 using testing::ScopedLogCapture;
+using testing::treeCalibration;
 
 /// Where a path leads in a message of a type: field numbers and indices. Fails the test for a path
 /// that leads nowhere.
@@ -136,15 +137,6 @@ void expectAgreement(const BaseCalibrationProto& base) {
   EXPECT_EQ(loads, !blocked) << base.DebugString();
 }
 
-template <class Message>
-Message parseText(const std::string& name) {
-  std::string text;
-  Message message;
-  EXPECT_TRUE(File::readFileToString(CAMERA_PARAMETERS_SOURCE_DIR "/calibration/" + name, &text));
-  EXPECT_TRUE(norv::parseText(text, &message));
-  return message;
-}
-
 /// The compiled-in cameras with 12 of the head camera's 130 samples, whose fit takes little time.
 RobotCalibration quickRobot() {
   RobotCalibration robot = defaultRobot();
@@ -171,14 +163,14 @@ TEST(CalibrationReviewLoadingTest, AgreesWithLoadingOnRandomRobots) {
 
 TEST(CalibrationReviewLoadingTest, AgreesWithLoadingOnRandomZoomCameras) {
   const ScopedLogCapture log;
-  const auto ptz = parseText<PTZCameraParameters>("example_ptz_cal.txt");
+  const auto ptz = treeCalibration<PTZCameraParameters>("example_ptz_cal.txt");
   std::mt19937 random(2);  // NOLINT(bugprone-random-generator-seed)
   for (int i = 0; i < 2000 && !HasFailure(); ++i) expectAgreement(mutated(ptz, &random));
 }
 
 TEST(CalibrationReviewLoadingTest, AgreesWithLoadingOnRandomBases) {
   const ScopedLogCapture log;
-  const auto base = parseText<BaseCalibrationProto>("default_base_cal.txt");
+  const auto base = treeCalibration<BaseCalibrationProto>("default_base_cal.txt");
   std::mt19937 random(3);  // NOLINT(bugprone-random-generator-seed)
   for (int i = 0; i < 2000 && !HasFailure(); ++i) expectAgreement(mutated(base, &random));
 }
@@ -198,11 +190,10 @@ TEST(CalibrationReviewLoadingTest, AgreesWithLoadingOnWhatFuzzingFound) {
   for (const auto& entry : std::filesystem::recursive_directory_iterator(corpus)) {
     if (!entry.is_regular_file()) continue;
     SCOPED_TRACE(entry.path().string());
-    std::ostringstream bytes;
-    bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-    tryAs<RobotCalibration>(bytes.str(), &parsed);
-    tryAs<PTZCameraParameters>(bytes.str(), &parsed);
-    tryAs<BaseCalibrationProto>(bytes.str(), &parsed);
+    const std::string data = testing::contentsOf(entry.path());
+    tryAs<RobotCalibration>(data, &parsed);
+    tryAs<PTZCameraParameters>(data, &parsed);
+    tryAs<BaseCalibrationProto>(data, &parsed);
   }
   EXPECT_GT(parsed, 100);
 }

@@ -13,9 +13,8 @@
 #include <string>
 
 #include "calibration_common/calibration_review.h"
-#include "support/file.h"
-#include "support/message_parsing.h"
 #include "testing/review_findings.h"
+#include "testing/tree_calibrations.h"
 
 namespace norv::calibration {
 namespace {
@@ -33,12 +32,7 @@ constexpr double kDegree = 3.14159265358979323846 / 180;
 const std::string kSample = "intrinsics.samples";
 
 PTZCameraParameters exampleCalibration() {
-  std::string text;
-  PTZCameraParameters ptz;
-  EXPECT_TRUE(File::readFileToString(
-      CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt", &text));
-  EXPECT_TRUE(parseText(text, &ptz));
-  return ptz;
+  return testing::treeCalibration<PTZCameraParameters>("example_ptz_cal.txt");
 }
 
 /// What is found, without the note on where the lens ends, which every calibration has.

@@ -12,12 +12,11 @@
 #include <string>
 
 #include "calibration_common/ptz_camera_model.h"
-#include "support/file.h"
-#include "support/message_parsing.h"
 #include "testing/example_ptz.h"
 #include "testing/log_capture.h"
 #include "testing/ptz_pointing.h"
 #include "testing/random_head.h"
+#include "testing/tree_calibrations.h"
 
 namespace norv::calibration {
 namespace {
@@ -33,13 +32,7 @@ using testing::uniform;
 constexpr int kLongEnd = 10000;  // of the zoom motor's range, which begins at 0
 
 PTZCameraParameters exampleCalibration() {
-  std::string text;
-  EXPECT_TRUE(File::readFileToString(
-      CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt", &text));
-  PTZCameraParameters params;
-  norv::TextParseError error;
-  EXPECT_TRUE(norv::parseText(text, &params, &error)) << error.line << ": " << error.message;
-  return params;
+  return testing::treeCalibration<PTZCameraParameters>("example_ptz_cal.txt");
 }
 
 TEST(ExamplePtzCalibration, LoadsAndIsValid) {

@@ -10,9 +10,8 @@
 #include <vector>
 
 #include "calibration_common/ptz_camera_model.h"
-#include "support/file.h"
-#include "support/message_parsing.h"
 #include "testing/document.h"
+#include "testing/tree_calibrations.h"
 
 namespace norv::calibration {
 namespace {
@@ -32,12 +31,8 @@ class PixelDistance : public ::testing::Test {
  public:
   PixelDistance()
       : page_(testing::readDocument(CAMERA_PARAMETERS_SOURCE_DIR "/docs/pan_tilt_heads.md")) {
-    PTZCameraParameters parameters;
-    std::string text;
-    EXPECT_TRUE(File::readFileToString(
-        CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt", &text));
-    EXPECT_TRUE(parseText(text, &parameters));
-    model_ = std::make_shared<const PTZCameraModel>(parameters);
+    model_ = std::make_shared<const PTZCameraModel>(
+        testing::treeCalibration<PTZCameraParameters>("example_ptz_cal.txt"));
   }
 
   std::vector<Case> cases() const {

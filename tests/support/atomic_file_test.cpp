@@ -10,14 +10,13 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
 
 #include "support/file.h"
+#include "testing/file_contents.h"
 #include "testing/temporary_folder.h"
 #include "testing/write_limits.h"
 
@@ -25,15 +24,10 @@ namespace norv {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::contentsOf;
 using testing::ScopedFileSizeLimit;
 using testing::ScopedOrdinaryUser;
 using testing::TemporaryFolder;
-
-std::string contentsOf(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 int entriesOf(const std::string& folder) {
   return static_cast<int>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));

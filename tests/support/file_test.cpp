@@ -6,11 +6,10 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 
+#include "testing/file_contents.h"
 #include "testing/temporary_folder.h"
 
 namespace norv {
@@ -36,10 +35,7 @@ std::string reasonFor(const std::string& path) {
 }
 
 std::string readSource(const std::string& relative) {
-  std::ifstream file(std::string(CAMERA_PARAMETERS_SOURCE_DIR "/") + relative, std::ios::binary);
-  std::ostringstream contents;
-  contents << file.rdbuf();
-  return contents.str();
+  return testing::contentsOf(CAMERA_PARAMETERS_SOURCE_DIR "/" + relative);
 }
 
 TEST(File, ReadsBytesAsTheyAre) {

@@ -6,16 +6,16 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 
 #include "proto/norv_base_calibration.pb.h"
 #include "proto/norv_robot_calibration.pb.h"
 #include "testing/calibration_messages.h"
+#include "testing/file_contents.h"
 #include "testing/random_head.h"
 #include "testing/temporary_folder.h"
+#include "testing/tree_calibrations.h"
 #include "tests/tools/run_tool.h"
 
 namespace norv {
@@ -25,6 +25,7 @@ namespace fs = std::filesystem;
 using calibration::BaseCalibrationProto;
 using calibration::CameraCalibration;
 using calibration::RobotCalibration;
+using testing::contentsOf;
 using testing::exampleCamera;
 using testing::expectBadUsage;
 using testing::expectToolRefuses;
@@ -34,12 +35,6 @@ using testing::runProgram;
 using testing::TemporaryFolder;
 using testing::toolCommand;
 using testing::toolOutput;
-
-std::string contentsOf(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 BaseCalibrationProto baseOf(const Eigen::Matrix4d& pose) {
   BaseCalibrationProto base;
@@ -181,10 +176,9 @@ TEST(AdjustCommand, CalibrationCanBeReplacedByItself) {
 }
 
 TEST(AdjustCommand, DefaultCalibrationsFiles) {
-  const std::string folder = CAMERA_PARAMETERS_SOURCE_DIR "/calibration/";
   Files files("");
-  files.base = folder + "default_base_cal.txt";
-  files.robot = folder + "default_head_cal.txt";
+  files.base = testing::kCalibrations + "default_base_cal.txt";
+  files.robot = testing::kCalibrations + "default_head_cal.txt";
   EXPECT_EQ(toolOutput(files.adjust()), files.said("2 cameras", "text"));
   RobotCalibration before;
   RobotCalibration after;

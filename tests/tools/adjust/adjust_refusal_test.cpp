@@ -5,14 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <limits>
-#include <sstream>
 #include <string>
 
 #include "proto/norv_base_calibration.pb.h"
 #include "proto/norv_robot_calibration.pb.h"
 #include "testing/calibration_messages.h"
+#include "testing/file_contents.h"
 #include "testing/temporary_folder.h"
 #include "tests/tools/run_tool.h"
 
@@ -25,6 +24,7 @@ using calibration::CameraCalibration;
 using calibration::RobotCalibration;
 using google::protobuf::TextFormat;
 using nlohmann::json;
+using testing::contentsOf;
 using testing::exampleCamera;
 using ::testing::HasSubstr;
 using testing::ProgramResult;
@@ -32,12 +32,6 @@ using testing::robotOf;
 using testing::runTool;
 using ::testing::StartsWith;
 using testing::toolOutput;
-
-std::string contentsOf(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 template <class Message>
 Message parseText(const std::string& text) {

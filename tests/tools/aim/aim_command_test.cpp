@@ -6,7 +6,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
@@ -17,6 +16,7 @@
 #include "testing/example_ptz.h"
 #include "testing/random_head.h"
 #include "testing/temporary_folder.h"
+#include "testing/tree_calibrations.h"
 #include "tests/tools/run_tool.h"
 
 namespace norv {
@@ -63,15 +63,11 @@ class Calibration {
 };
 
 PTZCameraModelPtr exampleModel() {
-  std::ostringstream text;
-  text << std::ifstream(CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt").rdbuf();
-  PTZCameraParameters ptz;
-  EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString(text.str(), &ptz));
-  return testing::ptzModel(ptz);
+  return testing::ptzModel(testing::treeCalibration<PTZCameraParameters>("example_ptz_cal.txt"));
 }
 
 std::string aimExample(const std::string& arguments) {
-  return "aim '" CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt' " + arguments;
+  return "aim '" + testing::kCalibrations + "example_ptz_cal.txt' " + arguments;
 }
 
 /// Expects the same floats: what the tool prints reads back as what it holds.

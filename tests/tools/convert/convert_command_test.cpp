@@ -8,17 +8,17 @@
 
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "proto/norv_ptz_camera.pb.h"
 #include "support/message_parsing.h"
+#include "testing/file_contents.h"
 #include "testing/review_findings.h"
 #include "testing/run_program.h"
 #include "testing/temporary_folder.h"
+#include "testing/tree_calibrations.h"
 #include "tests/tools/run_tool.h"
 
 namespace norv {
@@ -26,23 +26,17 @@ namespace {
 
 using calibration::CameraIntrinsics;
 using calibration::RobotCalibration;
+using testing::contentsOf;
 using testing::expectBadUsage;
 using testing::expectToolRefuses;
 using ::testing::HasSubstr;
+using testing::kCalibrations;
 using testing::ProgramResult;
 using testing::runProgram;
 using testing::runTool;
 using testing::TemporaryFolder;
 using testing::toolCommand;
 using testing::toolOutput;
-
-const std::string kCalibrations = CAMERA_PARAMETERS_SOURCE_DIR "/calibration/";
-
-std::string contentsOf(const std::string& path) {
-  std::ostringstream bytes;
-  bytes << std::ifstream(path, std::ios::binary).rdbuf();
-  return bytes.str();
-}
 
 /// Two cameras, and numbers that are easily changed: limits of the types, the smallest ones,
 /// thirds, zeros with a sign, what is not finite, letters of all sorts.

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -15,7 +14,9 @@
 #include "testing/calibration_edits.h"
 #include "testing/calibration_messages.h"
 #include "testing/example_ptz.h"
+#include "testing/file_contents.h"
 #include "testing/temporary_folder.h"
+#include "testing/tree_calibrations.h"
 #include "tests/tools/run_tool.h"
 
 namespace norv {
@@ -26,6 +27,7 @@ using calibration::CameraCalibration;
 using calibration::PTZCameraParameters;
 using calibration::RobotCalibration;
 using nlohmann::json;
+using testing::contentsOf;
 using testing::defaultRobot;
 using testing::defaultRobotWith;
 using testing::examplePtz;
@@ -33,6 +35,7 @@ using testing::expectBadUsage;
 using testing::expectFitsTerminal;
 using testing::expectToolRefuses;
 using ::testing::HasSubstr;
+using testing::kCalibrations;
 using testing::pinholeCamera;
 using testing::ProgramResult;
 using testing::robotOf;
@@ -45,7 +48,6 @@ using testing::toolOutput;
 using testing::toolRefusal;
 
 constexpr double kPi = 3.14159265358979323846;
-const std::string kCalibrations = CAMERA_PARAMETERS_SOURCE_DIR "/calibration/";
 
 /// Files of one test.
 class DiffCommand : public ::testing::Test {
@@ -64,12 +66,6 @@ class DiffCommand : public ::testing::Test {
 
   TemporaryFolder folder_;
 };
-
-std::string contentsOf(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;

@@ -5,10 +5,9 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
+#include "testing/file_contents.h"
 #include "testing/temporary_folder.h"
 #include "tools/tool_error.h"
 
@@ -16,13 +15,8 @@ namespace norv::tools {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::contentsOf;
 using testing::TemporaryFolder;
-
-std::string contentsOf(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 /// Makes a copy that stays, and returns its path, or "" where there is none.
 std::string keepCopy(const std::string& path) {

@@ -14,6 +14,7 @@
 #include "testing/example_ptz.h"
 #include "testing/random_head.h"
 #include "testing/temporary_folder.h"
+#include "testing/tree_calibrations.h"
 #include "tests/tools/run_tool.h"
 
 namespace norv {
@@ -431,7 +432,7 @@ TEST(ShowPtz, OptionsOfFixedCamerasDoNotFit) {
 }
 
 TEST(ShowPtz, ExampleCalibration) {
-  const std::string path = CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt";
+  const std::string path = testing::kCalibrations + "example_ptz_cal.txt";
   const std::string text = toolOutput("show '" + path + "'");
   EXPECT_THAT(text, StartsWith(path + ": pan-tilt-zoom camera\n"));
   EXPECT_THAT(text, HasSubstr("\n  this head is served, targets on the pan axis included\n"));

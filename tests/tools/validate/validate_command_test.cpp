@@ -10,6 +10,7 @@
 #include "testing/review_findings.h"
 #include "testing/run_program.h"
 #include "testing/temporary_folder.h"
+#include "testing/tree_calibrations.h"
 #include "tests/tools/run_tool.h"
 
 namespace norv {
@@ -19,14 +20,13 @@ using calibration::RobotCalibration;
 using nlohmann::json;
 using testing::expectBadUsage;
 using ::testing::HasSubstr;
+using testing::kCalibrations;
 using testing::ProgramResult;
 using testing::runProgram;
 using testing::runTool;
 using testing::TemporaryFolder;
 using testing::toolCommand;
 using testing::toolOutput;
-
-const std::string kCalibrations = CAMERA_PARAMETERS_SOURCE_DIR "/calibration/";
 
 /// A camera with a warning in line 2 and an error in line 3.
 constexpr const char* kFaulty =

@@ -8,10 +8,8 @@
 #include <cstddef>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -20,6 +18,7 @@
 #include "calibration_common/ptz_camera_model.h"
 #include "support/message_parsing.h"
 #include "support/message_printing.h"
+#include "testing/file_contents.h"
 #include "testing/log_capture.h"
 #include "testing/review_findings.h"
 #include "testing/sanitized.h"
@@ -79,9 +78,7 @@ std::vector<std::string> corpus() {
   const std::filesystem::path folder(CAMERA_PARAMETERS_SOURCE_DIR "/fuzz/corpus");
   for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
     if (!entry.is_regular_file()) continue;
-    std::ostringstream bytes;
-    bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-    all.push_back(bytes.str());
+    all.push_back(testing::contentsOf(entry.path()));
   }
   return all;
 }

@@ -16,11 +16,10 @@
 #include "calibration_common/base_calibration_data.h"
 #include "calibration_common/calibration_review.h"
 #include "proto/norv_ptz_camera.pb.h"
-#include "support/file.h"
-#include "support/message_parsing.h"
 #include "testing/placed_text.h"
 #include "testing/review_findings.h"
 #include "testing/temporary_folder.h"
+#include "testing/tree_calibrations.h"
 #include "tools/validate/validate_command.h"
 
 namespace norv::tools {
@@ -146,12 +145,7 @@ void addNoise(CameraIntrinsics* in) {
 }
 
 PTZCameraParameters examplePtz() {
-  std::string text;
-  PTZCameraParameters ptz;
-  EXPECT_TRUE(File::readFileToString(
-      CAMERA_PARAMETERS_SOURCE_DIR "/calibration/example_ptz_cal.txt", &text));
-  EXPECT_TRUE(parseText(text, &ptz));
-  return ptz;
+  return testing::treeCalibration<PTZCameraParameters>("example_ptz_cal.txt");
 }
 
 /// A mistake in the example's zoom lens.
