@@ -54,6 +54,13 @@ inline Eigen::Matrix4d randomPose(double reach, std::mt19937_64* random) {
   return m;
 }
 
+/// Turns a head in its own description: every pose of the camera is as it was, the azimuth of its
+/// optical axis in the pan frame greater by this angle, radians.
+inline void turnPanFrame(double azimuth, calibration::PanTiltSystemParameters* head) {
+  storePose(turnZ(azimuth) * readPose(head->base_to_pan()), head->mutable_base_to_pan());
+  storePose(readPose(head->pan_to_tilt()) * turnZ(-azimuth), head->mutable_pan_to_tilt());
+}
+
 /// Motor scales and offsets of either sign.
 inline void setRandomMotors(std::mt19937_64* random, calibration::PanTiltSystemParameters* head) {
   const auto scale = [&] {

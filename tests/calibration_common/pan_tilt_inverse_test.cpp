@@ -99,10 +99,7 @@ TEST(PanTiltInverse, ForwardThenInverseBesideTheAxis) {
 /// `tau`.
 PanTiltSystemParameters reframed(const PanTiltSystemParameters& head, double alpha, double tau) {
   PanTiltSystemParameters result = head;
-  storePose(testing::turnZ(-alpha) * testing::readPose(head.base_to_pan()),
-            result.mutable_base_to_pan());
-  storePose(testing::readPose(head.pan_to_tilt()) * testing::turnZ(alpha),
-            result.mutable_pan_to_tilt());
+  testing::turnPanFrame(-alpha, &result);
   storePose(testing::readPose(head.tilt_to_camera()) * testing::turnZ(tau),
             result.mutable_tilt_to_camera());
   result.set_tilt_offset(static_cast<float>(static_cast<double>(head.tilt_offset()) +

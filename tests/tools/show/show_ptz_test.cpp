@@ -53,9 +53,7 @@ PTZCameraParameters plainPtz() {
 /// The head turned in its own description: the same poses, the optical axis at this azimuth.
 PTZCameraParameters turnedPtz(double azimuth) {
   PTZCameraParameters ptz = examplePtz();
-  calibration::PanTiltSystemParameters* head = ptz.mutable_pan_tilt();
-  storePose(turnZ(azimuth) * testing::readPose(head->base_to_pan()), head->mutable_base_to_pan());
-  storePose(testing::readPose(head->pan_to_tilt()) * turnZ(-azimuth), head->mutable_pan_to_tilt());
+  testing::turnPanFrame(azimuth, ptz.mutable_pan_tilt());
   return ptz;
 }
 
