@@ -27,6 +27,20 @@ calibration::RobotCalibration defaultRobotWith(const std::string& name, const Ed
   return robot;
 }
 
+/// Keeps the samples of the grid points for which `keep` holds, and states their number.
+template <class Keep>
+void keepSamples(calibration::CameraIntrinsics* in, const Keep& keep) {
+  calibration::CameraIntrinsics some;
+  for (const calibration::SamplePoint& sample : in->samples()) {
+    if (keep(static_cast<int>(sample.model_x()), static_cast<int>(sample.model_y()))) {
+      *some.add_samples() = sample;
+    }
+  }
+  in->set_sample_size_x(some.samples_size());
+  in->set_sample_size_y(1);
+  in->mutable_samples()->Swap(some.mutable_samples());
+}
+
 /// A camera without skew and distortion, f = 1000, of a model that delivers its full frame alone,
 /// in the robot's frame.
 inline calibration::CameraCalibration pinholeCamera(const std::string& name, int width,

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "calibration_common/calibration_review.h"
+#include "testing/calibration_edits.h"
 #include "testing/review_findings.h"
 
 namespace norv::calibration {
@@ -35,20 +36,10 @@ std::vector<Finding> reviewHead(const Edit& edit) {
   return reviewCalibration(robot);
 }
 
-/// Keeps the samples of the grid points for which `keep` holds, and states their number.
+/// What is found where the samples of those grid points are kept for which `keep` holds.
 template <class Keep>
 std::vector<Finding> reviewSome(const Keep& keep) {
-  return reviewHead([&](CameraIntrinsics* in) {
-    CameraIntrinsics some;
-    for (const SamplePoint& sample : in->samples()) {
-      if (keep(static_cast<int>(sample.model_x()), static_cast<int>(sample.model_y()))) {
-        *some.add_samples() = sample;
-      }
-    }
-    in->set_sample_size_x(some.samples_size());
-    in->set_sample_size_y(1);
-    in->mutable_samples()->Swap(some.mutable_samples());
-  });
+  return reviewHead([&](CameraIntrinsics* in) { testing::keepSamples(in, keep); });
 }
 
 /// Moves every observed point by up to `pixels` either way, within the frame.
