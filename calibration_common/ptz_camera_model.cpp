@@ -226,30 +226,17 @@ bool PTZCameraModelConfiguration::getPanTiltZoom(const Vector2_f& corner, const 
                            turn(camera_transform_.inverse, box[1]).normalized();
   if (!turnTo(*model_, target, pan, tilt)) return false;
   const double longest = static_cast<double>(maxFocalLength(*this, box, *pan, *tilt));
-  const auto& samples = model_->getParams().intrinsics().samples();
-  if (samples.empty()) return false;
-
-  if (samples[0].focal_length() > longest) {
-    *zoom = 0;
+  const PTZIntrinsicsTable& table = model_->getParams().intrinsics();
+  if (table.samples().empty()) return false;
+  const internal::ZoomPosition found = internal::zoomForFocalLength(table, longest);
+  *zoom = found.steps;
+  if (found.lower == nullptr) {
     NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " " << *zoom;
-    return true;
+  } else {
+    NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " "
+                                 << found.lower->DebugString() << " " << found.upper->DebugString()
+                                 << " " << *zoom;
   }
-  const auto upper = std::find_if(samples.begin() + 1, samples.end(), [&](const auto& sample) {
-    return sample.focal_length() > longest;
-  });
-  if (upper == samples.end()) {
-    *zoom = internal::truncateToInt(samples[samples.size() - 1].zoom());
-    NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " " << *zoom;
-    return true;
-  }
-  const auto lower = upper - 1;
-  const auto fraction = static_cast<float>((longest - lower->focal_length()) /
-                                           (upper->focal_length() - lower->focal_length()));
-  *zoom = internal::truncateToInt(static_cast<double>(fraction) * (upper->zoom() - lower->zoom()) +
-                                  lower->zoom());
-  NORV_LOG(kLogInfo, kChannel) << longest << " " << *pan << " " << *tilt << " "
-                               << lower->DebugString() << " " << upper->DebugString() << " "
-                               << *zoom;
   return true;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The lens between two zoom samples.
+/// The lens between two zoom samples, and the zoom between two of them that has a focal length.
 
 #include "proto/norv_ptz_camera.pb.h"
 #include "support/lens_distortion.h"
@@ -26,5 +26,21 @@ struct ZoomLens {
 /// Thread-safe.
 ZoomLens blendLenses(const calibration::PTZIntrinsicsItem& a,
                      const calibration::PTZIntrinsicsItem& b, double zoom);
+
+/// A zoom position, and the samples that it was interpolated between: both null where it was not.
+struct ZoomPosition {
+  int steps;
+  const calibration::PTZIntrinsicsItem* lower;
+  const calibration::PTZIntrinsicsItem* upper;
+};
+
+/// The zoom position at which the lens has `focal_length`, pixels, from a table of one sample or
+/// more: linear in the focal length between the first longer sample and the one before it, their
+/// share narrowed to single precision, the position truncated toward zero. It is 0 where already
+/// the first sample is longer, and the last sample's where none is, for NaN too; those have no two
+/// samples. Beyond the range of int it is its nearest end, and 0 where it is not a number.
+///
+/// The samples live as long as `table`. Logs nothing. Thread-safe.
+ZoomPosition zoomForFocalLength(const calibration::PTZIntrinsicsTable& table, double focal_length);
 
 }  // namespace norv::internal
