@@ -24,14 +24,14 @@ constexpr float kMinDistance = 1e-6F;
 
 Vector3_f head3(const Eigen::Matrix<float, 4, 1>& v) { return v.head<3>(); }
 
-/// A direction, transformed without its translation.
-Vector3_f turn(const Matrix4x4_f& m, const Vector2_f& normalized) {
+/// The ray of normalised image coordinates in another frame: (x, y, 1), rotated and not moved.
+Vector3_f rotateRay(const Matrix4x4_f& m, const Vector2_f& normalized) {
   return head3(m * Eigen::Matrix<float, 4, 1>(normalized.x(), normalized.y(), 1, 0));
 }
 
 /// Motor positions, rounded and limited, at which the optical axis meets a world point. Nothing is
 /// written when there are none.
-bool turnTo(const PTZCameraModel& model, const Vector3_f& target, int* pan, int* tilt) {
+bool findMotorPositions(const PTZCameraModel& model, const Vector3_f& target, int* pan, int* tilt) {
   float exact_pan = 0;
   float exact_tilt = 0;
   if (!model.getPanTiltModel().computePanTilt(target, Vector2_f(0, 0), &exact_pan, &exact_tilt)) {
@@ -68,7 +68,7 @@ float maxFocalLength(const PTZCameraModelConfiguration& camera, const std::array
   const float half_height = 0.5F * static_cast<float>(table.image_height());
   float longest = kMaxFocalLength;
   for (const Vector2_f& corner : box) {
-    const Vector3_f p = turn(turned_from_current, corner);
+    const Vector3_f p = rotateRay(turned_from_current, corner);
     longest = std::min(longest, half_width / (std::abs(p.x() / p.z()) + kMinDistance));
     longest = std::min(longest, half_height / (std::abs(p.y() / p.z()) + kMinDistance));
   }
@@ -190,7 +190,7 @@ Vector2_f PTZCameraModelConfiguration::project3dToCamera(const Vector3_f& point)
 }
 
 Vector3_f PTZCameraModelConfiguration::projectPixelToRay(const Vector2_f& pixel) const {
-  return turn(
+  return rotateRay(
       camera_transform_.inverse,
       calibration::rectifyPoint(distortion_.data(), principal_point_, focal_lengths_, pixel));
 }
@@ -214,7 +214,7 @@ bool PTZCameraModelConfiguration::getPanTilt(const Vector3_f& world, const Vecto
 
 bool PTZCameraModelConfiguration::getPanTilt(const Vector2_f& pixel, int* pan, int* tilt) const {
   const Vector3_f target = getCameraCenter() + projectPixelToRay(pixel).normalized();
-  return turnTo(*model_, target, pan, tilt);
+  return findMotorPositions(*model_, target, pan, tilt);
 }
 
 bool PTZCameraModelConfiguration::getPanTiltZoom(const Vector2_f& corner, const Vector2_f& opposite,
@@ -222,9 +222,9 @@ bool PTZCameraModelConfiguration::getPanTiltZoom(const Vector2_f& corner, const 
   const std::array<Vector2_f, 4> box = rectifyBox(*this, corner, opposite);
   // The sum of two unit vectors bisects the angle between them.
   const Vector3_f target = getCameraCenter() +
-                           turn(camera_transform_.inverse, box[0]).normalized() +
-                           turn(camera_transform_.inverse, box[1]).normalized();
-  if (!turnTo(*model_, target, pan, tilt)) return false;
+                           rotateRay(camera_transform_.inverse, box[0]).normalized() +
+                           rotateRay(camera_transform_.inverse, box[1]).normalized();
+  if (!findMotorPositions(*model_, target, pan, tilt)) return false;
   const double longest = static_cast<double>(maxFocalLength(*this, box, *pan, *tilt));
   const PTZIntrinsicsTable& table = model_->getParams().intrinsics();
   if (table.samples().empty()) return false;
