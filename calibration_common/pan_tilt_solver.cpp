@@ -7,6 +7,7 @@
 
 #include "calibration_common/pointing_residual.h"
 #include "support/numeric/angles.h"
+#include "support/numeric/homogeneous.h"
 #include "support/trigonometric_equation.h"
 
 namespace norv::internal {
@@ -20,14 +21,11 @@ constexpr double kMaxMisalignment = 1e-4;
 /// A symmetric 2 x 2 system. Of dynamic size, and bounded so that its factorisation needs no heap.
 using NormalMatrix = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor, 2, 2>;
 using NormalVector = Eigen::Matrix<double, Eigen::Dynamic, 1, Eigen::ColMajor, 2, 1>;
-using Vector4_f = Eigen::Matrix<float, 4, 1>;
-
-Vector3_f head3(const Vector4_f& v) { return v.head<3>(); }
 
 HeadAxes findAxes(const Matrix4x4_f& pan_from_tilt, const Matrix4x4_f& pan_from_camera) {
   const Vector4_f z(0, 0, 1, 0);
-  const Vector3_f joint_axis = head3(pan_from_tilt * z);
-  const Vector3_f optical_axis = head3(pan_from_camera * z);
+  const Vector3_f joint_axis = xyz(pan_from_tilt * z);
+  const Vector3_f optical_axis = xyz(pan_from_camera * z);
   HeadAxes axes;
   axes.pan = Vector3_f(0, 0, 1);
   axes.tilt = axes.pan.cross(optical_axis);
@@ -103,8 +101,8 @@ PanTiltStart findStart(const PanTiltPoses& head, const Vector3_f& world, const V
   PanTiltStart start;
   start.point_in_pan = head.base_to_pan.transform * world.homogeneous();
   start.axes = findAxes(pan_from_tilt, pan_from_camera);
-  start.target = combine(start.axes, head3(start.point_in_pan));
-  start.ray = combine(start.axes, head3(pan_from_camera * ray));
+  start.target = combine(start.axes, xyz(start.point_in_pan));
+  start.ray = combine(start.axes, xyz(pan_from_camera * ray));
   start.angles = findAngles(start.target, start.ray);
   if (start.angles) start.angles->tilt *= start.axes.tilt_sign;
   return start;

@@ -11,6 +11,7 @@
 
 #include "support/camera_transform.h"
 #include "support/matrix_types.h"
+#include "support/numeric/homogeneous.h"
 
 namespace norv::internal {
 
@@ -40,7 +41,7 @@ struct PanTiltAngles {
 
 /// The closed form, and what it works with.
 struct PanTiltStart {
-  Eigen::Matrix<float, 4, 1> point_in_pan;  ///< the target in the pan frame, homogeneous, metres
+  Vector4_f point_in_pan;  ///< the target in the pan frame, homogeneous, metres
   HeadAxes axes;
   Vector3_f target;  ///< direction of the target, combined by the axes
   Vector3_f ray;     ///< direction in which it is to be seen, combined by the axes

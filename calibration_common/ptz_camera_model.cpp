@@ -10,6 +10,7 @@
 #include "support/camera_projection.h"
 #include "support/checks.h"
 #include "support/logging.h"
+#include "support/numeric/homogeneous.h"
 #include "support/numeric/saturate.h"
 
 namespace norv::calibration {
@@ -22,11 +23,9 @@ constexpr float kMaxFocalLength = 1e6F;
 /// Added to distances from the optical axis, in focal lengths, that are divided by.
 constexpr float kMinDistance = 1e-6F;
 
-Vector3_f head3(const Eigen::Matrix<float, 4, 1>& v) { return v.head<3>(); }
-
 /// The ray of normalised image coordinates in another frame: (x, y, 1), rotated and not moved.
 Vector3_f rotateRay(const Matrix4x4_f& m, const Vector2_f& normalized) {
-  return head3(m * Eigen::Matrix<float, 4, 1>(normalized.x(), normalized.y(), 1, 0));
+  return internal::xyz(m * internal::Vector4_f(normalized.x(), normalized.y(), 1, 0));
 }
 
 /// Motor positions, rounded and limited, at which the optical axis meets a world point. Nothing is
