@@ -24,9 +24,9 @@ constexpr double kPolynomialDenominator = 0.1;
 
 Priors::Priors(const LensFamily& family, double focal_length, const Eigen::Vector2d& half_size) {
   means_.setZero();
-  means_[0] = std::log(kUsualFocalLength);
-  weights_[0] = 1 / kLogFocalLengthDeviation;
-  weights_[1] = 1 / kLogAspectDeviation;
+  means_[kLogFocal] = std::log(kUsualFocalLength);
+  weights_[kLogFocal] = 1 / kLogFocalLengthDeviation;
+  weights_[kLogAspect] = 1 / kLogAspectDeviation;
   weights_[kCx] = weights_[kCy] = 1 / kCentreDeviation;
   weights_[kP1] = weights_[kP2] = 1 / kTangentialDeviation;
 
@@ -46,8 +46,8 @@ Priors::Values Priors::deviations(const FittedCamera& camera) const {
   Values values = camera.intrinsics;
   const double log_fx = std::log(camera.intrinsics[kFx]);
   const double log_fy = std::log(camera.intrinsics[kFy]);
-  values[0] = (log_fx + log_fy) / 2;
-  values[1] = log_fx - log_fy;
+  values[kLogFocal] = (log_fx + log_fy) / 2;
+  values[kLogAspect] = log_fx - log_fy;
   return (values - means_).cwiseProduct(weights_);
 }
 
@@ -60,8 +60,8 @@ void Priors::addRows(const FittedCamera& camera, double sigma, NormalEquations* 
   // and -1 / fy.
   const Eigen::Vector2d inverse = camera.intrinsics.head<2>().cwiseInverse();
   Eigen::Matrix2d rows;
-  rows << slopes[0] * inverse[0] / 2, slopes[0] * inverse[1] / 2,  //
-      slopes[1] * inverse[0], -slopes[1] * inverse[1];
+  rows << slopes[kLogFocal] * inverse[kFx] / 2, slopes[kLogFocal] * inverse[kFy] / 2,  //
+      slopes[kLogAspect] * inverse[kFx], -slopes[kLogAspect] * inverse[kFy];
   equations->matrix.topLeftCorner<2, 2>() += rows.transpose() * rows;
   equations->gradient.head<2>() += rows.transpose() * residuals.head<2>();
   for (int i = kCx; i < kIntrinsicCount; ++i) {

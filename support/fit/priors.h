@@ -25,7 +25,7 @@ class Priors {
   Priors(const LensFamily& family, double focal_length, const Eigen::Vector2d& half_size);
 
   /// Forgets what is believed about the focal length.
-  void dropFocalLength() { weights_[0] = 0; }
+  void dropFocalLength() { weights_[kLogFocal] = 0; }
 
   /// Sum of the squared deviations, each in standard deviations.
   double cost(const FittedCamera& camera) const;
@@ -35,6 +35,11 @@ class Priors {
   void addRows(const FittedCamera& camera, double sigma, NormalEquations* equations) const;
 
  private:
+  /// The slots of ln sqrt(fx fy) and ln(fx / fy), which stand in those of fx and fy; the others are
+  /// those of Parameter.
+  static constexpr int kLogFocal = kFx;
+  static constexpr int kLogAspect = kFy;
+
   using Values = Eigen::Matrix<double, kIntrinsicCount, 1>;
 
   Values deviations(const FittedCamera& camera) const;
