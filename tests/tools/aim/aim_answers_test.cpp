@@ -23,6 +23,7 @@ using calibration::PTZCameraParameters;
 using nlohmann::json;
 using testing::aimExample;
 using testing::anyJson;
+using testing::expectPanTilt;
 using testing::kRadians;
 using testing::kStep;
 using testing::number;
@@ -61,8 +62,7 @@ TEST(AimCommand, PixelAboveFromAnotherPosition) {
   // From a pan of 1000 steps and a zoom of 10000, where the lens is 20 times as long; 0.1 rad are
   // 30000 px tan 0.1 = 3010.04 px above the middle.
   const json aim = toolJson(calibration.aim("--at 1000,0,10000 --pixel 960,-2470.04"));
-  EXPECT_EQ(aim["pan"], 1000);
-  EXPECT_EQ(aim["tilt"], 200);
+  expectPanTilt(aim, 1000, 200);
   EXPECT_EQ(aim["zoom"], 10000);
   EXPECT_NEAR(number(aim, "pan_degrees"), 1000 * kStep / kRadians, 1e-5);
   EXPECT_NEAR(number(aim, "tilt_degrees"), 200 * kStep / kRadians, 1e-5);
@@ -76,8 +76,7 @@ TEST(AimCommand, OffsetsCountInTheAngles) {
   ptz.mutable_pan_tilt()->set_tilt_offset(-50);
   const StoredPtz calibration(ptz);
   const json aim = toolJson(calibration.aim("--at 100,-50,0 --pixel 1264.065,540"));
-  EXPECT_EQ(aim["pan"], 500);
-  EXPECT_EQ(aim["tilt"], -50);
+  expectPanTilt(aim, 500, -50);
   EXPECT_NEAR(number(aim, "pan_degrees"), 400 * kStep / kRadians, 1e-5);
   EXPECT_NEAR(number(aim, "tilt_degrees"), 0, 1e-5);
 }
@@ -98,8 +97,7 @@ TEST(AimCommand, WorldPointOnAPixel) {
   const StoredPtz calibration(plainPtz());
   // Straight ahead is wanted 304.065 px right of the middle: the head turns 0.2 rad to the left.
   const json aim = toolJson(calibration.aim("--at 0,0,0 --point 5,0,0 --pixel 1264.065,540"));
-  EXPECT_EQ(aim["pan"], -400);
-  EXPECT_EQ(aim["tilt"], 0);
+  expectPanTilt(aim, -400, 0);
   EXPECT_EQ(aim["target"], (json{5, 0, 0}));
   EXPECT_NEAR(aim["wanted_at"][0].get<double>(), 1264.065, 1e-3);
   EXPECT_NEAR(aim["lands_at"][0].get<double>(), 1264.065, 2e-3);
@@ -153,8 +151,7 @@ TEST(AimCommand, IsWhatTheLibraryAnswersForPixels) {
     std::ostringstream arguments;
     arguments << "--at " << at[0] << "," << at[1] << "," << at[2] << " --pixel " << x << "," << y;
     const json aim = anyJson(aimExample(arguments.str()));
-    EXPECT_EQ(aim["pan"], pan);
-    EXPECT_EQ(aim["tilt"], tilt);
+    expectPanTilt(aim, pan, tilt);
     EXPECT_EQ(aim["zoom"], at[2]);
     expectPixel(aim["lands_at"], lands);
     expectPixel(aim["wanted_at"], wanted);
@@ -184,8 +181,7 @@ TEST(AimCommand, IsWhatTheLibraryAnswersForBoxes) {
     arguments << "--at 100,200,1500 --box " << box[0] << "," << box[1] << "," << box[2] << ","
               << box[3];
     const json aim = anyJson(aimExample(arguments.str()));
-    EXPECT_EQ(aim["pan"], pan);
-    EXPECT_EQ(aim["tilt"], tilt);
+    expectPanTilt(aim, pan, tilt);
     EXPECT_EQ(aim["zoom"], zoom);
     // The library frames by the focal length alone; the lens shifts the corners by up to 10 px of
     // principal point and 7 % of distortion inwards.
@@ -205,8 +201,7 @@ TEST(AimCommand, IsWhatTheLibraryAnswersForPoints) {
   float tilt = 0;
   ASSERT_TRUE(now.getPanTilt(target, {300, 800}, &pan, &tilt));
   const json aim = toolJson(aimExample("--at -300,50,2500 --point 4,-3,2 --pixel 300,800"));
-  EXPECT_EQ(aim["pan"], static_cast<int>(std::round(pan)));
-  EXPECT_EQ(aim["tilt"], static_cast<int>(std::round(tilt)));
+  expectPanTilt(aim, static_cast<int>(std::round(pan)), static_cast<int>(std::round(tilt)));
   EXPECT_EQ(aim["wanted_at"], (json{300, 800}));
   // Half a step, 0.00025 rad, of 2.7e3 px in both angles.
   EXPECT_LT(number(aim, "distance_pixels"), 1.2);

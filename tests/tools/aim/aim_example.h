@@ -82,4 +82,10 @@ inline double number(const nlohmann::json& document, const char* key) {
   return document[key].get<double>();
 }
 
+/// Expects the answer to send the motors there, steps.
+inline void expectPanTilt(const nlohmann::json& aim, int pan, int tilt) {
+  EXPECT_EQ(aim["pan"], pan);
+  EXPECT_EQ(aim["tilt"], tilt);
+}
+
 }  // namespace norv::testing

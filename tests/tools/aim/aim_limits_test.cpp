@@ -15,6 +15,7 @@ namespace {
 
 using calibration::PTZCameraParameters;
 using nlohmann::json;
+using testing::expectPanTilt;
 using testing::foldingPtz;
 using testing::kFocalLength;
 using testing::kRadians;
@@ -33,8 +34,7 @@ TEST(AimCommand, Box) {
   // axis. They reach the picture's sides at f = 960 * 15 = 14400 and its top and bottom at 16200.
   // 14400 lies between the samples at 7000 and 8000.
   const json aim = toolJson(calibration.aim("--at 0,0,0 --box 860,490,1060,590"));
-  EXPECT_EQ(aim["pan"], 0);
-  EXPECT_EQ(aim["tilt"], 0);
+  expectPanTilt(aim, 0, 0);
   const double low = kFocalLength * std::pow(20, 0.7);
   const double high = kFocalLength * std::pow(20, 0.8);
   EXPECT_NEAR(number(aim, "zoom"), 7000 + 1000 * (14400 - low) / (high - low), 1);
@@ -184,8 +184,7 @@ TEST(AimCommand, LimitsOfBothMotors) {
                                    "tilt 0 is out of\n  reach\n"));
   // A box is limited in the same way.
   const json aim = toolRefusalJson(calibration.aim("--at 0,0,0 --box 1254.065,530,1274.065,550"));
-  EXPECT_EQ(aim["pan"], 390);
-  EXPECT_EQ(aim["tilt"], -10);
+  expectPanTilt(aim, 390, -10);
   EXPECT_EQ(aim["limited"], true);
   EXPECT_NEAR(number(aim, "unlimited_pan"), 400, 1);
 }
