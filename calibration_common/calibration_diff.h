@@ -12,22 +12,13 @@
 
 #include "../support/export.h"
 #include "../support/load_problem.h"
+#include "../support/pixel_size.h"
 #include "camera_parameters.h"
 #include "proto/norv_base_calibration.pb.h"
 #include "proto/norv_ptz_camera.pb.h"
 #include "proto/norv_robot_calibration.pb.h"
 
 namespace norv::calibration {
-
-/// Width and height of an image, pixels.
-struct PixelSize {
-  int width = 0;
-  int height = 0;
-
-  friend bool operator==(const PixelSize& a, const PixelSize& b) {
-    return a.width == b.width && a.height == b.height;
-  }
-};
 
 /// What a comparison is to look at.
 struct DiffOptions {

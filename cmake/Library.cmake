@@ -67,6 +67,8 @@ set(library_sources
   calibration_common/review/zoom_checks.cpp
   support/atomic_file.cpp
   support/camera_projection.cpp
+  support/point_projection.cpp
+  support/rectification.cpp
   support/camera_transform.cpp
   support/checks.cpp
   support/file.cpp
@@ -81,6 +83,13 @@ set(library_sources
   support/text_fields.cpp
   support/text_places.cpp
   support/trigonometric_equation.cpp
+  support/camera/kernel_choice.cpp
+  support/camera/kernels_baseline.cpp
+  support/camera/map_rows.cpp
+  support/camera/parallel.cpp
+  support/camera/point_batches.cpp
+  support/camera/point_solver.cpp
+  support/camera/prepared_camera.cpp
   support/files/signal_hold.cpp
   support/files/temporary_file.cpp
   support/fit/candidate_choice.cpp
@@ -96,6 +105,7 @@ set(library_sources
   support/fit/projector.cpp
   support/fit/regular_map.cpp
   support/fit/start_search.cpp
+  support/lens/lens_domain.cpp
   support/lens/lens_inverse.cpp
   support/lens/radial_branch.cpp
   support/log/delivery.cpp
@@ -114,6 +124,16 @@ set(library_sources
   support/numeric/polynomial_zero.cpp
   support/sensor/lens_curve.cpp
   support/sensor/sensor_warp.cpp)
+
+# Loops over many points for newer processors, chosen at run time (support/camera/kernels.h).
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 8)
+  list(APPEND library_sources support/camera/kernels_avx2.cpp support/camera/kernels_avx512.cpp)
+  set_source_files_properties(support/camera/kernels_avx2.cpp PROPERTIES COMPILE_OPTIONS -mavx2)
+  set_source_files_properties(support/camera/kernels_avx512.cpp PROPERTIES
+    COMPILE_OPTIONS "-mavx512f;-mavx512dq;-mavx512vl;-mavx512bw")
+  set_source_files_properties(support/camera/kernel_choice.cpp PROPERTIES
+    COMPILE_DEFINITIONS NORV_HAS_X86_KERNELS)
+endif()
 
 # Headers that those who link the library include, directly or through another one: all that lie on the
 # ground floor of support/, and these.

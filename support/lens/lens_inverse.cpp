@@ -60,16 +60,16 @@ double LensInverse::undistortedRadius(double distorted_radius) {
 LensInverse::Point LensInverse::dampedNewton(Point p, const Point& target) const {
   constexpr double kSufficientDecrease = 1e-4;
   constexpr double kMinFraction = 1e-6;
-  const double bound = errorBound(target);
-  LensNewtonStep at(lens_, p, target);
+  const double bound = NewtonStart::errorBound(target);
+  Step at(lens_, p, target);
   while (!at.regular()) {
     p = {0.75 * p.x, 0.75 * p.y};
-    at = LensNewtonStep(lens_, p, target);
+    at = Step(lens_, p, target);
   }
   double t = 1;
   for (int i = 0; i < 200 && t > kMinFraction && !at.closerThan(bound); ++i) {
     const Point trial = at.next(t);
-    const LensNewtonStep there(lens_, trial, target);
+    const Step there(lens_, trial, target);
     if (there.regular() && there.error() < (1 - kSufficientDecrease * t) * at.error()) {
       p = trial;
       at = there;
@@ -82,29 +82,35 @@ LensInverse::Point LensInverse::dampedNewton(Point p, const Point& target) const
 }
 
 bool LensInverse::isAnswer(const Point& p, const Point& target) {
-  const LensNewtonStep at(lens_, p, target);
-  return at.closerThan(errorBound(target)) && isOnFirstBranch(at, p);
+  const Step at(lens_, p, target);
+  return at.closerThan(NewtonStart::errorBound(target)) && isOnFirstBranch(at, p);
 }
 
-bool LensInverse::isOnFirstBranch(const LensNewtonStep& at, const Point& p) {
+bool LensInverse::isOnFirstBranch(const Step& at, const Point& p) {
   return at.regular() && at.squaredRadius() < branch_.end() &&
          (tangential_ == 0 || surelyInside(at.squaredRadius()) || regularUpTo(p));
 }
 
 bool LensInverse::isOnFirstBranch(const Point& p) {
-  return allFinite(lens_, p) && isOnFirstBranch(LensNewtonStep(lens_, p, {0, 0}), p);
+  return allFinite(lens_, p) && isOnFirstBranch(Step(lens_, p, {0, 0}), p);
+}
+
+bool LensInverse::contains(const Point& p) {
+  const double s = p.x * p.x + p.y * p.y;
+  if (tangential_ == 0) return surelyInside(s) || s < branch_.end() || neverEnds();
+  return isOnFirstBranch(p);
 }
 
 bool LensInverse::regularUpTo(const Point& p) const {
   constexpr int kSamples = 64;
   const auto at = [&](double i) {
     const double t = i / kSamples;
-    return LensNewtonStep(lens_, {t * p.x, t * p.y}, {0, 0});
+    return Step(lens_, {t * p.x, t * p.y}, {0, 0});
   };
   double before_last = 1;
   double last = 1;
   for (int i = 1; i <= kSamples; ++i) {
-    const LensNewtonStep here = at(i);
+    const Step here = at(i);
     if (!here.regular()) return false;
     const double determinant = here.determinant();
     if (last < before_last && last <= determinant) {

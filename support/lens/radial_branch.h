@@ -46,6 +46,11 @@ class RadialBranch {
   /// Squared radius at which the branch ends; infinity when it never does. Found on first use.
   double end();
 
+  /// The polynomials in s: D, D^2 and F.
+  const Sextic& denominator() const { return denominator_; }
+  const Sextic& denominatorSquared() const { return denominator_squared_; }
+  const Sextic& slope() const { return slope_; }
+
  private:
   /// F - slope D^2.
   Sextic slopeExcess(double slope) const {

@@ -10,15 +10,27 @@
 namespace norv::internal {
 namespace {
 
-constexpr std::size_t kDegree = 6;
-constexpr std::array<double, 7> kOneOverBinomial = {1,        1.0 / 6, 1.0 / 15, 1.0 / 20,
-                                                    1.0 / 15, 1.0 / 6, 1};
+/// 1 over (n choose i), with n = kCount - 1, at index i.
+template <std::size_t kCount>
+constexpr Polynomial<kCount> oneOverBinomials() {
+  Polynomial<kCount> result{};
+  double binomial = 1;
+  for (std::size_t i = 0; i < kCount; ++i) {
+    result[i] = 1 / binomial;
+    binomial = binomial * static_cast<double>(kCount - 1 - i) / static_cast<double>(i + 1);
+  }
+  return result;
+}
+
+template <std::size_t kCount>
+constexpr Polynomial<kCount> kOneOverBinomial = oneOverBinomials<kCount>();
 
 /// A piece of a polynomial in the Bernstein basis of [begin, end]. The number of zeros inside is at
 /// most the number of sign changes among the coefficients, and of the same parity. (Farouki, The
 /// Bernstein polynomial basis: a centennial retrospective, CAGD 29, 2012.)
+template <std::size_t kCount>
 struct BernsteinPiece {
-  Sextic coefficients;
+  Polynomial<kCount> coefficients;
   double begin;
   double end;
 
@@ -38,8 +50,8 @@ struct BernsteinPiece {
   BernsteinPiece splitLeft() {
     BernsteinPiece left = *this;
     left.end = begin = 0.5 * (begin + end);
-    for (std::size_t level = 1; level <= kDegree; ++level) {
-      for (std::size_t i = 0; i <= kDegree - level; ++i) {
+    for (std::size_t level = 1; level < kCount; ++level) {
+      for (std::size_t i = 0; i + level < kCount; ++i) {
         coefficients[i] = 0.5 * (coefficients[i] + coefficients[i + 1]);
       }
       left.coefficients[level] = coefficients[0];
@@ -55,19 +67,21 @@ struct Bracket {
 
 /// An interval that holds the first zero and no other, or that is too short to divide further; an
 /// empty one at infinity when there is no zero. The value at the piece's begin is positive.
-Bracket isolateFirstZero(BernsteinPiece piece, int divisions) {
+template <std::size_t kCount>
+Bracket isolateFirstZero(BernsteinPiece<kCount> piece, int divisions) {
   const int changes = piece.signChanges();
   if (changes == 0) return {kInfinity, kInfinity};
   if (changes == 1 || divisions == 0) return {piece.begin, piece.end};
-  const BernsteinPiece left = piece.splitLeft();
+  const BernsteinPiece<kCount> left = piece.splitLeft();
   const Bracket first = isolateFirstZero(left, divisions - 1);
   return std::isfinite(first.begin) ? first : isolateFirstZero(piece, divisions - 1);
 }
 
-ValueAndSlope evaluate(const Sextic& c, double s) {
-  double value = c[kDegree];
+template <std::size_t kCount>
+ValueAndSlope evaluate(const Polynomial<kCount>& c, double s) {
+  double value = c[kCount - 1];
   double slope = 0;
-  for (std::size_t i = kDegree; i-- > 0;) {
+  for (std::size_t i = kCount - 1; i-- > 0;) {
     slope = value + s * slope;
     value = c[i] + s * value;
   }
@@ -75,9 +89,10 @@ ValueAndSlope evaluate(const Sextic& c, double s) {
 }
 
 /// Exponent e such that with s = 2^e t no coefficient in t exceeds 1.
-int scalingExponent(const Sextic& c) {
+template <std::size_t kCount>
+int scalingExponent(const Polynomial<kCount>& c) {
   int scale = std::numeric_limits<int>::max();
-  for (int i = 1; i <= static_cast<int>(kDegree); ++i) {
+  for (int i = 1; i < static_cast<int>(kCount); ++i) {
     if (c[static_cast<std::size_t>(i)] == 0) continue;
     const int bits = std::ilogb(c[static_cast<std::size_t>(i)]) + 1;  // |c| < 2^bits
     scale = std::min(scale, static_cast<int>(std::floor(-static_cast<double>(bits) / i)));
@@ -87,18 +102,19 @@ int scalingExponent(const Sextic& c) {
 
 }  // namespace
 
-double firstPositiveZero(const Sextic& polynomial) {
+template <std::size_t kCount>
+double firstPositiveZero(const Polynomial<kCount>& polynomial) {
   if (std::all_of(polynomial.begin(), polynomial.end(), [](double c) { return c >= 0; })) {
     return kInfinity;
   }
   const int exponent = scalingExponent(polynomial);
-  Sextic scaled;
-  // With t = u / (1 - u), (1 - u)^6 times the polynomial has the Bernstein coefficients c_i over
-  // (6 choose i) on 0 <= u <= 1, which is all of 0 <= t.
-  BernsteinPiece whole{{}, 0, 1};
-  for (std::size_t i = 0; i <= kDegree; ++i) {
+  Polynomial<kCount> scaled;
+  // With t = u / (1 - u) and n the degree, (1 - u)^n times the polynomial has the Bernstein
+  // coefficients c_i over (n choose i) on 0 <= u <= 1, which is all of 0 <= t.
+  BernsteinPiece<kCount> whole{{}, 0, 1};
+  for (std::size_t i = 0; i < kCount; ++i) {
     scaled[i] = std::ldexp(polynomial[i], exponent * static_cast<int>(i));
-    whole.coefficients[i] = scaled[i] * kOneOverBinomial[i];
+    whole.coefficients[i] = scaled[i] * kOneOverBinomial<kCount>[i];
   }
   const Bracket u = isolateFirstZero(whole, 30);
   if (!std::isfinite(u.begin)) return u.begin;
@@ -112,11 +128,15 @@ double firstPositiveZero(const Sextic& polynomial) {
   return std::ldexp(t, exponent);
 }
 
+template double firstPositiveZero(const Sextic& polynomial);
+template double firstPositiveZero(const Polynomial<14>& polynomial);
+
 bool bernsteinPositive(const Sextic& polynomial, double end) {
+  constexpr std::size_t kDegree = 6;
   Sextic b;
   double power = 1;
   for (std::size_t i = 0; i <= kDegree; ++i, power *= end) {
-    b[i] = polynomial[i] * power * kOneOverBinomial[i];
+    b[i] = polynomial[i] * power * kOneOverBinomial<7>[i];
   }
   for (std::size_t level = 1; level <= kDegree; ++level) {
     for (std::size_t i = kDegree; i >= level; --i) b[i] += b[i - 1];

@@ -1,0 +1,223 @@
+#include "support/camera/point_batches.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "support/camera/jacobian_access.h"
+#include "support/camera/kernels.h"
+#include "support/camera/parallel.h"
+#include "support/camera/point_solver.h"
+
+namespace norv::internal {
+
+using calibration::PointArray;
+using calibration::PointStatus;
+using calibration::ProjectionExtras;
+using calibration::RectificationExtras;
+
+namespace {
+
+/// Points that a kernel is given at once: what is kept of them stays in the first-level cache.
+constexpr std::size_t kChunk = 256;
+/// Fewer points are not worth a thread.
+constexpr std::size_t kPointsOfThread = 16 * kChunk;
+/// Fewer points are answered faster one by one than the lens is asked where it ends.
+constexpr std::size_t kFewPoints = 32;
+
+using Codes = std::array<std::uint8_t, kChunk>;
+
+template <class T>
+PointArray<T> from(const PointArray<T>& points, std::size_t begin) {
+  return {&points.at(begin, 0), points.stride, points.coordinate_stride};
+}
+
+/// The given points of a chunk where the answers take their place, or moved into another frame.
+template <class T, int kCoordinates>
+class Copy {
+ public:
+  PointArray<const T> take(const PointArray<const T>& points, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      for (int c = 0; c < kCoordinates; ++c) list().at(i, c) = points.at(i, c);
+    }
+    return {all_.data(), kCoordinates};
+  }
+
+  PointArray<const double> transform(const PoseRows& pose, const PointArray<const double>& points,
+                                     std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto p = transformed(
+          pose, Point3<double>{points.at(i, 0), points.at(i, 1), points.at(i, 2)});
+      list().at(i, 0) = p.x;
+      list().at(i, 1) = p.y;
+      list().at(i, 2) = p.z;
+    }
+    return {all_.data(), kCoordinates};
+  }
+
+ private:
+  PointArray<T> list() { return {all_.data(), kCoordinates}; }
+
+  std::array<T, kCoordinates * kChunk> all_;
+};
+
+/// Puts the answers to what a kernel left open, `solve(i)` for point i, in their places.
+template <class T, class Solve>
+void closeOpenQuestions(const PointArray<T>& out, std::size_t count, Codes* codes,
+                        const Solve& solve) {
+  for (std::size_t i = 0; i < count; ++i) {
+    if ((*codes)[i] != static_cast<std::uint8_t>(kUndecided)) continue;
+    const PointAnswer answer = solve(i);
+    out.at(i, 0) = static_cast<T>(answer.x);
+    out.at(i, 1) = static_cast<T>(answer.y);
+    (*codes)[i] = static_cast<std::uint8_t>(answer.status);
+  }
+}
+
+/// Writes what the caller wants of the codes; how many are not `kOk`.
+std::size_t reportCodes(const Codes& codes, std::size_t count, PointStatus* statuses) {
+  for (std::size_t i = 0; statuses != nullptr && i < count; ++i) {
+    statuses[i] = static_cast<PointStatus>(codes[i]);
+  }
+  const auto end = codes.begin() + static_cast<std::ptrdiff_t>(count);
+  return count - static_cast<std::size_t>(std::count(codes.begin(), end, 0));
+}
+
+template <class Jacobian>
+void clearUnanswered(const Codes& codes, std::size_t count, Jacobian* jacobians) {
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!hasAnswer(static_cast<PointStatus>(codes[i]))) setNaN(&jacobians[i]);
+  }
+}
+
+/// One thread's share of a projection.
+class Projection {
+ public:
+  Projection(const PreparedCamera& camera, const PoseRows* pose)
+      : camera_(camera), pose_(pose), solver_(camera) {}
+
+  /// One chunk; how many points are not `kOk`.
+  std::size_t run(PointArray<const double> points, std::size_t count,
+                  const PointArray<double>& pixels, const ProjectionExtras& extras) {
+    if (points.data == pixels.data) points = given_.take(points, count);
+    kernels().project(camera_, pose_, points, count, pixels, codes_.data());
+    closeOpenQuestions(pixels, count, &codes_, [&](std::size_t i) {
+      return solver_.project(pose_, {points.at(i, 0), points.at(i, 1), points.at(i, 2)});
+    });
+    if (extras.jacobians != nullptr) {
+      if (pose_ != nullptr) points = in_camera_.transform(*pose_, points, count);
+      kernels().projectionJacobians(camera_, points, count, numbersOf(extras.jacobians));
+      clearUnanswered(codes_, count, extras.jacobians);
+    }
+    return reportCodes(codes_, count, extras.statuses);
+  }
+
+ private:
+  const PreparedCamera& camera_;
+  const PoseRows* pose_;
+  PointSolver solver_;
+  Codes codes_;
+  Copy<double, 3> given_;
+  Copy<double, 3> in_camera_;
+};
+
+/// One thread's share of a rectification.
+template <class T>
+class Rectification {
+ public:
+  explicit Rectification(const PreparedCamera& camera) : camera_(camera), solver_(camera) {}
+
+  const Codes& run(PointArray<const T> pixels, std::size_t count, const PointArray<T>& rays) {
+    if (pixels.data == rays.data) pixels = given_.take(pixels, count);
+    if constexpr (std::is_same_v<T, float>) {
+      kernels().rectifyFloats(camera_, pixels, count, rays, codes_.data());
+    } else {
+      kernels().rectify(camera_, pixels, count, rays, codes_.data());
+    }
+    closeOpenQuestions(rays, count, &codes_, [&](std::size_t i) {
+      return solver_.rectify(static_cast<double>(pixels.at(i, 0)),
+                             static_cast<double>(pixels.at(i, 1)));
+    });
+    return codes_;
+  }
+
+ private:
+  const PreparedCamera& camera_;
+  PointSolver solver_;
+  Codes codes_;
+  Copy<T, 2> given_;
+};
+
+/// Calls `chunk(begin, count)` for all chunks of [0, count), which says how many of its points are
+/// not `kOk`, with one `makeShare()` a thread; their sum.
+template <class MakeShare, class Chunk>
+std::size_t inChunks(std::size_t count, int threads, const MakeShare& make_share,
+                     const Chunk& chunk) {
+  std::atomic<std::size_t> not_ok{0};
+  const auto work = [&](std::size_t begin, std::size_t end) {
+    auto share = make_share();
+    std::size_t sum = 0;
+    for (; begin < end; begin += kChunk) {
+      sum += chunk(&share, begin, std::min(kChunk, end - begin));
+    }
+    not_ok += sum;
+  };
+  if (threads == 1) {
+    work(0, count);
+  } else {
+    inParallel(count, kPointsOfThread, threads, work);
+  }
+  return not_ok;
+}
+
+}  // namespace
+
+PreparedCamera prepareFor(const calibration::CameraModel& camera, std::size_t count) {
+  return count < kFewPoints ? unprepared(camera) : prepare(camera);
+}
+
+std::size_t projectBatch(const PreparedCamera& camera, const PoseRows* pose,
+                         const PointArray<const double>& points, std::size_t count,
+                         const PointArray<double>& pixels, const ProjectionExtras& extras,
+                         int threads) {
+  return inChunks(
+      count, threads, [&] { return Projection(camera, pose); },
+      [&](Projection* share, std::size_t begin, std::size_t size) {
+        ProjectionExtras here = extras;
+        if (here.statuses != nullptr) here.statuses += begin;
+        if (here.jacobians != nullptr) here.jacobians += begin;
+        return share->run(from(points, begin), size, from(pixels, begin), here);
+      });
+}
+
+std::size_t rectifyBatch(const PreparedCamera& camera, const PointArray<const double>& pixels,
+                         std::size_t count, const PointArray<double>& rays,
+                         const RectificationExtras& extras, int threads) {
+  return inChunks(
+      count, threads, [&] { return Rectification<double>(camera); },
+      [&](Rectification<double>* share, std::size_t begin, std::size_t size) {
+        const PointArray<double> out = from(rays, begin);
+        const Codes& codes = share->run(from(pixels, begin), size, out);
+        if (extras.jacobians != nullptr) {
+          const PointArray<const double> answers{out.data, out.stride, out.coordinate_stride};
+          auto* const jacobians = extras.jacobians + begin;
+          kernels().rectificationJacobians(camera, answers, size, numbersOf(jacobians));
+          clearUnanswered(codes, size, jacobians);
+        }
+        PointStatus* const statuses = extras.statuses;
+        return reportCodes(codes, size, statuses == nullptr ? nullptr : statuses + begin);
+      });
+}
+
+void rectifyFloatBatch(const PreparedCamera& camera, const PointArray<const float>& pixels,
+                       std::size_t count, const PointArray<float>& rays) {
+  Rectification<float> share(camera);
+  for (std::size_t begin = 0; begin < count; begin += kChunk) {
+    share.run(from(pixels, begin), std::min(kChunk, count - begin), from(rays, begin));
+  }
+}
+
+}  // namespace norv::internal

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+
+#include "support/camera/prepared_camera.h"
+#include "support/camera_model.h"
+#include "support/point_projection.h"
+
+namespace norv::internal {
+
+/// The camera as a batch of `count` points wants it: to find out everything pays for itself only
+/// where there are many.
+PreparedCamera prepareFor(const calibration::CameraModel& camera, std::size_t count);
+
+/// `projectPoints` of points of the parent frame, or of the camera frame where `pose` is null; the
+/// derivatives are by the point in the camera frame.
+std::size_t projectBatch(const PreparedCamera& camera, const PoseRows* pose,
+                         const calibration::PointArray<const double>& points, std::size_t count,
+                         const calibration::PointArray<double>& pixels,
+                         const calibration::ProjectionExtras& extras, int threads);
+
+/// `rectifyPoints`.
+std::size_t rectifyBatch(const PreparedCamera& camera,
+                         const calibration::PointArray<const double>& pixels, std::size_t count,
+                         const calibration::PointArray<double>& rays,
+                         const calibration::RectificationExtras& extras, int threads);
+
+/// The same in single precision: each coordinate rounded once.
+void rectifyFloatBatch(const PreparedCamera& camera,
+                       const calibration::PointArray<const float>& pixels, std::size_t count,
+                       const calibration::PointArray<float>& rays);
+
+}  // namespace norv::internal

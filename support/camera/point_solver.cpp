@@ -1,0 +1,57 @@
+#include "support/camera/point_solver.h"
+
+#include <cmath>
+
+namespace norv::internal {
+
+using calibration::NormalizedPoint;
+using calibration::PointStatus;
+
+namespace {
+
+PointAnswer answerOf(const CodedPoint<double>& point, PointStatus status) {
+  if (calibration::hasAnswer(status)) return {point.x, point.y, status};
+  return {kNoNumber, kNoNumber, status};
+}
+
+PointStatus statusOf(double code) { return static_cast<PointStatus>(code); }
+
+}  // namespace
+
+PointSolver::PointSolver(const PreparedCamera& camera)
+    : camera_(camera) {}
+
+LensInverse& PointSolver::inverse() {
+  if (!inverse_) inverse_.emplace(camera_.model.lens);
+  return *inverse_;
+}
+
+PointAnswer PointSolver::project(const PoseRows* pose, const Point3<double>& point) {
+  const Point3<double> p = pose != nullptr ? transformed(*pose, point) : point;
+  const CodedPoint<double> pixel = projected(camera_, p, 0 * point.x + 0 * point.y + 0 * point.z);
+  const bool is_open = pixel.code == kUndecided;
+  return answerOf(pixel, is_open ? decide({p.x / p.z, p.y / p.z}, pixel) : statusOf(pixel.code));
+}
+
+PointStatus PointSolver::decide(const NormalizedPoint<double>& ray,
+                                const CodedPoint<double>& pixel) {
+  const bool is_finite = std::isfinite(ray.x) && std::isfinite(ray.y);
+  const bool is_imaged = is_finite ? inverse().contains(ray) : inverse().neverEnds();
+  if (!is_imaged) return PointStatus::kBeyondLens;
+  if (!inFloatRange(pixel.x, pixel.y)) return PointStatus::kNotFinite;
+  return statusOf(placeCode(camera_.model, pixel.x, pixel.y));
+}
+
+PointAnswer PointSolver::rectify(double u, double v) {
+  const NormalizedPoint<double> target = targetOf(camera_.model, u, v);
+  if (!camera_.isUsable() || !std::isfinite(target.x) || !std::isfinite(target.y)) {
+    return {kNoNumber, kNoNumber, PointStatus::kNotFinite};
+  }
+  const NormalizedPoint<double> ray = inverse().undistort(target);
+  if (std::isnan(ray.x)) return {kNoNumber, kNoNumber, PointStatus::kBeyondLens};
+  const bool fits = inFloatRange(ray.x, ray.y);
+  return answerOf({ray.x, ray.y, 0},
+                  fits ? statusOf(placeCode(camera_.model, u, v)) : PointStatus::kNotFinite);
+}
+
+}  // namespace norv::internal

@@ -1,0 +1,38 @@
+#pragma once
+
+/// Where a lens ends: the rays that it images one to one, and the share of an image that they fill.
+/// Units, frames, pixel origin: docs/conventions.md.
+
+#include "camera_model.h"
+#include "export.h"
+
+namespace norv::calibration {
+
+/// The largest r = |(x, y)| such that all rays within it lie on the first branch of the lens
+/// (`rectifyPoint` defines it); infinity if all rays do, NaN where a coefficient is NaN or
+/// exceeds the range of float.
+///
+/// Without tangential terms the branch ends there: at the first fold, where d(r_d)/dr vanishes, or
+/// pole. With them it is the disc on which the Jacobian of the lens is certainly positive definite:
+/// that of the tangential terms has no eigenvalue below -6 hypot(p1, p2) r. The branch then reaches
+/// farther in most directions; points are told apart exactly. Takes microseconds. Thread-safe.
+NORV_EXPORT double validRadius(const LensDistortion<double>& lens);
+
+/// The same as an angle from the optical axis, radians: pi / 2 if all rays lie on the branch.
+NORV_EXPORT double validHalfAngle(const LensDistortion<double>& lens);
+
+/// How much of an image the first branch of the lens fills.
+struct ImageCoverage {
+  /// Share of the image's pixels at whose centre a ray is imaged, 0 to 1; NaN for an image without
+  /// pixels.
+  double share = 0;
+  /// Distance from the principal point, pixels, of the nearest pixel centre at which none is;
+  /// infinity if there is one at each.
+  double nearest_without_ray = 0;
+};
+
+/// The coverage of the camera's image. Takes some ten milliseconds for a million pixels.
+/// Thread-safe; allocates what a row of the image needs.
+NORV_EXPORT ImageCoverage coverage(const CameraModel& camera);
+
+}  // namespace norv::calibration
