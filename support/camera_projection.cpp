@@ -3,108 +3,84 @@
 #include <cmath>
 #include <limits>
 
+#include "support/camera/kernels.h"
+#include "support/camera/point_batches.h"
+#include "support/camera/point_formulas.h"
+#include "support/camera/prepared_camera.h"
 #include "support/lens/lens_inverse.h"
 #include "support/lens_distortion.h"
-#include "support/numeric/lanes.h"
+#include "support/numeric/float_range.h"
 
 namespace norv {
 namespace {
 
-using internal::DoublePair;
+using internal::Point3;
 
-/// A camera with its pose in double precision. Its elements are written out: Eigen's conversion of
-/// small matrices takes three times as long as the whole projection.
-class PosedCamera {
- public:
-  PosedCamera(const Matrix4x4_f& camera_from_parent, const std::vector<float>& distortion,
-              const Matrix3x3_f& k)
-      : pose_(camera_from_parent.data()),
-        k_(k.data()),
-        lens_(calibration::lensFromCoefficients<double>(distortion.data(), distortion.size())) {}
+double number(float value) { return static_cast<double>(value); }
 
-  /// Pixel of the point (x, y, z) of the parent frame, or pixels of two of them.
-  template <class Coordinate>
-  calibration::NormalizedPoint<Coordinate> project(const Coordinate& x, const Coordinate& y,
-                                                   const Coordinate& z) const {
-    const auto row = [&](const float* m) {
-      return at(m, 0) * x + at(m, 1) * y + at(m, 2) * z + at(m, 3);
-    };
-    const Coordinate depth = row(pose_ + 8);
-    const auto p = lens_.distort(
-        calibration::NormalizedPoint<Coordinate>{row(pose_) / depth, row(pose_ + 4) / depth});
-    return {at(k_, 0) * p.x + at(k_, 1) * p.y + at(k_, 2),
-            at(k_, 3) * p.x + at(k_, 4) * p.y + at(k_, 5)};
-  }
-
- private:
-  static double at(const float* m, int i) { return static_cast<double>(m[i]); }
-
-  const float* pose_;  ///< row by row, this and the camera matrix
-  const float* k_;
-  calibration::LensDistortion<double> lens_;
-};
-
-Vector2_f toPixel(double u, double v) { return {static_cast<float>(u), static_cast<float>(v)}; }
-
-Vector2_f projectOne(const PosedCamera& camera, const Vector3_f& point) {
-  const auto pixel = camera.project(static_cast<double>(point.x()), static_cast<double>(point.y()),
-                                    static_cast<double>(point.z()));
-  return toPixel(pixel.x, pixel.y);
+/// The elements are written out: Eigen's conversion of small matrices takes three times as long as
+/// the whole projection.
+internal::PoseRows poseRows(const Matrix4x4_f& camera_from_parent) {
+  const float* const m = camera_from_parent.data();  // row by row
+  const auto at = [m](int i) { return number(m[i]); };
+  return {
+      {{at(0), at(1), at(2), at(3)}, {at(4), at(5), at(6), at(7)}, {at(8), at(9), at(10), at(11)}}};
 }
 
-/// The i-th coordinates of two points.
-DoublePair pair(const Vector3_f* points, int i) {
-  return DoublePair{static_cast<double>(points[0][i]), static_cast<double>(points[1][i])};
+internal::MatrixRows2x3 matrixRows(const Matrix3x3_f& k) {
+  return {{{number(k(0, 0)), number(k(0, 1)), number(k(0, 2))},
+           {number(k(1, 0)), number(k(1, 1)), number(k(1, 2))}}};
+}
+
+calibration::LensDistortion<double> lensOf(const std::vector<float>& distortion) {
+  return calibration::lensFromCoefficients<double>(distortion.data(), distortion.size());
 }
 
 }  // namespace
 
 Vector2_f project3dToCamera(const CameraTransform& pose, const std::vector<float>& distortion,
                             const Matrix3x3_f& K, const Vector3_f& point) {
-  return projectOne(PosedCamera(pose.transform, distortion, K), point);
+  const Point3<double> given{number(point.x()), number(point.y()), number(point.z())};
+  const calibration::NormalizedPoint<double> pixel = internal::uncheckedPixel(
+      matrixRows(K), lensOf(distortion), internal::transformed(poseRows(pose.transform), given));
+  return {static_cast<float>(pixel.x), static_cast<float>(pixel.y)};
 }
 
 void projectPoints(const CameraTransform& pose, const std::vector<float>& distortion,
                    const Matrix3x3_f& K, const Vector3_f* points, std::size_t count,
                    Vector2_f* pixels) {
-  const PosedCamera camera(pose.transform, distortion, K);
-  std::size_t i = 0;
-  for (; i + 1 < count; i += 2) {
-    const Vector3_f* const two = points + i;
-    const auto pixel = camera.project(pair(two, 0), pair(two, 1), pair(two, 2));
-    pixels[i] = toPixel(pixel.x[0], pixel.y[0]);
-    pixels[i + 1] = toPixel(pixel.x[1], pixel.y[1]);
-  }
-  if (i < count) pixels[i] = projectOne(camera, points[i]);
+  if (count == 0) return;
+  internal::kernels().projectUnchecked(matrixRows(K), lensOf(distortion), poseRows(pose.transform),
+                                       {points->data(), 3}, count, {pixels->data(), 2});
 }
 
 namespace calibration {
 namespace {
 
+/// Fewer pixels are rectified one by one before it is found out where their lens ends.
+constexpr std::size_t kManyPixels = 32;
+
 /// The inverse of a camera with a lens, for any number of pixels.
 class Rectifier {
  public:
   Rectifier(const float* distortion, const float* principal_point, const float* focal_lengths)
-      : cx_(static_cast<double>(principal_point[0])),
-        cy_(static_cast<double>(principal_point[1])),
-        fx_(static_cast<double>(focal_lengths[0])),
-        fy_(static_cast<double>(focal_lengths[1])),
+      : cx_(number(principal_point[0])),
+        cy_(number(principal_point[1])),
+        fx_(number(focal_lengths[0])),
+        fy_(number(focal_lengths[1])),
         lens_(lensFromCoefficients<double>(distortion, 8)) {}
 
   Vector2_f rectify(const Vector2_f& pixel) {
     // An infinite focal length would put every pixel at the centre.
     if (!std::isfinite(fx_) || !std::isfinite(fy_)) return {kNaN, kNaN};
     const NormalizedPoint<double> p =
-        lens_.undistort({(static_cast<double>(pixel.x()) - cx_) / fx_,
-                         (static_cast<double>(pixel.y()) - cy_) / fy_});
-    // False for NaN too.
-    if (!(std::abs(p.x) <= kMaxFloat && std::abs(p.y) <= kMaxFloat)) return {kNaN, kNaN};
+        lens_.undistort({(number(pixel.x()) - cx_) / fx_, (number(pixel.y()) - cy_) / fy_});
+    if (!internal::isInFloatRange(p.x) || !internal::isInFloatRange(p.y)) return {kNaN, kNaN};
     return {static_cast<float>(p.x), static_cast<float>(p.y)};
   }
 
  private:
   static constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-  static constexpr auto kMaxFloat = static_cast<double>(std::numeric_limits<float>::max());
 
   double cx_;
   double cy_;
@@ -123,8 +99,21 @@ Vector2_f rectifyPoint(const float* distortion, const float* principal_point,
 void rectifyPoints(const float* distortion, const float* principal_point,
                    const float* focal_lengths, const Vector2_f* pixels, std::size_t count,
                    Vector2_f* points) {
-  Rectifier rectifier(distortion, principal_point, focal_lengths);
-  for (std::size_t i = 0; i < count; ++i) points[i] = rectifier.rectify(pixels[i]);
+  if (count < kManyPixels) {
+    Rectifier rectifier(distortion, principal_point, focal_lengths);
+    for (std::size_t i = 0; i < count; ++i) points[i] = rectifier.rectify(pixels[i]);
+    return;
+  }
+  const CameraModel camera{0,
+                           0,
+                           number(focal_lengths[0]),
+                           number(focal_lengths[1]),
+                           0,
+                           number(principal_point[0]),
+                           number(principal_point[1]),
+                           lensFromCoefficients<double>(distortion, 8)};
+  internal::rectifyFloatBatch(internal::prepare(camera), {pixels->data(), 2}, count,
+                              {points->data(), 2});
 }
 
 }  // namespace calibration

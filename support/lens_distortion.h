@@ -76,11 +76,18 @@ struct LensDistortion {
   /// coordinates the result carries the Jacobian.
   template <class Coordinate>
   NormalizedPoint<Coordinate> distort(const NormalizedPoint<Coordinate>& p) const {
+    const Coordinate s = p.x * p.x + p.y * p.y;
+    return distort(p, Coordinate(numerator(s) / denominator(s)));
+  }
+
+  /// The same for those who have the radial factor `g` already.
+  template <class Coordinate>
+  NormalizedPoint<Coordinate> distort(const NormalizedPoint<Coordinate>& p,
+                                      const Coordinate& g) const {
     const Coordinate xx = p.x * p.x;
     const Coordinate yy = p.y * p.y;
     const Coordinate xy = p.x * p.y;
     const Coordinate s = xx + yy;
-    const Coordinate g = numerator(s) / denominator(s);
     return {p.x * g + T(2) * p1 * xy + p2 * (s + T(2) * xx),
             p.y * g + p1 * (s + T(2) * yy) + T(2) * p2 * xy};
   }

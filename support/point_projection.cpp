@@ -41,14 +41,15 @@ std::size_t projectPoints(const CameraModel& camera,
                           const PointArray<const double>& points_in_camera, std::size_t count,
                           const PointArray<double>& pixels, const ProjectionExtras& extras,
                           int threads) {
-  return internal::projectBatch(internal::prepareFor(camera, count), nullptr, points_in_camera, count, pixels,
-                                extras, threads);
+  return internal::projectBatch(internal::prepareFor(camera, count), nullptr, points_in_camera,
+                                count, pixels, extras, threads);
 }
 
 std::size_t rectifyPoints(const CameraModel& camera, const PointArray<const double>& pixels,
                           std::size_t count, const PointArray<double>& rays,
                           const RectificationExtras& extras, int threads) {
-  return internal::rectifyBatch(internal::prepareFor(camera, count), pixels, count, rays, extras, threads);
+  return internal::rectifyBatch(internal::prepareFor(camera, count), pixels, count, rays, extras,
+                                threads);
 }
 
 DerivativeRows<6> byPose(const ProjectionJacobian& jacobian,

@@ -37,8 +37,8 @@ inline constexpr int kIntrinsics = 13;
 
 /// Rows (u, v) of derivatives of a pixel by fx, fy, skew, cx, cy and the eight coefficients.
 template <class Number>
-void intrinsicsRows(const calibration::CameraModel& camera, const LensSlopes<Number>& at,
-                    Number* u, Number* v) {
+void intrinsicsRows(const calibration::CameraModel& camera, const LensSlopes<Number>& at, Number* u,
+                    Number* v) {
   const auto distorted = camera.lens.distort(at.p);
   const Number x = at.p.x;
   const Number y = at.p.y;
@@ -49,9 +49,9 @@ void intrinsicsRows(const calibration::CameraModel& camera, const LensSlopes<Num
   const Number p1_y = at.s + 2 * y * y;
   const Number p2_x = at.s + 2 * x * x;
   // Derivatives of the distorted point by k1, k2, p1, p2, k3, k4, k5, k6.
-  const Number lens_x[] = {x * s1,         x * s2,         xy2, p2_x, x * s3, -(x * at.g) * s1,
+  const Number lens_x[] = {x * s1,           x * s2,          xy2, p2_x, x * s3, -(x * at.g) * s1,
                            -(x * at.g) * s2, -(x * at.g) * s3};
-  const Number lens_y[] = {y * s1,         y * s2,         p1_y, xy2, y * s3, -(y * at.g) * s1,
+  const Number lens_y[] = {y * s1,           y * s2,          p1_y, xy2, y * s3, -(y * at.g) * s1,
                            -(y * at.g) * s2, -(y * at.g) * s3};
   const Number matrix_u[] = {distorted.x, 0, distorted.y, 1, 0};
   const Number matrix_v[] = {0, distorted.y, 0, 0, 1};
@@ -101,8 +101,7 @@ void rectificationJacobian(const calibration::CameraModel& camera,
   const Number c = camera.fy * at.xy;
   const Number d = camera.fy * at.yy;
   // fx fy det J: of a d - b c the terms with skew cancel.
-  const Number one_over_determinant =
-      1 / (camera.fx * camera.fy * (at.xx * at.yy - at.xy * at.xy));
+  const Number one_over_determinant = 1 / (camera.fx * camera.fy * (at.xx * at.yy - at.xy * at.xy));
   out[0] = d * one_over_determinant;
   out[1] = -b * one_over_determinant;
   out[2] = -c * one_over_determinant;

@@ -4,10 +4,18 @@
 /// that are compiled for one, after NORV_LANES and NORV_KERNELS; only templates of `Lanes`, and
 /// functions of that namespace, may be called here (kernels.h).
 
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
 #include "support/camera/jacobian_formulas.h"
 #include "support/camera/kernels.h"
 #include "support/camera/lanes.h"
 #include "support/camera/point_formulas.h"
+
+/// All that a loop calls becomes part of it: what goes through memory on the way costs more than
+/// the arithmetic.
+#define NORV_ONE_LOOP __attribute__((flatten))
 
 namespace norv::internal::NORV_KERNELS {
 namespace {
@@ -17,43 +25,39 @@ using Triple = Point3<Lanes>;
 
 constexpr auto kStep = static_cast<std::size_t>(kLanes);
 
-/// How many points of a group of lanes there are; the lanes beyond are computed and dropped.
-int lanesAt(std::size_t begin, std::size_t count) {
-  return count - begin < kStep ? static_cast<int>(count - begin) : kLanes;
+/// Calls `group(begin, lanes)` for groups of points that make up [0, count).
+template <class Group>
+void forGroups(std::size_t count, const Group& group) {
+  std::size_t i = 0;
+  for (; i + kStep <= count; i += kStep) group(i, AllLanes{});
+  if (i < count) group(i, static_cast<int>(count - i));
 }
 
-/// Coordinate `c` of the points from `begin` on; lanes beyond the last repeat it.
-template <class T>
-Lanes loadPoints(const T* data, std::ptrdiff_t stride, std::size_t begin, int valid) {
-  const T* const first = data + static_cast<std::ptrdiff_t>(begin) * stride;
-  if (valid == kLanes) return load(first, stride);
-  Doubles all{};
-  for (int i = 0; i < kLanes; ++i) {
-    all[i] = static_cast<double>(first[(i < valid ? i : valid - 1) * stride]);
-  }
-  return Lanes(all);
+/// Numbers of the points from `begin` on.
+template <class T, class Count>
+Lanes loadPoints(const T* data, std::ptrdiff_t stride, std::size_t begin, Count valid) {
+  return load(data + static_cast<std::ptrdiff_t>(begin) * stride, stride, valid);
 }
 
-template <class T>
-void storePoints(const Lanes& lanes, T* data, std::ptrdiff_t stride, std::size_t begin, int valid) {
-  T* const first = data + static_cast<std::ptrdiff_t>(begin) * stride;
-  if (valid == kLanes) {
-    store(lanes, kLanes, first, stride);
-  } else {
-    store(lanes, valid, first, stride);
-  }
+template <class T, class Count>
+void storePoints(const Lanes& lanes, T* data, std::ptrdiff_t stride, std::size_t begin,
+                 Count valid) {
+  store(lanes, valid, data + static_cast<std::ptrdiff_t>(begin) * stride, stride);
 }
 
-void storeCodes(const Lanes& code, std::uint8_t* codes, int valid) {
-  if (!anyOf(code != 0)) {
-    for (int i = 0; i < valid; ++i) codes[i] = 0;
-  } else {
+/// Whether any of the codes, that of a lane without a point too, is not that of `kOk`.
+template <class Count>
+bool storeCodes(const Lanes& code, std::uint8_t* codes, Count valid) {
+  if (anyOf(code != 0)) {
     store(code, valid, codes, 1);
+    return true;
   }
+  __builtin_memset(codes, 0, static_cast<std::size_t>(valid));
+  return false;
 }
 
-template <class T>
-Triple loadTriple(const Points<T>& points, std::size_t begin, int valid) {
+template <class T, class Count>
+Triple loadTriple(const Points<T>& points, std::size_t begin, Count valid) {
   const T* const data = points.data;
   const std::ptrdiff_t next = points.coordinate_stride;
   return {loadPoints(data, points.stride, begin, valid),
@@ -61,92 +65,136 @@ Triple loadTriple(const Points<T>& points, std::size_t begin, int valid) {
           loadPoints(data + 2 * next, points.stride, begin, valid)};
 }
 
-template <class T>
+template <class T, class Count>
 void storePair(const Lanes& x, const Lanes& y, const Points<T>& points, std::size_t begin,
-               int valid) {
+               Count valid) {
   storePoints(x, points.data, points.stride, begin, valid);
   storePoints(y, points.data + points.coordinate_stride, points.stride, begin, valid);
 }
 
+/// A block of rays between the passes of a loop. One pass over the whole way of a point would be a
+/// chain of some 90 cycles; the processor's schedulers do not hold enough points to keep busy
+/// during it. Short passes over points that stay in the first-level cache take half of the time.
+struct RayBlock {
+  static constexpr std::size_t kGroups = 16;
+
+  void setFactors(const calibration::LensDistortion<double>& lens, std::size_t groups) {
+    for (std::size_t k = 0; k < groups; ++k) factor[k] = radialFactor(lens, Pair{x[k], y[k]});
+  }
+
+  ImagedRay<Lanes> imaged(const calibration::CameraModel& camera, std::size_t k) const {
+    return ImagedRay<Lanes>(camera, {x[k], y[k]}, factor[k]);
+  }
+
+  Lanes x[kGroups];
+  Lanes y[kGroups];
+  Lanes z[kGroups];
+  Lanes factor[kGroups];
+};
+
+/// Calls `block(begin, size)` for blocks that make up [0, count).
+template <class Block>
+void forBlocks(std::size_t count, const Block& block) {
+  constexpr std::size_t kSize = RayBlock::kGroups * kStep;
+  for (std::size_t i = 0; i < count; i += kSize) block(i, count - i < kSize ? count - i : kSize);
+}
+
+constexpr std::size_t groupsOf(std::size_t size) { return (size + kStep - 1) / kStep; }
+
 template <bool kHasPose>
-void projectAll(const PreparedCamera& camera, const PoseRows* pose,
-                const Points<const double>& points, std::size_t count,
-                const Points<double>& pixels, std::uint8_t* codes) {
-  for (std::size_t i = 0; i < count; i += kStep) {
-    const int valid = lanesAt(i, count);
-    const Triple given = loadTriple(points, i, valid);
-    const Lanes zero = 0 * given.x + 0 * given.y + 0 * given.z;
-    CodedPoint<Lanes> answer;
-    if constexpr (kHasPose) {
-      answer = projected(camera, transformed(*pose, given), zero);
-    } else {
-      answer = projected(camera, given, zero);
-    }
-    storePair(answer.x, answer.y, pixels, i, valid);
-    storeCodes(answer.code, codes + i, valid);
-  }
+bool projectAll(const PreparedCamera& shared, const PoseRows* pose,
+                const Points<const double>& points, std::size_t count, const Points<double>& pixels,
+                std::uint8_t* codes) {
+  const PreparedCamera camera = shared;
+  bool not_ok = false;
+  RayBlock rays;
+  forBlocks(count, [&](std::size_t begin, std::size_t size) {
+    forGroups(size, [&](std::size_t i, auto valid) {
+      Triple p = loadTriple(points, begin + i, valid);
+      if constexpr (kHasPose) p = transformed(*pose, p);
+      rays.x[i / kStep] = p.x / p.z;
+      rays.y[i / kStep] = p.y / p.z;
+      rays.z[i / kStep] = p.z;
+    });
+    rays.setFactors(camera.model.lens, groupsOf(size));
+    forGroups(size, [&](std::size_t i, auto valid) {
+      const std::size_t k = i / kStep;
+      const auto given = [&] { return loadTriple(points, begin + i, valid); };
+      const CodedPoint<Lanes> answer =
+          projected(camera, rays.z[k], rays.imaged(camera.model, k), given);
+      storePair(answer.x, answer.y, pixels, begin + i, valid);
+      not_ok |= storeCodes(answer.code, codes + begin + i, valid);
+    });
+  });
+  return not_ok;
 }
 
-void project(const PreparedCamera& camera, const PoseRows* pose, const Points<const double>& points,
-             std::size_t count, const Points<double>& pixels, std::uint8_t* codes) {
+NORV_ONE_LOOP bool project(const PreparedCamera& camera, const PoseRows* pose,
+                           const Points<const double>& points, std::size_t count,
+                           const Points<double>& pixels, std::uint8_t* codes) {
   if (pose != nullptr) {
-    projectAll<true>(camera, pose, points, count, pixels, codes);
-  } else {
-    projectAll<false>(camera, nullptr, points, count, pixels, codes);
+    return projectAll<true>(camera, pose, points, count, pixels, codes);
   }
+  return projectAll<false>(camera, nullptr, points, count, pixels, codes);
 }
 
-void projectUnchecked(const PreparedCamera& camera, const PoseRows& pose,
-                      const Points<const float>& points, std::size_t count,
-                      const Points<float>& pixels) {
-  for (std::size_t i = 0; i < count; i += kStep) {
-    const int valid = lanesAt(i, count);
-    const Pair pixel = pixelOf(camera.model, transformed(pose, loadTriple(points, i, valid)));
+NORV_ONE_LOOP void projectUnchecked(const MatrixRows2x3& matrix, const Lens& coefficients,
+                                    const PoseRows& rows, const Points<const float>& points,
+                                    std::size_t count, const Points<float>& pixels) {
+  const MatrixRows2x3 k = matrix;
+  const Lens lens = coefficients;
+  const PoseRows pose = rows;
+  forGroups(count, [&](std::size_t i, auto valid) {
+    const Pair pixel = uncheckedPixel(k, lens, transformed(pose, loadTriple(points, i, valid)));
     storePair(pixel.x, pixel.y, pixels, i, valid);
-  }
+  });
 }
 
 template <class T>
-void rectifyAll(const PreparedCamera& camera, const Points<const T>& pixels, std::size_t count,
+bool rectifyAll(const PreparedCamera& shared, const Points<const T>& pixels, std::size_t count,
                 const Points<T>& rays, std::uint8_t* codes) {
-  for (std::size_t i = 0; i < count; i += kStep) {
-    const int valid = lanesAt(i, count);
+  const PreparedCamera camera = shared;
+  bool not_ok = false;
+  forGroups(count, [&](std::size_t i, auto valid) {
     const Lanes u = loadPoints(pixels.data, pixels.stride, i, valid);
-    const Lanes v =
-        loadPoints(pixels.data + pixels.coordinate_stride, pixels.stride, i, valid);
+    const Lanes v = loadPoints(pixels.data + pixels.coordinate_stride, pixels.stride, i, valid);
     const CodedPoint<Lanes> answer = rectified(camera, u, v);
     storePair(answer.x, answer.y, rays, i, valid);
-    storeCodes(answer.code, codes + i, valid);
-  }
+    not_ok |= storeCodes(answer.code, codes + i, valid);
+  });
+  return not_ok;
 }
 
-void rectify(const PreparedCamera& camera, const Points<const double>& pixels, std::size_t count,
-             const Points<double>& rays, std::uint8_t* codes) {
-  rectifyAll<double>(camera, pixels, count, rays, codes);
+NORV_ONE_LOOP bool rectify(const PreparedCamera& camera, const Points<const double>& pixels,
+                           std::size_t count, const Points<double>& rays, std::uint8_t* codes) {
+  return rectifyAll<double>(camera, pixels, count, rays, codes);
 }
 
-void rectifyFloats(const PreparedCamera& camera, const Points<const float>& pixels,
-                   std::size_t count, const Points<float>& rays, std::uint8_t* codes) {
-  rectifyAll<float>(camera, pixels, count, rays, codes);
+NORV_ONE_LOOP bool rectifyFloats(const PreparedCamera& camera, const Points<const float>& pixels,
+                                 std::size_t count, const Points<float>& rays,
+                                 std::uint8_t* codes) {
+  return rectifyAll<float>(camera, pixels, count, rays, codes);
 }
 
-void projectionJacobians(const PreparedCamera& camera, const Points<const double>& points,
-                         std::size_t count, double* jacobians) {
-  for (std::size_t i = 0; i < count; i += kStep) {
-    const int valid = lanesAt(i, count);
+NORV_ONE_LOOP void projectionJacobians(const PreparedCamera& shared,
+                                       const Points<const double>& points, std::size_t count,
+                                       double* jacobians) {
+  const PreparedCamera camera = shared;
+  forGroups(count, [&](std::size_t i, auto valid) {
     Lanes all[kProjectionNumbers];
     projectionJacobian(camera.model, loadTriple(points, i, valid), all);
     double* const first = jacobians + i * kProjectionNumbers;
     for (int k = 0; k < kProjectionNumbers; ++k) {
       storePoints(all[k], first + k, kProjectionNumbers, 0, valid);
     }
-  }
+  });
 }
 
-void rectificationJacobians(const PreparedCamera& camera, const Points<const double>& rays,
-                            std::size_t count, double* jacobians) {
-  for (std::size_t i = 0; i < count; i += kStep) {
-    const int valid = lanesAt(i, count);
+NORV_ONE_LOOP void rectificationJacobians(const PreparedCamera& shared,
+                                          const Points<const double>& rays, std::size_t count,
+                                          double* jacobians) {
+  const PreparedCamera camera = shared;
+  forGroups(count, [&](std::size_t i, auto valid) {
     const Pair ray{loadPoints(rays.data, rays.stride, i, valid),
                    loadPoints(rays.data + rays.coordinate_stride, rays.stride, i, valid)};
     Lanes all[kRectificationNumbers];
@@ -155,53 +203,59 @@ void rectificationJacobians(const PreparedCamera& camera, const Points<const dou
     for (int k = 0; k < kRectificationNumbers; ++k) {
       storePoints(all[k], first + k, kRectificationNumbers, 0, valid);
     }
-  }
+  });
 }
 
 template <bool kIsStraight>
-void rectifyRowAll(const PreparedCamera& camera, const RayRow& row, std::size_t begin,
+bool rectifyRowAll(const PreparedCamera& shared, const RayRow& line, std::size_t first,
                    std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
-  for (std::size_t i = 0; i < count; i += kStep) {
-    const int valid = lanesAt(i, count);
-    const Lanes column = static_cast<double>(begin + i) + counting();
-    const Pair p{row.x0 + column * row.dx, row.y0 + column * row.dy};
-    CodedPoint<Lanes> pixel;
-    if constexpr (kIsStraight) {
-      const CodedPoint<Lanes> seen = pixelOfRay(camera, p);
-      pixel = answered(seen.x, seen.y, seen.code);
-    } else {
-      const Lanes z = row.z0 + column * row.dz;
-      pixel = projected(camera, {p.x, p.y, z}, 0 * p.x + 0 * p.y + 0 * z);
+  const PreparedCamera camera = shared;
+  bool not_ok = false;
+  const RayRow row = line;
+  RayBlock rays;
+  forBlocks(count, [&](std::size_t begin, std::size_t size) {
+    for (std::size_t k = 0; k < groupsOf(size); ++k) {
+      const auto column = static_cast<double>(static_cast<std::int64_t>(first + begin + k * kStep));
+      const Lanes i = column + counting();
+      const Triple p{row.x0 + i * row.dx, row.y0 + i * row.dy, row.z0 + i * row.dz};
+      rays.x[k] = kIsStraight ? p.x : p.x / p.z;
+      rays.y[k] = kIsStraight ? p.y : p.y / p.z;
+      rays.z[k] = kIsStraight ? Lanes(1) : p.z;
     }
-    store(pixel.x - 0.5, valid, map_x + i, 1);
-    store(pixel.y - 0.5, valid, map_y + i, 1);
-    storeCodes(pixel.code, codes + i, valid);
-  }
+    rays.setFactors(camera.model.lens, groupsOf(size));
+    forGroups(size, [&](std::size_t i, auto valid) {
+      const std::size_t k = i / kStep;
+      const CodedPoint<Lanes> pixel =
+          placed(camera, rays.z[k], {rays.x[k], rays.y[k]}, rays.imaged(camera.model, k));
+      storeRow(pixel.x - 0.5, valid, map_x + begin + i);
+      storeRow(pixel.y - 0.5, valid, map_y + begin + i);
+      not_ok |= storeCodes(pixel.code, codes + begin + i, valid);
+    });
+  });
+  return not_ok;
 }
 
-void rectifyRow(const PreparedCamera& camera, const RayRow& row, std::size_t begin,
-                std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
+NORV_ONE_LOOP bool rectifyRow(const PreparedCamera& camera, const RayRow& row, std::size_t begin,
+                              std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
   if (row.is_straight) {
-    rectifyRowAll<true>(camera, row, begin, count, map_x, map_y, codes);
-  } else {
-    rectifyRowAll<false>(camera, row, begin, count, map_x, map_y, codes);
+    return rectifyRowAll<true>(camera, row, begin, count, map_x, map_y, codes);
   }
+  return rectifyRowAll<false>(camera, row, begin, count, map_x, map_y, codes);
 }
 
-void viewRow(const ViewFormula& view, const double* rays, std::size_t count, float* map_x,
-             float* map_y) {
+NORV_ONE_LOOP void viewRow(const ViewFormula& view, const double* rays, std::size_t count,
+                           float* map_x, float* map_y) {
   const auto& r = view.rotation;
-  for (std::size_t i = 0; i < count; i += kStep) {
-    const int valid = lanesAt(i, count);
+  forGroups(count, [&](std::size_t i, auto valid) {
     const Lanes x = loadPoints(rays, 2, i, valid);
     const Lanes y = loadPoints(rays + 1, 2, i, valid);
     const Lanes z = r[2][0] * x + r[2][1] * y + r[2][2];
     const Lanes u = view.fx * ((r[0][0] * x + r[0][1] * y + r[0][2]) / z) + view.cx - 0.5;
     const Lanes v = view.fy * ((r[1][0] * x + r[1][1] * y + r[1][2]) / z) + view.cy - 0.5;
     const Mask seen = both(z > 0, inFloatRange(u, v));
-    store(select(seen, u, Lanes(kNoNumber)), valid, map_x + i, 1);
-    store(select(seen, v, Lanes(kNoNumber)), valid, map_y + i, 1);
-  }
+    storeRow(select(seen, u, Lanes(kNoNumber)), valid, map_x + i);
+    storeRow(select(seen, v, Lanes(kNoNumber)), valid, map_y + i);
+  });
 }
 
 using Integers = std::int32_t __attribute__((vector_size(NORV_LANES * sizeof(std::int32_t))));
@@ -223,10 +277,9 @@ Integers wholeOf(const Integers& thirty_seconds) {
   return bounded < least ? least : bounded;
 }
 
-void toFixedPoint(const float* map_x, const float* map_y, std::size_t count, std::int16_t* xy,
-                  std::uint16_t* fraction) {
-  for (std::size_t i = 0; i < count; i += kStep) {
-    const int valid = lanesAt(i, count);
+NORV_ONE_LOOP void toFixedPoint(const float* map_x, const float* map_y, std::size_t count,
+                                std::int16_t* xy, std::uint16_t* fraction) {
+  forGroups(count, [&](std::size_t i, auto valid) {
     const Integers x = toThirtySeconds(loadPoints(map_x, 1, i, valid));
     const Integers y = toThirtySeconds(loadPoints(map_y, 1, i, valid));
     const Integers whole_x = wholeOf(x);
@@ -238,13 +291,13 @@ void toFixedPoint(const float* map_x, const float* map_y, std::size_t count, std
       xy[2 * at + 1] = static_cast<std::int16_t>(whole_y[k]);
       fraction[at] = static_cast<std::uint16_t>(rest[k]);
     }
-  }
+  });
 }
 
 constexpr Kernels kernelsNamed(const char* name) {
-  return {name,          project,       projectUnchecked,       projectionJacobians,
-          rectify,       rectifyFloats, rectificationJacobians, rectifyRow,
-          viewRow,       toFixedPoint};
+  return {name,    project,       projectUnchecked,       projectionJacobians,
+          rectify, rectifyFloats, rectificationJacobians, rectifyRow,
+          viewRow, toFixedPoint};
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "support/camera/point_formulas.h"
 #include "support/camera/prepared_camera.h"
 #include "support/camera_model.h"
 
@@ -33,34 +34,35 @@ struct ViewFormula {
 
 template <class T>
 using Points = calibration::PointArray<T>;
+using Lens = calibration::LensDistortion<double>;
 
 /// Codes are those of `point_formulas.h`, one for each point; what is undecided is the caller's to
-/// decide. Points and answers may share their place.
+/// decide. Where a loop writes codes, it returns false if all of them are that of `kOk`.
 struct Kernels {
   const char* name;
 
   /// Pixels of points of the parent frame, or of the camera frame where `pose` is null.
-  void (*project)(const PreparedCamera& camera, const PoseRows* pose,
+  bool (*project)(const PreparedCamera& camera, const PoseRows* pose,
                   const Points<const double>& points, std::size_t count,
                   const Points<double>& pixels, std::uint8_t* codes);
   /// The same without questions.
-  void (*projectUnchecked)(const PreparedCamera& camera, const PoseRows& pose,
+  void (*projectUnchecked)(const MatrixRows2x3& k, const Lens& lens, const PoseRows& pose,
                            const Points<const float>& points, std::size_t count,
                            const Points<float>& pixels);
   /// Derivatives at points of the camera frame, 32 numbers each (`ProjectionJacobian`).
   void (*projectionJacobians)(const PreparedCamera& camera, const Points<const double>& points,
                               std::size_t count, double* jacobians);
 
-  void (*rectify)(const PreparedCamera& camera, const Points<const double>& pixels,
+  bool (*rectify)(const PreparedCamera& camera, const Points<const double>& pixels,
                   std::size_t count, const Points<double>& rays, std::uint8_t* codes);
-  void (*rectifyFloats)(const PreparedCamera& camera, const Points<const float>& pixels,
+  bool (*rectifyFloats)(const PreparedCamera& camera, const Points<const float>& pixels,
                         std::size_t count, const Points<float>& rays, std::uint8_t* codes);
   /// Derivatives at the answers, 30 numbers each (`RectificationJacobian`).
   void (*rectificationJacobians)(const PreparedCamera& camera, const Points<const double>& rays,
                                  std::size_t count, double* jacobians);
 
   /// Columns `begin` to `begin + count` of a row of a rectifying map: pixels less 0.5.
-  void (*rectifyRow)(const PreparedCamera& camera, const RayRow& row, std::size_t begin,
+  bool (*rectifyRow)(const PreparedCamera& camera, const RayRow& row, std::size_t begin,
                      std::size_t count, float* map_x, float* map_y, std::uint8_t* codes);
   /// Where `count` rays (x, y), side by side, lie in a view, less 0.5; NaN behind it.
   void (*viewRow)(const ViewFormula& view, const double* rays, std::size_t count, float* map_x,

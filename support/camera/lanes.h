@@ -6,6 +6,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 namespace norv::internal::NORV_KERNELS {
 
@@ -15,6 +17,9 @@ using Doubles = double __attribute__((vector_size(NORV_LANES * sizeof(double))))
 using Floats = float __attribute__((vector_size(NORV_LANES * sizeof(float))));
 /// All bits of an element are set where a comparison is true.
 using Bits = std::int64_t __attribute__((vector_size(NORV_LANES * sizeof(std::int64_t))));
+
+/// The same to processor-specific functions.
+using LongLongs = long long __attribute__((vector_size(NORV_LANES * sizeof(long long))));
 
 struct Mask {
   Bits v;
@@ -47,31 +52,80 @@ inline Mask both(const Mask& a, const Mask& b) { return {a.v & b.v}; }
 inline Mask either(const Mask& a, const Mask& b) { return {a.v | b.v}; }
 inline Mask without(const Mask& a, const Mask& b) { return {a.v & ~b.v}; }
 
-inline bool anyOf(const Mask& mask) {
-  std::int64_t any = 0;
-  for (int i = 0; i < kLanes; ++i) any |= mask.v[i];
-  return any != 0;
+/// One bit for each element.
+inline unsigned bitsOf(const Mask& mask) {
+#if defined(__AVX512DQ__) && NORV_LANES == 8
+  return __builtin_ia32_cvtq2mask512(reinterpret_cast<LongLongs>(mask.v));
+#elif defined(__AVX__) && NORV_LANES == 4
+  return static_cast<unsigned>(__builtin_ia32_movmskpd256(reinterpret_cast<Doubles>(mask.v)));
+#elif defined(__SSE2__) && NORV_LANES == 2
+  return static_cast<unsigned>(__builtin_ia32_movmskpd(reinterpret_cast<Doubles>(mask.v)));
+#else
+  unsigned bits = 0;
+  for (int i = 0; i < kLanes; ++i) bits |= (mask.v[i] != 0 ? 1U : 0U) << i;
+  return bits;
+#endif
+}
+
+inline bool anyOf(const Mask& mask) { return bitsOf(mask) != 0; }
+inline bool allOf(const Mask& mask) { return bitsOf(mask) == (1U << NORV_LANES) - 1; }
+
+using AllIndices = std::make_index_sequence<NORV_LANES>;
+
+// Elements are spelled one by one: a loop over them would go through memory.
+template <std::size_t... kIndices>
+Lanes countFromZero(std::index_sequence<kIndices...> /*indices*/) {
+  return Lanes(Doubles{static_cast<double>(kIndices)...});
+}
+
+template <class T, std::size_t... kIndices>
+Lanes gather(const T* first, std::ptrdiff_t stride, std::index_sequence<kIndices...> /*indices*/) {
+  return Lanes(
+      Doubles{static_cast<double>(first[static_cast<std::ptrdiff_t>(kIndices) * stride])...});
+}
+
+template <class T, std::size_t... kIndices>
+void scatter(const Lanes& lanes, T* first, std::ptrdiff_t stride,
+             std::index_sequence<kIndices...> /*indices*/) {
+  ((first[static_cast<std::ptrdiff_t>(kIndices) * stride] = static_cast<T>(lanes.v[kIndices])),
+   ...);
 }
 
 /// 0, 1, 2, ...
-inline Lanes counting() {
-  Doubles all{};
-  for (int i = 0; i < kLanes; ++i) all[i] = i;
-  return Lanes(all);
-}
+inline Lanes counting() { return countFromZero(AllIndices{}); }
 
-/// Every `stride`-th of the numbers that begin at `first`.
+/// The lanes of a group that hold points: all of them, as a constant, or those of the last group.
+using AllLanes = std::integral_constant<int, NORV_LANES>;
+
+/// Every `stride`-th of the numbers that begin at `first`. Lanes without one repeat the last.
 template <class T>
-Lanes load(const T* first, std::ptrdiff_t stride) {
+Lanes load(const T* first, std::ptrdiff_t stride, AllLanes /*count*/) {
+  return gather(first, stride, AllIndices{});
+}
+template <class T>
+Lanes load(const T* first, std::ptrdiff_t stride, int count) {
   Doubles all{};
-  for (int i = 0; i < kLanes; ++i) all[i] = static_cast<double>(first[i * stride]);
+  for (int i = 0; i < kLanes; ++i) {
+    all[i] = static_cast<double>(first[(i < count ? i : count - 1) * stride]);
+  }
   return Lanes(all);
 }
 
-/// The inverse of `load`, for the first `count` of the lanes.
+/// The inverse of `load`.
+template <class T>
+void store(const Lanes& lanes, AllLanes /*count*/, T* first, std::ptrdiff_t stride) {
+  scatter(lanes, first, stride, AllIndices{});
+}
 template <class T>
 void store(const Lanes& lanes, int count, T* first, std::ptrdiff_t stride) {
   for (int i = 0; i < count; ++i) first[i * stride] = static_cast<T>(lanes.v[i]);
 }
+
+/// Rounded to float, side by side.
+inline void storeRow(const Lanes& lanes, AllLanes /*count*/, float* first) {
+  const Floats rounded = __builtin_convertvector(lanes.v, Floats);
+  __builtin_memcpy(first, &rounded, sizeof(rounded));
+}
+inline void storeRow(const Lanes& lanes, int count, float* first) { store(lanes, count, first, 1); }
 
 }  // namespace norv::internal::NORV_KERNELS

@@ -40,7 +40,12 @@ RayRow RowMaker::rayRow(std::size_t j) const {
   const double dx = 1 / view_.fx;
   const double y = (static_cast<double>(j) + 0.5 - view_.cy) / view_.fy;
   const auto at = [&](int c) { return r[0][c] * x + r[1][c] * y + r[2][c]; };
-  return {at(0), r[0][0] * dx, at(1), r[0][1] * dx, at(2), r[0][2] * dx,
+  return {at(0),
+          r[0][0] * dx,
+          at(1),
+          r[0][1] * dx,
+          at(2),
+          r[0][2] * dx,
           view_.view_from_camera.isIdentity(0)};
 }
 
@@ -61,14 +66,14 @@ void RowMaker::rectifyInFixedPoint(std::size_t j, std::int16_t* xy, std::uint16_
   });
 }
 
-void RowMaker::rectifyColumns(const RayRow& row, std::size_t begin, std::size_t count,
-                              float* map_x, float* map_y) {
+void RowMaker::rectifyColumns(const RayRow& row, std::size_t begin, std::size_t count, float* map_x,
+                              float* map_y) {
   if (!camera_.isUsable()) {
     std::fill_n(map_x, count, kNaN);
     std::fill_n(map_y, count, kNaN);
     return;
   }
-  kernels().rectifyRow(camera_, row, begin, count, map_x, map_y, codes_.data());
+  if (!kernels().rectifyRow(camera_, row, begin, count, map_x, map_y, codes_.data())) return;
   for (std::size_t i = 0; i < count; ++i) {
     if (codes_[i] != kOpen) continue;
     const auto column = static_cast<double>(begin + i);
@@ -94,8 +99,9 @@ void RowMaker::undistortColumns(std::size_t j, std::size_t begin, std::size_t co
     pixels[2 * i] = u(i);
     pixels[2 * i + 1] = v;
   }
-  kernels().rectify(camera_, {pixels.data(), 2}, count, {rays_.data(), 2}, codes_.data());
-  for (std::size_t i = 0; i < count; ++i) {
+  const bool not_ok =
+      kernels().rectify(camera_, {pixels.data(), 2}, count, {rays_.data(), 2}, codes_.data());
+  for (std::size_t i = 0; not_ok && i < count; ++i) {
     if (codes_[i] != kOpen) continue;
     const PointAnswer ray = solver_.rectify(u(i), v);
     rays_[2 * i] = ray.x;

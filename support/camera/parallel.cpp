@@ -52,9 +52,8 @@ void inParallel(std::size_t count, std::size_t grain, int threads,
   };
   Helpers helpers;
   std::size_t part = 1;
-  while (part < parts && helpers.start([&work, from = begin(part), to = begin(part + 1)] {
-           work(from, to);
-         })) {
+  while (part < parts &&
+         helpers.start([&work, from = begin(part), to = begin(part + 1)] { work(from, to); })) {
     ++part;
   }
   work(begin(0), begin(1));

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "support/camera/jacobian_access.h"
@@ -49,8 +50,8 @@ class Copy {
   PointArray<const double> transform(const PoseRows& pose, const PointArray<const double>& points,
                                      std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-      const auto p = transformed(
-          pose, Point3<double>{points.at(i, 0), points.at(i, 1), points.at(i, 2)});
+      const auto p =
+          transformed(pose, Point3<double>{points.at(i, 0), points.at(i, 1), points.at(i, 2)});
       list().at(i, 0) = p.x;
       list().at(i, 1) = p.y;
       list().at(i, 2) = p.z;
@@ -77,19 +78,25 @@ void closeOpenQuestions(const PointArray<T>& out, std::size_t count, Codes* code
   }
 }
 
-/// Writes what the caller wants of the codes; how many are not `kOk`.
-std::size_t reportCodes(const Codes& codes, std::size_t count, PointStatus* statuses) {
-  for (std::size_t i = 0; statuses != nullptr && i < count; ++i) {
-    statuses[i] = static_cast<PointStatus>(codes[i]);
+/// The codes of a chunk, all of them decided.
+struct ChunkCodes {
+  Codes codes;
+  std::size_t count;
+  bool all_ok;
+
+  /// Writes them where the caller wants them; how many are not `kOk`.
+  std::size_t report(PointStatus* statuses) const {
+    if (statuses != nullptr) std::memcpy(statuses, codes.data(), count);
+    if (all_ok) return 0;
+    const auto end = codes.begin() + static_cast<std::ptrdiff_t>(count);
+    return count - static_cast<std::size_t>(std::count(codes.begin(), end, 0));
   }
-  const auto end = codes.begin() + static_cast<std::ptrdiff_t>(count);
-  return count - static_cast<std::size_t>(std::count(codes.begin(), end, 0));
-}
+};
 
 template <class Jacobian>
-void clearUnanswered(const Codes& codes, std::size_t count, Jacobian* jacobians) {
-  for (std::size_t i = 0; i < count; ++i) {
-    if (!hasAnswer(static_cast<PointStatus>(codes[i]))) setNaN(&jacobians[i]);
+void clearUnanswered(const ChunkCodes& chunk, Jacobian* jacobians) {
+  for (std::size_t i = 0; !chunk.all_ok && i < chunk.count; ++i) {
+    if (!hasAnswer(static_cast<PointStatus>(chunk.codes[i]))) setNaN(&jacobians[i]);
   }
 }
 
@@ -103,23 +110,26 @@ class Projection {
   std::size_t run(PointArray<const double> points, std::size_t count,
                   const PointArray<double>& pixels, const ProjectionExtras& extras) {
     if (points.data == pixels.data) points = given_.take(points, count);
-    kernels().project(camera_, pose_, points, count, pixels, codes_.data());
-    closeOpenQuestions(pixels, count, &codes_, [&](std::size_t i) {
-      return solver_.project(pose_, {points.at(i, 0), points.at(i, 1), points.at(i, 2)});
-    });
+    chunk_.count = count;
+    chunk_.all_ok = !kernels().project(camera_, pose_, points, count, pixels, chunk_.codes.data());
+    if (!chunk_.all_ok) {
+      closeOpenQuestions(pixels, count, &chunk_.codes, [&](std::size_t i) {
+        return solver_.project(pose_, {points.at(i, 0), points.at(i, 1), points.at(i, 2)});
+      });
+    }
     if (extras.jacobians != nullptr) {
       if (pose_ != nullptr) points = in_camera_.transform(*pose_, points, count);
       kernels().projectionJacobians(camera_, points, count, numbersOf(extras.jacobians));
-      clearUnanswered(codes_, count, extras.jacobians);
+      clearUnanswered(chunk_, extras.jacobians);
     }
-    return reportCodes(codes_, count, extras.statuses);
+    return chunk_.report(extras.statuses);
   }
 
  private:
   const PreparedCamera& camera_;
   const PoseRows* pose_;
   PointSolver solver_;
-  Codes codes_;
+  ChunkCodes chunk_;
   Copy<double, 3> given_;
   Copy<double, 3> in_camera_;
 };
@@ -130,24 +140,27 @@ class Rectification {
  public:
   explicit Rectification(const PreparedCamera& camera) : camera_(camera), solver_(camera) {}
 
-  const Codes& run(PointArray<const T> pixels, std::size_t count, const PointArray<T>& rays) {
+  const ChunkCodes& run(PointArray<const T> pixels, std::size_t count, const PointArray<T>& rays) {
     if (pixels.data == rays.data) pixels = given_.take(pixels, count);
+    chunk_.count = count;
     if constexpr (std::is_same_v<T, float>) {
-      kernels().rectifyFloats(camera_, pixels, count, rays, codes_.data());
+      chunk_.all_ok = !kernels().rectifyFloats(camera_, pixels, count, rays, chunk_.codes.data());
     } else {
-      kernels().rectify(camera_, pixels, count, rays, codes_.data());
+      chunk_.all_ok = !kernels().rectify(camera_, pixels, count, rays, chunk_.codes.data());
     }
-    closeOpenQuestions(rays, count, &codes_, [&](std::size_t i) {
-      return solver_.rectify(static_cast<double>(pixels.at(i, 0)),
-                             static_cast<double>(pixels.at(i, 1)));
-    });
-    return codes_;
+    if (!chunk_.all_ok) {
+      closeOpenQuestions(rays, count, &chunk_.codes, [&](std::size_t i) {
+        return solver_.rectify(static_cast<double>(pixels.at(i, 0)),
+                               static_cast<double>(pixels.at(i, 1)));
+      });
+    }
+    return chunk_;
   }
 
  private:
   const PreparedCamera& camera_;
   PointSolver solver_;
-  Codes codes_;
+  ChunkCodes chunk_;
   Copy<T, 2> given_;
 };
 
@@ -200,15 +213,15 @@ std::size_t rectifyBatch(const PreparedCamera& camera, const PointArray<const do
       count, threads, [&] { return Rectification<double>(camera); },
       [&](Rectification<double>* share, std::size_t begin, std::size_t size) {
         const PointArray<double> out = from(rays, begin);
-        const Codes& codes = share->run(from(pixels, begin), size, out);
+        const ChunkCodes& chunk = share->run(from(pixels, begin), size, out);
         if (extras.jacobians != nullptr) {
           const PointArray<const double> answers{out.data, out.stride, out.coordinate_stride};
           auto* const jacobians = extras.jacobians + begin;
           kernels().rectificationJacobians(camera, answers, size, numbersOf(jacobians));
-          clearUnanswered(codes, size, jacobians);
+          clearUnanswered(chunk, jacobians);
         }
         PointStatus* const statuses = extras.statuses;
-        return reportCodes(codes, size, statuses == nullptr ? nullptr : statuses + begin);
+        return chunk.report(statuses == nullptr ? nullptr : statuses + begin);
       });
 }
 

@@ -23,6 +23,7 @@ inline constexpr double kUndecided = 255;
 
 // Not by functions of <limits>: kernels must not share any (kernels.h).
 inline constexpr double kMostOfFloat = 0x1.fffffep127;
+inline constexpr double kMostOfDouble = 0x1.fffffffffffffp1023;
 inline constexpr double kNoNumber = __builtin_nan("");
 
 template <class Number>
@@ -53,22 +54,24 @@ auto inFloatRange(const Number& x, const Number& y) {
               both(y <= kMostOfFloat, y >= -kMostOfFloat));
 }
 
+/// Whether the pixel lies in the image; false for NaN.
+template <class Number>
+auto insideImage(const calibration::CameraModel& camera, const Number& u, const Number& v) {
+  const double width = camera.width;
+  const double height = camera.height;
+  return both(both(u >= 0, u <= width), both(v >= 0, v <= height));
+}
+
 /// `kOk` or `kOutsideImage`, by where the pixel lies.
 template <class Number>
 Number placeCode(const calibration::CameraModel& camera, const Number& u, const Number& v) {
-  const double width = camera.width;
-  const double height = camera.height;
-  const auto inside = both(both(u >= 0, u <= width), both(v >= 0, v <= height));
-  return select(inside, Number(kOk),
-                Number(kOutsideImage));
+  return select(insideImage(camera, u, v), Number(kOk), Number(kOutsideImage));
 }
 
 /// Coordinates that are an answer, else NaN. Those of an open question stay.
 template <class Number>
 CodedPoint<Number> answered(const Number& x, const Number& y, const Number& code) {
-  const auto valid = either(either(code == kOk,
-                                   code == kOutsideImage),
-                            code == kUndecided);
+  const auto valid = either(either(code == kOk, code == kOutsideImage), code == kUndecided);
   return {select(valid, x, Number(kNoNumber)), select(valid, y, Number(kNoNumber)), code};
 }
 
@@ -79,36 +82,85 @@ calibration::NormalizedPoint<Number> toPixel(const calibration::CameraModel& cam
   return {camera.fx * p.x + camera.skew * p.y + camera.cx, camera.fy * p.y + camera.cy};
 }
 
+/// The top two rows of a camera matrix, whatever they hold.
+struct MatrixRows2x3 {
+  double at[2][3];
+};
+
 /// The pixel of a point of the camera frame, without a question asked.
 template <class Number>
-calibration::NormalizedPoint<Number> pixelOf(const calibration::CameraModel& camera,
-                                             const Point3<Number>& p) {
-  return toPixel(camera, camera.lens.distort(
-                             calibration::NormalizedPoint<Number>{p.x / p.z, p.y / p.z}));
+calibration::NormalizedPoint<Number> uncheckedPixel(const MatrixRows2x3& k,
+                                                    const calibration::LensDistortion<double>& lens,
+                                                    const Point3<Number>& point) {
+  const auto p =
+      lens.distort(calibration::NormalizedPoint<Number>{point.x / point.z, point.y / point.z});
+  const auto row = [&](const double(&m)[3]) { return m[0] * p.x + m[1] * p.y + m[2]; };
+  return {row(k.at[0]), row(k.at[1])};
 }
 
-/// The pixel of the ray through `ray`, which is finite, with its code; the coordinates are there
-/// whatever that says.
 template <class Number>
-CodedPoint<Number> pixelOfRay(const PreparedCamera& camera,
-                              const calibration::NormalizedPoint<Number>& ray) {
+Number radialFactor(const calibration::LensDistortion<double>& lens,
+                    const calibration::NormalizedPoint<Number>& ray) {
   const Number s = ray.x * ray.x + ray.y * ray.y;
-  const auto pixel = toPixel(camera.model, camera.model.lens.distort(ray));
-  Number code = placeCode(camera.model, pixel.x, pixel.y);
-  code = select(inFloatRange(pixel.x, pixel.y), code, Number(kNotFinite));
-  code = select(s < camera.certain, code, Number(kUndecided));
-  code = select(s >= camera.beyond, Number(kBeyondLens), code);
-  return {pixel.x, pixel.y, code};
+  return lens.numerator(s) / lens.denominator(s);
 }
 
-/// `projectPoint` of a point of the camera frame; `zero` is 0 where all that was given is finite.
+/// Point of normalised image coordinates with its squared radius and its pixel, without a question
+/// asked.
 template <class Number>
-CodedPoint<Number> projected(const PreparedCamera& camera, const Point3<Number>& p,
-                             const Number& zero) {
-  const CodedPoint<Number> pixel = pixelOfRay<Number>(camera, {p.x / p.z, p.y / p.z});
-  Number code = select(p.z > 0, pixel.code, Number(kBehindCamera));
+struct ImagedRay {
+  /// `factor` is that of the radial map, `radialFactor`.
+  ImagedRay(const calibration::CameraModel& camera, const calibration::NormalizedPoint<Number>& ray,
+            const Number& factor)
+      : s(ray.x * ray.x + ray.y * ray.y),
+        pixel(toPixel(camera, camera.lens.distort(ray, factor))) {}
+
+  Number s;
+  calibration::NormalizedPoint<Number> pixel;
+};
+
+/// Whether a depth is before the camera, and not infinite.
+template <class Number>
+auto isDepth(const Number& z) {
+  return both(z > 0, z <= kMostOfDouble);
+}
+
+/// What became of a point of depth `z` that was given as `given` in some frame.
+template <class Number>
+CodedPoint<Number> coded(const PreparedCamera& camera, const Number& z, const Point3<Number>& given,
+                         const ImagedRay<Number>& at) {
+  const Number zero = 0 * given.x + 0 * given.y + 0 * given.z;
+  Number code = placeCode(camera.model, at.pixel.x, at.pixel.y);
+  code = select(inFloatRange(at.pixel.x, at.pixel.y), code, Number(kNotFinite));
+  code = select(at.s < camera.certain, code, Number(kUndecided));
+  code = select(at.s >= camera.beyond, Number(kBeyondLens), code);
+  code = select(z > 0, code, Number(kBehindCamera));
   code = select(zero == camera.zero, code, Number(kNotFinite));
-  return answered(pixel.x, pixel.y, code);
+  return answered(at.pixel.x, at.pixel.y, code);
+}
+
+/// `projectPoint` of a point of depth `z` that was given as `given()` in some frame.
+template <class Number, class Given>
+CodedPoint<Number> projected(const PreparedCamera& camera, const Number& z,
+                             const ImagedRay<Number>& at, const Given& given) {
+  // What is mostly so, asked in a few comparisons: infinite coordinates give infinite or NaN ones,
+  // or an infinite depth.
+  const auto plain = both(both(at.s < camera.certain, isDepth(z)),
+                          insideImage(camera.model, at.pixel.x, at.pixel.y));
+  if (allOf(plain)) return {at.pixel.x, at.pixel.y, Number(kOk)};
+  return coded(camera, z, given(), at);
+}
+
+/// The same for a point of the ray `ray` where it does not matter whether the pixel lies in the
+/// image: the code of one that does not may be `kOk`.
+template <class Number>
+CodedPoint<Number> placed(const PreparedCamera& camera, const Number& z,
+                          const calibration::NormalizedPoint<Number>& ray,
+                          const ImagedRay<Number>& at) {
+  const auto plain =
+      both(both(at.s < camera.certain, isDepth(z)), inFloatRange(at.pixel.x, at.pixel.y));
+  if (allOf(plain)) return {at.pixel.x, at.pixel.y, Number(kOk)};
+  return coded(camera, z, {ray.x, ray.y, z}, at);
 }
 
 /// Where the lens has to put the ray that is imaged at the pixel (u, v).

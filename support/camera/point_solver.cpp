@@ -18,8 +18,7 @@ PointStatus statusOf(double code) { return static_cast<PointStatus>(code); }
 
 }  // namespace
 
-PointSolver::PointSolver(const PreparedCamera& camera)
-    : camera_(camera) {}
+PointSolver::PointSolver(const PreparedCamera& camera) : camera_(camera) {}
 
 LensInverse& PointSolver::inverse() {
   if (!inverse_) inverse_.emplace(camera_.model.lens);
@@ -28,9 +27,11 @@ LensInverse& PointSolver::inverse() {
 
 PointAnswer PointSolver::project(const PoseRows* pose, const Point3<double>& point) {
   const Point3<double> p = pose != nullptr ? transformed(*pose, point) : point;
-  const CodedPoint<double> pixel = projected(camera_, p, 0 * point.x + 0 * point.y + 0 * point.z);
+  const NormalizedPoint<double> ray{p.x / p.z, p.y / p.z};
+  const ImagedRay<double> at(camera_.model, ray, radialFactor(camera_.model.lens, ray));
+  const CodedPoint<double> pixel = projected(camera_, p.z, at, [&] { return point; });
   const bool is_open = pixel.code == kUndecided;
-  return answerOf(pixel, is_open ? decide({p.x / p.z, p.y / p.z}, pixel) : statusOf(pixel.code));
+  return answerOf(pixel, is_open ? decide(ray, pixel) : statusOf(pixel.code));
 }
 
 PointStatus PointSolver::decide(const NormalizedPoint<double>& ray,

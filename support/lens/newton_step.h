@@ -76,9 +76,7 @@ class LensNewtonStep {
   }
 
  private:
-  Number residualSquared() const {
-    return residual_.x * residual_.x + residual_.y * residual_.y;
-  }
+  Number residualSquared() const { return residual_.x * residual_.x + residual_.y * residual_.y; }
 
   Point p_;
   Number s_;

@@ -10,5 +10,6 @@ inline bool both(bool a, bool b) { return a && b; }
 inline bool either(bool a, bool b) { return a || b; }
 inline bool without(bool a, bool b) { return a && !b; }
 inline bool anyOf(bool a) { return a; }
+inline bool allOf(bool a) { return a; }
 
 }  // namespace norv::internal

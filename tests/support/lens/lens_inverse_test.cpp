@@ -76,15 +76,15 @@ TEST(LensNewtonStep, AgainstDualNumbers) {
 
 TEST(LensNewtonStep, RegularOnlyWhereTheJacobianIsPositiveDefinite) {
   const LensDistortion<double> fold{-0.5};
-  EXPECT_TRUE(internal::LensNewtonStep(fold, {0.8, 0}, {0, 0}).regular());
+  EXPECT_TRUE(internal::LensNewtonStep<double>(fold, {0.8, 0}, {0, 0}).regular());
   // Beyond the fold at 0.8165 the determinant is negative.
-  EXPECT_FALSE(internal::LensNewtonStep(fold, {0.83, 0}, {0, 0}).regular());
+  EXPECT_FALSE(internal::LensNewtonStep<double>(fold, {0.83, 0}, {0, 0}).regular());
   // Beyond r = sqrt(2) the numerator is negative too and the determinant positive again.
-  EXPECT_FALSE(internal::LensNewtonStep(fold, {1.5, 0}, {0, 0}).regular());
-  EXPECT_FALSE(internal::LensNewtonStep(fold, {0, 1.5}, {0, 0}).regular());
+  EXPECT_FALSE(internal::LensNewtonStep<double>(fold, {1.5, 0}, {0, 0}).regular());
+  EXPECT_FALSE(internal::LensNewtonStep<double>(fold, {0, 1.5}, {0, 0}).regular());
   // Beyond the pole at 1 the Jacobian of 2 r + r / (s - 1) is positive definite from r = 2.06 on.
   const LensDistortion<double> pole{-2, 0, 0, 0, 0, -1, 0, 0};
-  EXPECT_FALSE(internal::LensNewtonStep(pole, {3, 0}, {0, 0}).regular());
+  EXPECT_FALSE(internal::LensNewtonStep<double>(pole, {3, 0}, {0, 0}).regular());
 }
 
 TEST(LensInverse, CentreIsExact) {
