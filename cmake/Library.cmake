@@ -67,15 +67,16 @@ set(library_sources
   calibration_common/review/zoom_checks.cpp
   support/atomic_file.cpp
   support/camera_projection.cpp
-  support/point_projection.cpp
-  support/rectification.cpp
   support/camera_transform.cpp
   support/checks.cpp
   support/file.cpp
   support/logging.cpp
   support/message_parsing.cpp
   support/message_printing.cpp
+  support/point_derivatives.cpp
+  support/point_projection.cpp
   support/printable_text.cpp
+  support/rectification.cpp
   support/rotation_z.cpp
   support/sensor_transform.cpp
   support/single_image_calibration.cpp

@@ -11,32 +11,13 @@
 #include <Eigen/Core>
 #include <cstddef>
 
+#include "batch_extras.h"
 #include "camera_model.h"
 #include "export.h"
+#include "point_array.h"
+#include "point_derivatives.h"
 
 namespace norv::calibration {
-
-/// Order of the intrinsics in the columns of Jacobians: fx, fy, skew, cx, cy, k1, k2, p1, p2, k3,
-/// k4, k5, k6.
-inline constexpr int kIntrinsicsCount = 13;
-
-/// Derivatives have rows (u, v) or (x, y), row by row in memory; not over-aligned, so that their
-/// layout does not depend on the instruction set that a user compiles for.
-template <int kColumns>
-using DerivativeRows = Eigen::Matrix<double, 2, kColumns, Eigen::RowMajor | Eigen::DontAlign>;
-
-/// Derivatives of a pixel, in pixels. NaN where the point has no pixel.
-struct ProjectionJacobian {
-  DerivativeRows<3> point;                      ///< by the point in the camera frame
-  DerivativeRows<kIntrinsicsCount> intrinsics;  ///< by the camera's numbers
-};
-
-/// Derivatives of a ray's point (x/z, y/z). Near the end of the lens' branch they grow without
-/// bound. NaN where the pixel has no ray.
-struct RectificationJacobian {
-  DerivativeRows<2> pixel;                      ///< by the pixel
-  DerivativeRows<kIntrinsicsCount> intrinsics;  ///< by the camera's numbers
-};
 
 /// Pixel at which the camera sees a point of the camera frame (metres, or any unit of length): the
 /// formula of `norv::project3dToCamera` with skew,
@@ -68,17 +49,6 @@ NORV_EXPORT PointStatus rectifyPixel(const CameraModel& camera, const Eigen::Vec
                                      Eigen::Vector2d* ray,
                                      RectificationJacobian* jacobian = nullptr);
 
-/// Where a batch puts what it has to say beside its points, `count` of each; null where it is not
-/// wanted.
-struct ProjectionExtras {
-  PointStatus* statuses = nullptr;
-  ProjectionJacobian* jacobians = nullptr;
-};
-struct RectificationExtras {
-  PointStatus* statuses = nullptr;
-  RectificationJacobian* jacobians = nullptr;
-};
-
 /// `projectPoint` for `count` points; the number of those that are not `kOk`.
 ///
 /// `pixels` may be `points_in_camera` where the arrays have the same place and strides. `threads`
@@ -94,12 +64,5 @@ NORV_EXPORT std::size_t rectifyPoints(const CameraModel& camera,
                                       const PointArray<const double>& pixels, std::size_t count,
                                       const PointArray<double>& rays,
                                       const RectificationExtras& extras = {}, int threads = 1);
-
-/// Derivative of the pixel by the camera's pose, 2 x 6: for
-/// camera_from_parent' = exp(xi) camera_from_parent with xi = (translation, rotation), both in the
-/// camera frame, it is `jacobian.point` [1, -[p]x] with p the point in the camera frame, for which
-/// `jacobian` was computed. Thread-safe.
-NORV_EXPORT DerivativeRows<6> byPose(const ProjectionJacobian& jacobian,
-                                     const Eigen::Vector3d& point_in_camera);
 
 }  // namespace norv::calibration

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "support/camera/jacobian_formulas.h"
-#include "support/point_projection.h"
+#include "support/point_derivatives.h"
 
 namespace norv::internal {
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "support/camera/fixed_point_lanes.h"
 #include "support/camera/jacobian_formulas.h"
 #include "support/camera/kernels.h"
 #include "support/camera/lanes.h"
@@ -256,25 +257,6 @@ NORV_ONE_LOOP void viewRow(const ViewFormula& view, const double* rays, std::siz
     storeRow(select(seen, u, Lanes(kNoNumber)), valid, map_x + i);
     storeRow(select(seen, v, Lanes(kNoNumber)), valid, map_y + i);
   });
-}
-
-using Integers = std::int32_t __attribute__((vector_size(NORV_LANES * sizeof(std::int32_t))));
-
-/// Thirty-seconds, halves rounded to even; the least integer for what exceeds them all and for NaN.
-Integers toThirtySeconds(const Lanes& x) {
-  constexpr double kRounder = 0x1.8p52;
-  const Lanes rounded = (32 * x + kRounder) - kRounder;
-  const Mask fits = both(rounded >= -0x1p31, rounded < 0x1p31);
-  return __builtin_convertvector(select(fits, rounded, Lanes(-0x1p31)).v, Integers);
-}
-
-/// The whole part of thirty-seconds, in the range of 16 bits.
-Integers wholeOf(const Integers& thirty_seconds) {
-  const Integers whole = thirty_seconds >> 5;
-  const Integers most = Integers{} + 32767;
-  const Integers least = Integers{} - 32768;
-  const Integers bounded = whole > most ? most : whole;
-  return bounded < least ? least : bounded;
 }
 
 NORV_ONE_LOOP void toFixedPoint(const float* map_x, const float* map_y, std::size_t count,

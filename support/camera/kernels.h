@@ -14,7 +14,7 @@
 
 #include "support/camera/point_formulas.h"
 #include "support/camera/prepared_camera.h"
-#include "support/camera_model.h"
+#include "support/point_array.h"
 
 namespace norv::internal {
 

@@ -2,9 +2,10 @@
 
 #include <cstddef>
 
+#include "support/batch_extras.h"
 #include "support/camera/prepared_camera.h"
 #include "support/camera_model.h"
-#include "support/point_projection.h"
+#include "support/point_array.h"
 
 namespace norv::internal {
 
