@@ -24,6 +24,7 @@
 namespace norv::calibration {
 
 class BaseCalibrationData;
+class CameraView;
 class ImageSensorTransform;
 struct LoadReport;
 
@@ -99,6 +100,12 @@ class NORV_EXPORT CameraParameters {
   /// size gives infinite or NaN elements.
   Matrix3x3_f recomputeKMatrix(const Intrinsics& in, int x0, int y0, int source_width,
                                int source_height, int target_width, int target_height) const;
+
+  /// The camera at one of the sizes that it delivers, ready to use (camera_view.h): that of the
+  /// first table entry of exactly this size, none without one. Of a picture that was made from a
+  /// delivered one it is `view(...)->resized(...)` and the like. A snapshot: it does not follow
+  /// what becomes of this object.
+  std::optional<CameraView> view(int width, int height) const;
 
   /// The whole record of that image: camera matrix as above, size, and the distortion of `in`,
   /// which acts on normalised coordinates and does not change. `out` may be `&in`.

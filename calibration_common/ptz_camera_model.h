@@ -19,6 +19,7 @@
 namespace norv::calibration {
 
 class CameraParameters;
+class CameraView;
 struct LoadReport;
 
 /// Lens samples over the zoom range, and the head's kinematics.
@@ -119,6 +120,10 @@ class NORV_EXPORT PTZCameraModelConfiguration {
 
   /// Pixel at which the camera sees a world point, as `norv::project3dToCamera` has it.
   Vector2_f project3dToCamera(const Vector3_f& point) const;
+
+  /// This camera, ready to use (camera_view.h). None where the lens is not finite, and where the
+  /// calibration states no image size.
+  std::optional<CameraView> view() const;
 
   /// World direction, not normalised, of the ray that is imaged at a pixel. NaN where there is
   /// none. The inverse, up to depth, is `project3dToCamera`.

@@ -20,17 +20,22 @@ set(library_sources
   calibration_common/camera_load_problem.cpp
   calibration_common/camera_models.cpp
   calibration_common/camera_parameters.cpp
+  calibration_common/camera_parameters_view.cpp
   calibration_common/camera_problems.cpp
   calibration_common/camera_set_loading.cpp
+  calibration_common/camera_view.cpp
   calibration_common/head_geometry.cpp
   calibration_common/load_rollback.cpp
   calibration_common/message_copy.cpp
   calibration_common/pan_tilt_model.cpp
   calibration_common/pan_tilt_solver.cpp
   calibration_common/pointing_residual.cpp
+  calibration_common/processed_views.cpp
   calibration_common/ptz_camera_model.cpp
   calibration_common/ptz_loading.cpp
+  calibration_common/ptz_view.cpp
   calibration_common/stored_pose.cpp
+  calibration_common/view_record.cpp
   calibration_common/zoom_lens.cpp
   calibration_common/diff/base_difference.cpp
   calibration_common/diff/best_rotation.cpp
@@ -147,6 +152,7 @@ list(APPEND public_headers
   calibration_common/calibration_review.h
   calibration_common/calibration_saving.h
   calibration_common/camera_parameters.h
+  calibration_common/camera_view.h
   calibration_common/finding.h
   calibration_common/head_geometry.h
   calibration_common/load_report.h

@@ -20,6 +20,7 @@ PUBLIC_CALIBRATION_HEADERS = {
     "calibration_review.h",
     "calibration_saving.h",
     "camera_parameters.h",
+    "camera_view.h",
     "finding.h",
     "head_geometry.h",
     "load_report.h",
