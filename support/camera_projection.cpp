@@ -57,9 +57,6 @@ void projectPoints(const CameraTransform& pose, const std::vector<float>& distor
 namespace calibration {
 namespace {
 
-/// Fewer pixels are rectified one by one before it is found out where their lens ends.
-constexpr std::size_t kManyPixels = 32;
-
 /// The inverse of a camera with a lens, for any number of pixels.
 class Rectifier {
  public:
@@ -99,7 +96,7 @@ Vector2_f rectifyPoint(const float* distortion, const float* principal_point,
 void rectifyPoints(const float* distortion, const float* principal_point,
                    const float* focal_lengths, const Vector2_f* pixels, std::size_t count,
                    Vector2_f* points) {
-  if (count < kManyPixels) {
+  if (count < internal::kManyPoints) {
     Rectifier rectifier(distortion, principal_point, focal_lengths);
     for (std::size_t i = 0; i < count; ++i) points[i] = rectifier.rectify(pixels[i]);
     return;
@@ -112,7 +109,7 @@ void rectifyPoints(const float* distortion, const float* principal_point,
                            number(principal_point[0]),
                            number(principal_point[1]),
                            lensFromCoefficients<double>(distortion, 8)};
-  internal::rectifyFloatBatch(internal::prepare(camera), {pixels->data(), 2}, count,
+  internal::rectifyFloatBatch(internal::prepareForRectification(camera), {pixels->data(), 2}, count,
                               {points->data(), 2});
 }
 

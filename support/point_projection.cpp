@@ -41,15 +41,19 @@ std::size_t projectPoints(const CameraModel& camera,
                           const PointArray<const double>& points_in_camera, std::size_t count,
                           const PointArray<double>& pixels, const ProjectionExtras& extras,
                           int threads) {
-  return internal::projectBatch(internal::prepareFor(camera, count), nullptr, points_in_camera,
-                                count, pixels, extras, threads);
+  const bool many = count >= internal::kManyPoints;
+  return internal::projectBatch(
+      many ? internal::prepareForProjection(camera) : internal::unprepared(camera), nullptr,
+      points_in_camera, count, pixels, extras, threads);
 }
 
 std::size_t rectifyPoints(const CameraModel& camera, const PointArray<const double>& pixels,
                           std::size_t count, const PointArray<double>& rays,
                           const RectificationExtras& extras, int threads) {
-  return internal::rectifyBatch(internal::prepareFor(camera, count), pixels, count, rays, extras,
-                                threads);
+  const bool many = count >= internal::kManyPoints;
+  return internal::rectifyBatch(
+      many ? internal::prepareForRectification(camera) : internal::unprepared(camera), pixels,
+      count, rays, extras, threads);
 }
 
 }  // namespace norv::calibration

@@ -11,6 +11,7 @@
 #include "support/camera/fixed_point_lanes.h"
 #include "support/camera/jacobian_formulas.h"
 #include "support/camera/kernels.h"
+#include "support/camera/lane_memory.h"
 #include "support/camera/lanes.h"
 #include "support/camera/point_formulas.h"
 
@@ -34,18 +35,6 @@ void forGroups(std::size_t count, const Group& group) {
   if (i < count) group(i, static_cast<int>(count - i));
 }
 
-/// Numbers of the points from `begin` on.
-template <class T, class Count>
-Lanes loadPoints(const T* data, std::ptrdiff_t stride, std::size_t begin, Count valid) {
-  return load(data + static_cast<std::ptrdiff_t>(begin) * stride, stride, valid);
-}
-
-template <class T, class Count>
-void storePoints(const Lanes& lanes, T* data, std::ptrdiff_t stride, std::size_t begin,
-                 Count valid) {
-  store(lanes, valid, data + static_cast<std::ptrdiff_t>(begin) * stride, stride);
-}
-
 /// Whether any of the codes, that of a lane without a point too, is not that of `kOk`.
 template <class Count>
 bool storeCodes(const Lanes& code, std::uint8_t* codes, Count valid) {
@@ -57,27 +46,17 @@ bool storeCodes(const Lanes& code, std::uint8_t* codes, Count valid) {
   return false;
 }
 
-template <class T, class Count>
-Triple loadTriple(const Points<T>& points, std::size_t begin, Count valid) {
-  const T* const data = points.data;
-  const std::ptrdiff_t next = points.coordinate_stride;
-  return {loadPoints(data, points.stride, begin, valid),
-          loadPoints(data + next, points.stride, begin, valid),
-          loadPoints(data + 2 * next, points.stride, begin, valid)};
-}
-
-template <class T, class Count>
-void storePair(const Lanes& x, const Lanes& y, const Points<T>& points, std::size_t begin,
-               Count valid) {
-  storePoints(x, points.data, points.stride, begin, valid);
-  storePoints(y, points.data + points.coordinate_stride, points.stride, begin, valid);
-}
-
 /// A block of rays between the passes of a loop. One pass over the whole way of a point would be a
 /// chain of some 90 cycles; the processor's schedulers do not hold enough points to keep busy
 /// during it. Short passes over points that stay in the first-level cache take half of the time.
 struct RayBlock {
-  static constexpr std::size_t kGroups = 16;
+  static constexpr std::size_t kGroups = 256 / NORV_LANES;
+
+  void set(std::size_t k, const Triple& p) {
+    x[k] = p.x / p.z;
+    y[k] = p.y / p.z;
+    z[k] = p.z;
+  }
 
   void setFactors(const calibration::LensDistortion<double>& lens, std::size_t groups) {
     for (std::size_t k = 0; k < groups; ++k) factor[k] = radialFactor(lens, Pair{x[k], y[k]});
@@ -113,9 +92,7 @@ bool projectAll(const PreparedCamera& shared, const PoseRows* pose,
     forGroups(size, [&](std::size_t i, auto valid) {
       Triple p = loadTriple(points, begin + i, valid);
       if constexpr (kHasPose) p = transformed(*pose, p);
-      rays.x[i / kStep] = p.x / p.z;
-      rays.y[i / kStep] = p.y / p.z;
-      rays.z[i / kStep] = p.z;
+      rays.set(i / kStep, p);
     });
     rays.setFactors(camera.model.lens, groupsOf(size));
     forGroups(size, [&](std::size_t i, auto valid) {
@@ -157,9 +134,8 @@ bool rectifyAll(const PreparedCamera& shared, const Points<const T>& pixels, std
   const PreparedCamera camera = shared;
   bool not_ok = false;
   forGroups(count, [&](std::size_t i, auto valid) {
-    const Lanes u = loadPoints(pixels.data, pixels.stride, i, valid);
-    const Lanes v = loadPoints(pixels.data + pixels.coordinate_stride, pixels.stride, i, valid);
-    const CodedPoint<Lanes> answer = rectified(camera, u, v);
+    const Pair pixel = loadPair(pixels, i, valid);
+    const CodedPoint<Lanes> answer = rectified(camera, pixel.x, pixel.y);
     storePair(answer.x, answer.y, rays, i, valid);
     not_ok |= storeCodes(answer.code, codes + i, valid);
   });
@@ -186,7 +162,7 @@ NORV_ONE_LOOP void projectionJacobians(const PreparedCamera& shared,
     projectionJacobian(camera.model, loadTriple(points, i, valid), all);
     double* const first = jacobians + i * kProjectionNumbers;
     for (int k = 0; k < kProjectionNumbers; ++k) {
-      storePoints(all[k], first + k, kProjectionNumbers, 0, valid);
+      store(all[k], valid, first + k, kProjectionNumbers);
     }
   });
 }
@@ -196,33 +172,31 @@ NORV_ONE_LOOP void rectificationJacobians(const PreparedCamera& shared,
                                           double* jacobians) {
   const PreparedCamera camera = shared;
   forGroups(count, [&](std::size_t i, auto valid) {
-    const Pair ray{loadPoints(rays.data, rays.stride, i, valid),
-                   loadPoints(rays.data + rays.coordinate_stride, rays.stride, i, valid)};
+    const Pair ray = loadPair(rays, i, valid);
     Lanes all[kRectificationNumbers];
     rectificationJacobian(camera.model, ray, all);
     double* const first = jacobians + i * kRectificationNumbers;
     for (int k = 0; k < kRectificationNumbers; ++k) {
-      storePoints(all[k], first + k, kRectificationNumbers, 0, valid);
+      store(all[k], valid, first + k, kRectificationNumbers);
     }
   });
 }
 
-template <bool kIsStraight>
-bool rectifyRowAll(const PreparedCamera& shared, const RayRow& line, std::size_t first,
-                   std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
+/// The coordinates in the row of the columns from `column` on.
+Triple raysOf(const RayRow& row, std::size_t column) {
+  const Lanes i = static_cast<double>(static_cast<std::int64_t>(column)) + counting();
+  return {row.x0 + i * row.dx, row.y0 + i * row.dy, row.z0 + i * row.dz};
+}
+
+bool rectifyTurnedRow(const PreparedCamera& shared, const RayRow& line, std::size_t first,
+                      std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
   const PreparedCamera camera = shared;
-  bool not_ok = false;
   const RayRow row = line;
   RayBlock rays;
+  bool not_ok = false;
   forBlocks(count, [&](std::size_t begin, std::size_t size) {
-    for (std::size_t k = 0; k < groupsOf(size); ++k) {
-      const auto column = static_cast<double>(static_cast<std::int64_t>(first + begin + k * kStep));
-      const Lanes i = column + counting();
-      const Triple p{row.x0 + i * row.dx, row.y0 + i * row.dy, row.z0 + i * row.dz};
-      rays.x[k] = kIsStraight ? p.x : p.x / p.z;
-      rays.y[k] = kIsStraight ? p.y : p.y / p.z;
-      rays.z[k] = kIsStraight ? Lanes(1) : p.z;
-    }
+    for (std::size_t k = 0; k < groupsOf(size); ++k)
+      rays.set(k, raysOf(row, first + begin + k * kStep));
     rays.setFactors(camera.model.lens, groupsOf(size));
     forGroups(size, [&](std::size_t i, auto valid) {
       const std::size_t k = i / kStep;
@@ -236,20 +210,43 @@ bool rectifyRowAll(const PreparedCamera& shared, const RayRow& line, std::size_t
   return not_ok;
 }
 
+/// The same for rays of depth 1, which share their y.
+bool rectifyStraightRow(const PreparedCamera& shared, const RayRow& line, std::size_t first,
+                        std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
+  const PreparedCamera camera = shared;
+  const RayRow row = line;
+  const Lanes y = row.y0;
+  Lanes x[RayBlock::kGroups];
+  Lanes factor[RayBlock::kGroups];
+  bool not_ok = false;
+  forBlocks(count, [&](std::size_t begin, std::size_t size) {
+    for (std::size_t k = 0; k < groupsOf(size); ++k) {
+      x[k] = raysOf(row, first + begin + k * kStep).x;
+      factor[k] = radialFactor(camera.model.lens, Pair{x[k], y});
+    }
+    forGroups(size, [&](std::size_t i, auto valid) {
+      const Pair ray{x[i / kStep], y};
+      const CodedPoint<Lanes> pixel =
+          placed(camera, Lanes(1), ray, ImagedRay<Lanes>(camera.model, ray, factor[i / kStep]));
+      storeRow(pixel.x - 0.5, valid, map_x + begin + i);
+      storeRow(pixel.y - 0.5, valid, map_y + begin + i);
+      not_ok |= storeCodes(pixel.code, codes + begin + i, valid);
+    });
+  });
+  return not_ok;
+}
+
 NORV_ONE_LOOP bool rectifyRow(const PreparedCamera& camera, const RayRow& row, std::size_t begin,
                               std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
-  if (row.is_straight) {
-    return rectifyRowAll<true>(camera, row, begin, count, map_x, map_y, codes);
-  }
-  return rectifyRowAll<false>(camera, row, begin, count, map_x, map_y, codes);
+  return row.is_straight ? rectifyStraightRow(camera, row, begin, count, map_x, map_y, codes)
+                         : rectifyTurnedRow(camera, row, begin, count, map_x, map_y, codes);
 }
 
 NORV_ONE_LOOP void viewRow(const ViewFormula& view, const double* rays, std::size_t count,
                            float* map_x, float* map_y) {
   const auto& r = view.rotation;
   forGroups(count, [&](std::size_t i, auto valid) {
-    const Lanes x = loadPoints(rays, 2, i, valid);
-    const Lanes y = loadPoints(rays + 1, 2, i, valid);
+    const auto [x, y] = loadPair(Points<const double>{rays, 2}, i, valid);
     const Lanes z = r[2][0] * x + r[2][1] * y + r[2][2];
     const Lanes u = view.fx * ((r[0][0] * x + r[0][1] * y + r[0][2]) / z) + view.cx - 0.5;
     const Lanes v = view.fy * ((r[1][0] * x + r[1][1] * y + r[1][2]) / z) + view.cy - 0.5;
@@ -261,19 +258,21 @@ NORV_ONE_LOOP void viewRow(const ViewFormula& view, const double* rays, std::siz
 
 NORV_ONE_LOOP void toFixedPoint(const float* map_x, const float* map_y, std::size_t count,
                                 std::int16_t* xy, std::uint16_t* fraction) {
-  forGroups(count, [&](std::size_t i, auto valid) {
-    const Integers x = toThirtySeconds(loadPoints(map_x, 1, i, valid));
-    const Integers y = toThirtySeconds(loadPoints(map_y, 1, i, valid));
-    const Integers whole_x = wholeOf(x);
-    const Integers whole_y = wholeOf(y);
-    const Integers rest = (y & 31) * 32 + (x & 31);
-    for (int k = 0; k < valid; ++k) {
-      const auto at = i + static_cast<std::size_t>(k);
-      xy[2 * at] = static_cast<std::int16_t>(whole_x[k]);
-      xy[2 * at + 1] = static_cast<std::int16_t>(whole_y[k]);
-      fraction[at] = static_cast<std::uint16_t>(rest[k]);
-    }
-  });
+  std::size_t i = 0;
+  for (; i + kPlaces <= count; i += kPlaces) {
+    storePlaces(map_x + i, map_y + i, xy + 2 * i, fraction + i);
+  }
+  if (i == count) return;
+  float x[kPlaces] = {};
+  float y[kPlaces] = {};
+  std::int16_t xy_of_last[2 * kPlaces];
+  std::uint16_t fraction_of_last[kPlaces];
+  const std::size_t rest = count - i;
+  __builtin_memcpy(x, map_x + i, rest * sizeof(float));
+  __builtin_memcpy(y, map_y + i, rest * sizeof(float));
+  storePlaces(x, y, xy_of_last, fraction_of_last);
+  __builtin_memcpy(xy + 2 * i, xy_of_last, rest * 2 * sizeof(std::int16_t));
+  __builtin_memcpy(fraction + i, fraction_of_last, rest * sizeof(std::uint16_t));
 }
 
 constexpr Kernels kernelsNamed(const char* name) {

@@ -48,6 +48,9 @@ struct Lanes {
 inline Lanes select(const Mask& condition, const Lanes& yes, const Lanes& no) {
   return Lanes(condition.v ? yes.v : no.v);
 }
+inline Lanes absolute(const Lanes& x) {
+  return Lanes(reinterpret_cast<Doubles>(reinterpret_cast<Bits>(x.v) & INT64_MAX));
+}
 inline Mask both(const Mask& a, const Mask& b) { return {a.v & b.v}; }
 inline Mask either(const Mask& a, const Mask& b) { return {a.v | b.v}; }
 inline Mask without(const Mask& a, const Mask& b) { return {a.v & ~b.v}; }
@@ -78,54 +81,10 @@ Lanes countFromZero(std::index_sequence<kIndices...> /*indices*/) {
   return Lanes(Doubles{static_cast<double>(kIndices)...});
 }
 
-template <class T, std::size_t... kIndices>
-Lanes gather(const T* first, std::ptrdiff_t stride, std::index_sequence<kIndices...> /*indices*/) {
-  return Lanes(
-      Doubles{static_cast<double>(first[static_cast<std::ptrdiff_t>(kIndices) * stride])...});
-}
-
-template <class T, std::size_t... kIndices>
-void scatter(const Lanes& lanes, T* first, std::ptrdiff_t stride,
-             std::index_sequence<kIndices...> /*indices*/) {
-  ((first[static_cast<std::ptrdiff_t>(kIndices) * stride] = static_cast<T>(lanes.v[kIndices])),
-   ...);
-}
-
 /// 0, 1, 2, ...
 inline Lanes counting() { return countFromZero(AllIndices{}); }
 
 /// The lanes of a group that hold points: all of them, as a constant, or those of the last group.
 using AllLanes = std::integral_constant<int, NORV_LANES>;
-
-/// Every `stride`-th of the numbers that begin at `first`. Lanes without one repeat the last.
-template <class T>
-Lanes load(const T* first, std::ptrdiff_t stride, AllLanes /*count*/) {
-  return gather(first, stride, AllIndices{});
-}
-template <class T>
-Lanes load(const T* first, std::ptrdiff_t stride, int count) {
-  Doubles all{};
-  for (int i = 0; i < kLanes; ++i) {
-    all[i] = static_cast<double>(first[(i < count ? i : count - 1) * stride]);
-  }
-  return Lanes(all);
-}
-
-/// The inverse of `load`.
-template <class T>
-void store(const Lanes& lanes, AllLanes /*count*/, T* first, std::ptrdiff_t stride) {
-  scatter(lanes, first, stride, AllIndices{});
-}
-template <class T>
-void store(const Lanes& lanes, int count, T* first, std::ptrdiff_t stride) {
-  for (int i = 0; i < count; ++i) first[i * stride] = static_cast<T>(lanes.v[i]);
-}
-
-/// Rounded to float, side by side.
-inline void storeRow(const Lanes& lanes, AllLanes /*count*/, float* first) {
-  const Floats rounded = __builtin_convertvector(lanes.v, Floats);
-  __builtin_memcpy(first, &rounded, sizeof(rounded));
-}
-inline void storeRow(const Lanes& lanes, int count, float* first) { store(lanes, count, first, 1); }
 
 }  // namespace norv::internal::NORV_KERNELS

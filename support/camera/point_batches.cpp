@@ -26,8 +26,6 @@ namespace {
 constexpr std::size_t kChunk = 256;
 /// Fewer points are not worth a thread.
 constexpr std::size_t kPointsOfThread = 16 * kChunk;
-/// Fewer points are answered faster one by one than the lens is asked where it ends.
-constexpr std::size_t kFewPoints = 32;
 
 using Codes = std::array<std::uint8_t, kChunk>;
 
@@ -187,10 +185,6 @@ std::size_t inChunks(std::size_t count, int threads, const MakeShare& make_share
 }
 
 }  // namespace
-
-PreparedCamera prepareFor(const calibration::CameraModel& camera, std::size_t count) {
-  return count < kFewPoints ? unprepared(camera) : prepare(camera);
-}
 
 std::size_t projectBatch(const PreparedCamera& camera, const PoseRows* pose,
                          const PointArray<const double>& points, std::size_t count,

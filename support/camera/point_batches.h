@@ -9,9 +9,8 @@
 
 namespace norv::internal {
 
-/// The camera as a batch of `count` points wants it: to find out everything pays for itself only
-/// where there are many.
-PreparedCamera prepareFor(const calibration::CameraModel& camera, std::size_t count);
+/// Fewer points are answered faster one by one than a lens is asked where it ends.
+inline constexpr std::size_t kManyPoints = 32;
 
 /// `projectPoints` of points of the parent frame, or of the camera frame where `pose` is null; the
 /// derivatives are by the point in the camera frame.

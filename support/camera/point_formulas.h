@@ -157,8 +157,8 @@ template <class Number>
 CodedPoint<Number> placed(const PreparedCamera& camera, const Number& z,
                           const calibration::NormalizedPoint<Number>& ray,
                           const ImagedRay<Number>& at) {
-  const auto plain =
-      both(both(at.s < camera.certain, isDepth(z)), inFloatRange(at.pixel.x, at.pixel.y));
+  const auto plain = both(both(at.s < camera.certain, isDepth(z)),
+                          absolute(at.pixel.x) + absolute(at.pixel.y) <= kMostOfFloat);
   if (allOf(plain)) return {at.pixel.x, at.pixel.y, Number(kOk)};
   return coded(camera, z, {ray.x, ray.y, z}, at);
 }

@@ -25,10 +25,10 @@ bool hasNumbersInRange(const calibration::CameraModel& camera) {
 
 /// The largest squared radius, but for a fraction of 1e-4, of which `LensInverse::surelyInside`
 /// says yes; it then does for every smaller one.
-double findQuick(const calibration::LensDistortion<double>& lens, double end) {
+double findQuick(const calibration::LensDistortion<double>& lens) {
   const LensInverse inverse(lens);
   double inside = 0;
-  double outside = std::min(end, kFarthest);
+  double outside = kFarthest;
   if (inverse.surelyInside(outside)) return outside;
   for (int i = 0; i < 24 && outside - inside > 1e-4 * inside; ++i) {
     // Halving the exponent first: the radius may be any.
@@ -41,12 +41,23 @@ double findQuick(const calibration::LensDistortion<double>& lens, double end) {
 }  // namespace
 
 PreparedCamera prepare(const calibration::CameraModel& camera) {
+  PreparedCamera prepared = prepareForProjection(camera);
+  prepared.quick = prepareForRectification(camera).quick;
+  return prepared;
+}
+
+PreparedCamera prepareForProjection(const calibration::CameraModel& camera) {
   PreparedCamera prepared = unprepared(camera);
   if (!prepared.isUsable()) return prepared;
   const LensDomain domain(camera.lens);
   prepared.certain = domain.certain;
   prepared.beyond = std::isfinite(domain.end) ? domain.end : kNaN;
-  prepared.quick = findQuick(camera.lens, domain.end);
+  return prepared;
+}
+
+PreparedCamera prepareForRectification(const calibration::CameraModel& camera) {
+  PreparedCamera prepared = unprepared(camera);
+  if (prepared.isUsable()) prepared.quick = findQuick(camera.lens);
   return prepared;
 }
 

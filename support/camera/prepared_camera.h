@@ -23,8 +23,11 @@ struct PreparedCamera {
   bool isUsable() const { return zero == 0; }
 };
 
-/// Everything found out, for many points: takes microseconds.
+/// Everything found out, for many points: takes microseconds. The other two leave out what the one
+/// or the other does not need.
 PreparedCamera prepare(const calibration::CameraModel& camera);
+PreparedCamera prepareForProjection(const calibration::CameraModel& camera);
+PreparedCamera prepareForRectification(const calibration::CameraModel& camera);
 
 /// Nothing found out, for one point: each has to be asked about (`LensInverse::contains`).
 PreparedCamera unprepared(const calibration::CameraModel& camera);

@@ -87,8 +87,9 @@ bool LensInverse::isAnswer(const Point& p, const Point& target) {
 }
 
 bool LensInverse::isOnFirstBranch(const Step& at, const Point& p) {
-  return at.regular() && at.squaredRadius() < branch_.end() &&
-         (tangential_ == 0 || surelyInside(at.squaredRadius()) || regularUpTo(p));
+  if (!at.regular()) return false;
+  if (surelyInside(at.squaredRadius())) return true;
+  return at.squaredRadius() < branch_.end() && (tangential_ == 0 || regularUpTo(p));
 }
 
 bool LensInverse::isOnFirstBranch(const Point& p) {

@@ -6,6 +6,7 @@
 namespace norv::internal {
 
 inline double select(bool condition, double yes, double no) { return condition ? yes : no; }
+inline double absolute(double x) { return x < 0 ? -x : x; }
 inline bool both(bool a, bool b) { return a && b; }
 inline bool either(bool a, bool b) { return a || b; }
 inline bool without(bool a, bool b) { return a && !b; }
