@@ -39,7 +39,10 @@ void ViewRecord::setPose(const CameraTransform& given) {
   parent_from_camera = rows.leftCols<3>().inverse();
   centre = -(parent_from_camera * rows.col(3));
   projecting = camera;
-  if (!rows.allFinite()) projecting.zero = kNaN;
+  const bool is_finite = rows.allFinite();
+  if (!is_finite) projecting.zero = kNaN;
+  plain = is_finite && camera.isUsable() ? PlainProjection(camera, camera_from_parent)
+                                         : PlainProjection();
 }
 
 }  // namespace norv::internal

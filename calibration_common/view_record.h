@@ -3,6 +3,7 @@
 #include <Eigen/Core>
 #include <memory>
 
+#include "support/camera/plain_projection.h"
 #include "support/camera/prepared_camera.h"
 #include "support/camera_model.h"
 #include "support/camera_transform.h"
@@ -27,6 +28,7 @@ struct ViewRecord {
   PreparedCamera camera;
   /// The same for points of the parent frame: not usable where the pose is not finite.
   PreparedCamera projecting;
+  PlainProjection plain;
   CameraTransform pose;
   PoseRows camera_from_parent;
   /// The inverse, found in double; infinite or NaN where there is none.

@@ -36,6 +36,7 @@ set(library_sources
   calibration_common/ptz_view.cpp
   calibration_common/stored_pose.cpp
   calibration_common/view_record.cpp
+  calibration_common/view_straightening.cpp
   calibration_common/zoom_lens.cpp
   calibration_common/diff/base_difference.cpp
   calibration_common/diff/best_rotation.cpp

@@ -185,6 +185,7 @@ TEST(CameraView, SaysWhatBecomesOfAPoint) {
   EXPECT_EQ(status_of(1, 0, 0.82), PointStatus::kBeyondLens);
   EXPECT_EQ(status_of(1, kNaN, 0), PointStatus::kNotFinite);
   EXPECT_EQ(status_of(1, 0, kInfinity), PointStatus::kNotFinite);
+  EXPECT_EQ(status_of(kInfinity, 0, 0), PointStatus::kNotFinite);  // on the optical axis
 }
 
 TEST(CameraView, NumbersThatAreNoneGiveNoPixel) {

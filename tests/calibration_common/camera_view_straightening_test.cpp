@@ -1,0 +1,85 @@
+// Straightened pictures of a view: those of its camera.
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "calibration_common/camera_view.h"
+#include "support/rectification.h"
+#include "testing/lenses.h"
+#include "testing/random_camera.h"
+#include "testing/same_bits.h"
+
+namespace norv::calibration {
+namespace {
+
+using testing::bitsOf;
+using testing::lensNamed;
+
+class StraightenedView : public ::testing::Test {
+ public:
+  StraightenedView()
+      : random_(1),
+        view_(testing::randomCamera(lensNamed("barrel"), &random_), testing::randomPose(&random_)) {
+    straight_.width = 100;
+    straight_.height = 70;
+    straight_.fx = straight_.fy = 60;
+    straight_.cx = 48;
+    straight_.cy = 37;
+  }
+
+  std::mt19937 random_;
+  CameraView view_;
+  RectifiedView straight_;
+};
+
+bool sameMaps(const std::vector<float>& a, const std::vector<float>& b) {
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (bitsOf(a[i]) != bitsOf(b[i])) return false;
+  }
+  return a.size() == b.size();
+}
+
+TEST_F(StraightenedView, MapsAreThoseOfTheCamera) {
+  const std::size_t pixels = 100 * 70;
+  std::vector<float> x(pixels), y(pixels), expected_x(pixels), expected_y(pixels);
+  makeRectifyMap(view_.model(), straight_, expected_x.data(), expected_y.data());
+  view_.makeRectifyMap(straight_, x.data(), y.data(), 2);
+  EXPECT_TRUE(sameMaps(x, expected_x));
+  EXPECT_TRUE(sameMaps(y, expected_y));
+
+  std::vector<std::int16_t> xy(2 * pixels), expected_xy(2 * pixels);
+  std::vector<std::uint16_t> fraction(pixels), expected_fraction(pixels);
+  makeFixedPointRectifyMap(view_.model(), straight_, expected_xy.data(), expected_fraction.data());
+  view_.makeFixedPointRectifyMap(straight_, xy.data(), fraction.data(), 2);
+  EXPECT_EQ(xy, expected_xy);
+  EXPECT_EQ(fraction, expected_fraction);
+}
+
+TEST_F(StraightenedView, WayBackIsThatOfTheCamera) {
+  const auto pixels = static_cast<std::size_t>(view_.width() * view_.height());
+  std::vector<float> x(pixels), y(pixels), expected_x(pixels), expected_y(pixels);
+  makeUndistortMap(view_.model(), straight_, expected_x.data(), expected_y.data());
+  view_.makeUndistortMap(straight_, x.data(), y.data(), 2);
+  EXPECT_TRUE(sameMaps(x, expected_x));
+  EXPECT_TRUE(sameMaps(y, expected_y));
+}
+
+/// The view's pose says where the camera is, and its straightened pictures are in the camera frame.
+TEST_F(StraightenedView, PixelOfTheMapIsWhereTheRayIsSeen) {
+  const std::size_t pixels = 100 * 70;
+  std::vector<float> x(pixels), y(pixels);
+  view_.makeRectifyMap(straight_, x.data(), y.data());
+  const CameraView at_camera = view_.movedTo(testing::poseOf(Eigen::Isometry3f::Identity()));
+  Eigen::Vector2d seen;
+  // The centre of the view's pixel (70, 20).
+  ASSERT_EQ(at_camera.project({(70.5 - 48) / 60, (20.5 - 37) / 60, 1}, &seen), PointStatus::kOk);
+  EXPECT_NEAR(x[20 * 100 + 70], seen.x() - 0.5, 1e-4);
+  EXPECT_NEAR(y[20 * 100 + 70], seen.y() - 0.5, 1e-4);
+}
+
+}  // namespace
+}  // namespace norv::calibration
