@@ -16,7 +16,8 @@ enum class PointStatus : std::uint8_t {
   kBeyondLens,    ///< the ray lies beyond the first branch of the lens, or no ray is imaged at the
                   ///< pixel
   kOutsideImage,  ///< the answer is valid, but the pixel is not in [0, width] x [0, height]
-  kNotFinite,     ///< an input is NaN or infinite, or the result exceeds the range of float
+  kNotFinite,     ///< an input is NaN or infinite, a focal length is 0, or a number of the camera
+                  ///< or of the answer exceeds the range of float
 };
 
 /// Whether a point has an answer, inside of the image or not.

@@ -9,8 +9,11 @@ namespace {
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr auto kOpen = static_cast<std::uint8_t>(kUndecided);
 
+/// A view without a focal length is none.
+double focalLength(double f) { return f != 0 ? f : kNoNumber; }
+
 ViewFormula formulaOf(const calibration::RectifiedView& view) {
-  ViewFormula formula{{}, view.fx, view.fy, view.cx, view.cy};
+  ViewFormula formula{{}, focalLength(view.fx), focalLength(view.fy), view.cx, view.cy};
   for (int row = 0; row < 3; ++row) {
     for (int column = 0; column < 3; ++column) {
       formula.rotation[row][column] = view.view_from_camera(row, column);

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "support/lens/lens_domain.h"
+
 namespace norv::internal {
 
 using calibration::NormalizedPoint;
@@ -15,6 +17,9 @@ PointAnswer answerOf(const CodedPoint<double>& point, PointStatus status) {
 }
 
 PointStatus statusOf(double code) { return static_cast<PointStatus>(code); }
+
+/// Squared radius up to which the terms of `LensInverse` do not overflow.
+constexpr double kFarthest = 1e6;
 
 }  // namespace
 
@@ -36,11 +41,16 @@ PointAnswer PointSolver::project(const PoseRows* pose, const Point3<double>& poi
 
 PointStatus PointSolver::decide(const NormalizedPoint<double>& ray,
                                 const CodedPoint<double>& pixel) {
-  const bool is_finite = std::isfinite(ray.x) && std::isfinite(ray.y);
-  const bool is_imaged = is_finite ? inverse().contains(ray) : inverse().neverEnds();
-  if (!is_imaged) return PointStatus::kBeyondLens;
+  if (!isImaged(ray)) return PointStatus::kBeyondLens;
   if (!inFloatRange(pixel.x, pixel.y)) return PointStatus::kNotFinite;
   return statusOf(placeCode(camera_.model, pixel.x, pixel.y));
+}
+
+bool PointSolver::isImaged(const NormalizedPoint<double>& ray) {
+  const double s = ray.x * ray.x + ray.y * ray.y;
+  if (s < kFarthest) return inverse().contains(ray);
+  const LensDomain domain(camera_.model.lens);
+  return std::isinf(domain.certain) || s < domain.certain || inverse().contains(ray);
 }
 
 PointAnswer PointSolver::rectify(double u, double v) {

@@ -31,6 +31,8 @@ class PointSolver {
   LensInverse& inverse();
   calibration::PointStatus decide(const calibration::NormalizedPoint<double>& ray,
                                   const CodedPoint<double>& pixel);
+  /// Whether a point before the camera, finite or not, lies on the first branch of the lens.
+  bool isImaged(const calibration::NormalizedPoint<double>& ray);
 
   const PreparedCamera& camera_;
   std::optional<LensInverse> inverse_;

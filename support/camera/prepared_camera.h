@@ -16,8 +16,8 @@ struct PreparedCamera {
   double beyond;
   /// Up to it the plain Newton steps of `LensInverse::undistort` are its answer.
   double quick;
-  /// 0, or NaN where the numbers of the camera matrix or lens are not all in the range of float:
-  /// then points have the status `kNotFinite`.
+  /// 0, or NaN where a focal length is 0 or the numbers of the camera matrix or lens are not all in
+  /// the range of float: then points have the status `kNotFinite`.
   double zero;
 
   bool isUsable() const { return zero == 0; }

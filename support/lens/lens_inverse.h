@@ -55,6 +55,9 @@ class LensInverse {
   /// products of the lens' terms overflow, a radial map that never ends still has the point.
   bool contains(const Point& p);
 
+  /// Whether there are no tangential terms.
+  bool isRadial() const { return tangential_ == 0; }
+
   /// Whether the radial map rises for ever, without a pole.
   bool neverEnds() { return std::isinf(branch_.end()); }
 
