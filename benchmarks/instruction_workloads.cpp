@@ -7,11 +7,14 @@
 #include <vector>
 
 #include "benchmarks/inputs.h"
+#include "benchmarks/view_inputs.h"
 #include "calibration_common/camera_parameters.h"
 #include "support/auto_diff.h"
 #include "support/auto_diff_eigen.h"
 #include "support/camera_projection.h"
 #include "support/logging.h"
+#include "support/point_projection.h"
+#include "support/rectification.h"
 #include "testing/calibration_messages.h"
 #include "testing/example_ptz.h"
 
@@ -98,6 +101,41 @@ void rectify() {
   });
 }
 
+void makeMapRow() {
+  calibration::RectifiedView view = straightView();
+  view.height = 1;
+  std::vector<float> x(kMapWidth);
+  std::vector<float> y(kMapWidth);
+  countedWorkload([&] {
+    for (int i = 0; i < 20; ++i) {
+      calibration::makeRectifyMap(exampleModel(kMildLens), view, x.data(), y.data());
+    }
+  });
+}
+
+void differentiate() {
+  const std::vector<Eigen::Vector3d> points = pointsInCamera(4096);
+  std::vector<Eigen::Vector2d> pixels(points.size());
+  std::vector<calibration::ProjectionJacobian> jacobians(points.size());
+  countedWorkload([&] {
+    calibration::projectPoints(exampleModel(kStrongLens), {points[0].data(), 3}, points.size(),
+                               {pixels[0].data(), 2}, {nullptr, jacobians.data()});
+  });
+}
+
+void askStatuses() {
+  const std::vector<Eigen::Vector3d> points = pointsInCamera(4096);
+  std::vector<Eigen::Vector2d> pixels(points.size());
+  std::vector<Eigen::Vector2d> rays(points.size());
+  std::vector<calibration::PointStatus> statuses(points.size());
+  countedWorkload([&] {
+    calibration::projectPoints(exampleModel(kStrongLens), {points[0].data(), 3}, points.size(),
+                               {pixels[0].data(), 2}, {statuses.data()});
+    calibration::rectifyPoints(exampleModel(kStrongLens), {pixels[0].data(), 2}, pixels.size(),
+                               {rays[0].data(), 2}, {statuses.data()});
+  });
+}
+
 void getFullTransform() {
   const calibration::PanTiltModel head = testing::headModel(testing::exampleHead());
   countedWorkload([&] {
@@ -159,6 +197,9 @@ constexpr Workload kWorkloads[] = {
     {"refit_head_camera", refitHeadCamera},
     {"project", project},
     {"rectify", rectify},
+    {"map_rows", makeMapRow},
+    {"projection_jacobians", differentiate},
+    {"statuses", askStatuses},
     {"get_full_transform", getFullTransform},
     {"point", point},
     {"log_statements", logStatements},

@@ -38,8 +38,9 @@ calibration::LensDistortion<double> lensOf(const std::vector<float>& distortion)
 
 }  // namespace
 
-Vector2_f project3dToCamera(const CameraTransform& pose, const std::vector<float>& distortion,
-                            const Matrix3x3_f& K, const Vector3_f& point) {
+[[gnu::flatten]] Vector2_f project3dToCamera(const CameraTransform& pose,
+                                             const std::vector<float>& distortion,
+                                             const Matrix3x3_f& K, const Vector3_f& point) {
   const Point3<double> given{number(point.x()), number(point.y()), number(point.z())};
   const calibration::NormalizedPoint<double> pixel = internal::uncheckedPixel(
       matrixRows(K), lensOf(distortion), internal::transformed(poseRows(pose.transform), given));

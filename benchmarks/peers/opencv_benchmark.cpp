@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "benchmarks/inputs.h"
+#include "benchmarks/view_inputs.h"
 #include "calibration_common/camera_parameters.h"
 
 namespace norv::benchmarks {
@@ -76,6 +77,38 @@ void undistortPoints(benchmark::State& state, const std::vector<float>& coeffici
 }
 BENCHMARK_CAPTURE(undistortPoints, openCvMild, kMildLens)->Arg(1)->Arg(10000);
 BENCHMARK_CAPTURE(undistortPoints, openCvStrong, kStrongLens)->Arg(1)->Arg(10000);
+
+/// As it is called without criteria: five steps, whatever the lens.
+void undistortPointsInFiveSteps(benchmark::State& state,
+                                const std::vector<float>& coefficients_of_lens) {
+  const cv::Mat k = cameraMatrix();
+  const cv::Mat lens = coefficients(coefficients_of_lens);
+  std::vector<cv::Point2f> pixels;
+  for (const Vector2_f& pixel : examplePixels(10000)) pixels.emplace_back(pixel.x(), pixel.y());
+  std::vector<cv::Point2f> points;
+  for (auto _ : state) {
+    cv::undistortPoints(pixels, points, k, lens);
+    benchmark::DoNotOptimize(points.data());
+  }
+}
+BENCHMARK_CAPTURE(undistortPointsInFiveSteps, openCvMild, kMildLens);
+BENCHMARK_CAPTURE(undistortPointsInFiveSteps, openCvStrong, kStrongLens);
+
+void openCvMakeMap(benchmark::State& state, int type) {
+  const cv::Mat k = cameraMatrix();
+  const cv::Mat view = (cv::Mat_<double>(3, 3) << kViewFocalLength, 0, kCentreX, 0,
+                        kViewFocalLength, kCentreY, 0, 0, 1);
+  const cv::Mat lens = coefficients(kMildLens);
+  cv::Mat first;
+  cv::Mat second;
+  for (auto _ : state) {
+    cv::initUndistortRectifyMap(k, lens, cv::noArray(), view, {kMapWidth, kMapHeight}, type, first,
+                                second);
+    benchmark::DoNotOptimize(first.data);
+  }
+}
+BENCHMARK_CAPTURE(openCvMakeMap, floats, CV_32FC1)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(openCvMakeMap, fixedPoint, CV_16SC2)->Unit(benchmark::kMicrosecond);
 
 /// One view, the rational model and the default criteria, on the default head camera's points.
 void openCvCalibrateCamera(benchmark::State& state) {

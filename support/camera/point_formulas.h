@@ -56,15 +56,13 @@ auto inFloatRange(const Number& x, const Number& y) {
 
 /// Whether the pixel lies in the image; false for NaN.
 template <class Number>
-auto insideImage(const calibration::CameraModel& camera, const Number& u, const Number& v) {
-  const double width = camera.width;
-  const double height = camera.height;
-  return both(both(u >= 0, u <= width), both(v >= 0, v <= height));
+auto insideImage(const PreparedCamera& camera, const Number& u, const Number& v) {
+  return both(both(u >= 0, u <= camera.width), both(v >= 0, v <= camera.height));
 }
 
 /// `kOk` or `kOutsideImage`, by where the pixel lies.
 template <class Number>
-Number placeCode(const calibration::CameraModel& camera, const Number& u, const Number& v) {
+Number placeCode(const PreparedCamera& camera, const Number& u, const Number& v) {
   return select(insideImage(camera, u, v), Number(kOk), Number(kOutsideImage));
 }
 
@@ -130,7 +128,7 @@ template <class Number>
 CodedPoint<Number> coded(const PreparedCamera& camera, const Number& z, const Point3<Number>& given,
                          const ImagedRay<Number>& at) {
   const Number zero = 0 * given.x + 0 * given.y + 0 * given.z;
-  Number code = placeCode(camera.model, at.pixel.x, at.pixel.y);
+  Number code = placeCode(camera, at.pixel.x, at.pixel.y);
   code = select(inFloatRange(at.pixel.x, at.pixel.y), code, Number(kNotFinite));
   code = select(at.s < camera.certain, code, Number(kUndecided));
   code = select(at.s >= camera.beyond, Number(kBeyondLens), code);
@@ -139,20 +137,23 @@ CodedPoint<Number> coded(const PreparedCamera& camera, const Number& z, const Po
   return answered(at.pixel.x, at.pixel.y, code);
 }
 
+/// What is mostly so of a point of depth `z`, asked in a few comparisons: that it is `kOk`.
+/// Infinite coordinates give infinite or NaN ones, or an infinite depth.
+template <class Number>
+auto isPlain(const PreparedCamera& camera, const Number& z, const ImagedRay<Number>& at) {
+  return both(both(at.s < camera.certain, isDepth(z)), insideImage(camera, at.pixel.x, at.pixel.y));
+}
+
 /// `projectPoint` of a point of depth `z` that was given as `given()` in some frame.
 template <class Number, class Given>
 CodedPoint<Number> projected(const PreparedCamera& camera, const Number& z,
                              const ImagedRay<Number>& at, const Given& given) {
-  // What is mostly so, asked in a few comparisons: infinite coordinates give infinite or NaN ones,
-  // or an infinite depth.
-  const auto plain = both(both(at.s < camera.certain, isDepth(z)),
-                          insideImage(camera.model, at.pixel.x, at.pixel.y));
-  if (allOf(plain)) return {at.pixel.x, at.pixel.y, Number(kOk)};
+  if (allOf(isPlain(camera, z, at))) return {at.pixel.x, at.pixel.y, Number(kOk)};
   return coded(camera, z, given(), at);
 }
 
-/// The same for a point of the ray `ray` where it does not matter whether the pixel lies in the
-/// image: the code of one that does not may be `kOk`.
+/// `projectPoint` of a point of the ray `ray` where it does not matter whether the pixel lies in
+/// the image: the code of one that does not may be `kOk`.
 template <class Number>
 CodedPoint<Number> placed(const PreparedCamera& camera, const Number& z,
                           const calibration::NormalizedPoint<Number>& ray,
@@ -191,7 +192,7 @@ CodedPoint<Number> rectified(const PreparedCamera& camera, const Number& u, cons
     p = {select(open, next.x, p.x), select(open, next.y, p.y)};
   }
   settled = both(settled, inFloatRange(p.x, p.y));
-  return answered(p.x, p.y, select(settled, placeCode(camera.model, u, v), Number(kUndecided)));
+  return answered(p.x, p.y, select(settled, placeCode(camera, u, v), Number(kUndecided)));
 }
 
 }  // namespace norv::internal

@@ -23,18 +23,15 @@ constexpr double kFarthest = 1e6;
 
 }  // namespace
 
-PointSolver::PointSolver(const PreparedCamera& camera) : camera_(camera) {}
-
 LensInverse& PointSolver::inverse() {
   if (!inverse_) inverse_.emplace(camera_.model.lens);
   return *inverse_;
 }
 
-PointAnswer PointSolver::project(const PoseRows* pose, const Point3<double>& point) {
-  const Point3<double> p = pose != nullptr ? transformed(*pose, point) : point;
+PointAnswer PointSolver::askMore(const Point3<double>& p, const Point3<double>& given) {
   const NormalizedPoint<double> ray{p.x / p.z, p.y / p.z};
   const ImagedRay<double> at(camera_.model, ray, radialFactor(camera_.model.lens, ray));
-  const CodedPoint<double> pixel = projected(camera_, p.z, at, [&] { return point; });
+  const CodedPoint<double> pixel = coded(camera_, p.z, given, at);
   const bool is_open = pixel.code == kUndecided;
   return answerOf(pixel, is_open ? decide(ray, pixel) : statusOf(pixel.code));
 }
@@ -43,7 +40,7 @@ PointStatus PointSolver::decide(const NormalizedPoint<double>& ray,
                                 const CodedPoint<double>& pixel) {
   if (!isImaged(ray)) return PointStatus::kBeyondLens;
   if (!inFloatRange(pixel.x, pixel.y)) return PointStatus::kNotFinite;
-  return statusOf(placeCode(camera_.model, pixel.x, pixel.y));
+  return statusOf(placeCode(camera_, pixel.x, pixel.y));
 }
 
 bool PointSolver::isImaged(const NormalizedPoint<double>& ray) {
@@ -62,7 +59,7 @@ PointAnswer PointSolver::rectify(double u, double v) {
   if (std::isnan(ray.x)) return {kNoNumber, kNoNumber, PointStatus::kBeyondLens};
   const bool fits = inFloatRange(ray.x, ray.y);
   return answerOf({ray.x, ray.y, 0},
-                  fits ? statusOf(placeCode(camera_.model, u, v)) : PointStatus::kNotFinite);
+                  fits ? statusOf(placeCode(camera_, u, v)) : PointStatus::kNotFinite);
 }
 
 }  // namespace norv::internal

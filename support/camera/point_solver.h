@@ -21,13 +21,22 @@ struct PointAnswer {
 class PointSolver {
  public:
   /// `camera` has to live as long.
-  explicit PointSolver(const PreparedCamera& camera);
+  explicit PointSolver(const PreparedCamera& camera) : camera_(camera) {}
 
   /// The pixel of a point of the parent frame, or of the camera frame where `pose` is null.
-  PointAnswer project(const PoseRows* pose, const Point3<double>& point);
+  PointAnswer project(const PoseRows* pose, const Point3<double>& point) {
+    const Point3<double> p = pose != nullptr ? transformed(*pose, point) : point;
+    const calibration::NormalizedPoint<double> ray{p.x / p.z, p.y / p.z};
+    const ImagedRay<double> at(camera_.model, ray, radialFactor(camera_.model.lens, ray));
+    if (isPlain(camera_, p.z, at)) {
+      return {at.pixel.x, at.pixel.y, calibration::PointStatus::kOk};
+    }
+    return askMore(p, point);
+  }
   PointAnswer rectify(double u, double v);
 
  private:
+  PointAnswer askMore(const Point3<double>& p, const Point3<double>& given);
   LensInverse& inverse();
   calibration::PointStatus decide(const calibration::NormalizedPoint<double>& ray,
                                   const CodedPoint<double>& pixel);

@@ -77,7 +77,14 @@ PreparedCamera prepareForRectification(const calibration::CameraModel& camera) {
 }
 
 PreparedCamera unprepared(const calibration::CameraModel& camera) {
-  return {camera, NewtonStart(camera.lens), 0, kNaN, -1, isCamera(camera) ? 0 : kNaN};
+  return {camera,
+          static_cast<double>(camera.width),
+          static_cast<double>(camera.height),
+          NewtonStart(camera.lens),
+          0,
+          kNaN,
+          -1,
+          isCamera(camera) ? 0 : kNaN};
 }
 
 }  // namespace norv::internal

@@ -9,6 +9,8 @@ namespace norv::internal {
 /// squared radii of undistorted points.
 struct PreparedCamera {
   calibration::CameraModel model;
+  double width;  ///< of the image, pixels
+  double height;
   NewtonStart start;
   /// Below it every ray lies on the first branch of the lens (`LensDomain`).
   double certain;
