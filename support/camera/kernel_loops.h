@@ -12,6 +12,7 @@
 #include "support/camera/jacobian_formulas.h"
 #include "support/camera/kernels.h"
 #include "support/camera/lane_memory.h"
+#include "support/camera/lane_pipeline.h"
 #include "support/camera/lanes.h"
 #include "support/camera/point_formulas.h"
 
@@ -21,11 +22,6 @@
 
 namespace norv::internal::NORV_KERNELS {
 namespace {
-
-using Pair = calibration::NormalizedPoint<Lanes>;
-using Triple = Point3<Lanes>;
-
-constexpr auto kStep = static_cast<std::size_t>(kLanes);
 
 /// Calls `group(begin, lanes)` for groups of points that make up [0, count).
 template <class Group>
@@ -38,7 +34,7 @@ void forGroups(std::size_t count, const Group& group) {
 /// Whether any of the codes, that of a lane without a point too, is not that of `kOk`.
 template <class Count>
 bool storeCodes(const Lanes& code, std::uint8_t* codes, Count valid) {
-  if (anyOf(code != 0)) {
+  if (!allOf(code == 0)) {
     store(code, valid, codes, 1);
     return true;
   }
@@ -46,64 +42,31 @@ bool storeCodes(const Lanes& code, std::uint8_t* codes, Count valid) {
   return false;
 }
 
-/// A block of rays between the passes of a loop. One pass over the whole way of a point would be a
-/// chain of some 90 cycles; the processor's schedulers do not hold enough points to keep busy
-/// during it. Short passes over points that stay in the first-level cache take half of the time.
-struct RayBlock {
-  static constexpr std::size_t kGroups = 256 / NORV_LANES;
-
-  void set(std::size_t k, const Triple& p) {
-    x[k] = p.x / p.z;
-    y[k] = p.y / p.z;
-    z[k] = p.z;
-  }
-
-  void setFactors(const calibration::LensDistortion<double>& lens, std::size_t groups) {
-    for (std::size_t k = 0; k < groups; ++k) factor[k] = radialFactor(lens, Pair{x[k], y[k]});
-  }
-
-  ImagedRay<Lanes> imaged(const calibration::CameraModel& camera, std::size_t k) const {
-    return ImagedRay<Lanes>(camera, {x[k], y[k]}, factor[k]);
-  }
-
-  Lanes x[kGroups];
-  Lanes y[kGroups];
-  Lanes z[kGroups];
-  Lanes factor[kGroups];
-};
-
-/// Calls `block(begin, size)` for blocks that make up [0, count).
-template <class Block>
-void forBlocks(std::size_t count, const Block& block) {
-  constexpr std::size_t kSize = RayBlock::kGroups * kStep;
-  for (std::size_t i = 0; i < count; i += kSize) block(i, count - i < kSize ? count - i : kSize);
-}
-
-constexpr std::size_t groupsOf(std::size_t size) { return (size + kStep - 1) / kStep; }
-
 template <bool kHasPose>
 bool projectAll(const PreparedCamera& shared, const PoseRows* pose,
                 const Points<const double>& points, std::size_t count, const Points<double>& pixels,
                 std::uint8_t* codes) {
   const PreparedCamera camera = shared;
   bool not_ok = false;
-  RayBlock rays;
-  forBlocks(count, [&](std::size_t begin, std::size_t size) {
-    forGroups(size, [&](std::size_t i, auto valid) {
-      Triple p = loadTriple(points, begin + i, valid);
-      if constexpr (kHasPose) p = transformed(*pose, p);
-      rays.set(i / kStep, p);
-    });
-    rays.setFactors(camera.model.lens, groupsOf(size));
-    forGroups(size, [&](std::size_t i, auto valid) {
-      const std::size_t k = i / kStep;
-      const auto given = [&] { return loadTriple(points, begin + i, valid); };
-      const CodedPoint<Lanes> answer =
-          projected(camera, rays.z[k], rays.imaged(camera.model, k), given);
-      storePair(answer.x, answer.y, pixels, begin + i, valid);
-      not_ok |= storeCodes(answer.code, codes + begin + i, valid);
-    });
-  });
+  RayRing rays;
+  inPipeline(
+      count,
+      [&](std::size_t i, auto valid) {
+        const Triple p = loadTriple(points, i, valid);
+        if constexpr (kHasPose) {
+          rays.set(i, transformed(*pose, p));
+        } else {
+          rays.set(i, p);
+        }
+      },
+      [&](std::size_t i) { rays.setFactor(i, camera.model.lens); },
+      [&](std::size_t i, auto valid) {
+        const auto given = [&] { return loadTriple(points, i, valid); };
+        const CodedPoint<Lanes> answer =
+            projected(camera, rays.z[RayRing::placeOf(i)], rays.imaged(i, camera.model), given);
+        storePair(answer.x, answer.y, pixels, i, valid);
+        not_ok |= storeCodes(answer.code, codes + i, valid);
+      });
   return not_ok;
 }
 
@@ -188,51 +151,51 @@ Triple raysOf(const RayRow& row, std::size_t column) {
   return {row.x0 + i * row.dx, row.y0 + i * row.dy, row.z0 + i * row.dz};
 }
 
-bool rectifyTurnedRow(const PreparedCamera& shared, const RayRow& line, std::size_t first,
+bool rectifyTurnedRow(const PreparedCamera& shared, const RayRow& line, std::size_t begin,
                       std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
   const PreparedCamera camera = shared;
   const RayRow row = line;
-  RayBlock rays;
+  RayRing rays;
   bool not_ok = false;
-  forBlocks(count, [&](std::size_t begin, std::size_t size) {
-    for (std::size_t k = 0; k < groupsOf(size); ++k)
-      rays.set(k, raysOf(row, first + begin + k * kStep));
-    rays.setFactors(camera.model.lens, groupsOf(size));
-    forGroups(size, [&](std::size_t i, auto valid) {
-      const std::size_t k = i / kStep;
-      const CodedPoint<Lanes> pixel =
-          placed(camera, rays.z[k], {rays.x[k], rays.y[k]}, rays.imaged(camera.model, k));
-      storeRow(pixel.x - 0.5, valid, map_x + begin + i);
-      storeRow(pixel.y - 0.5, valid, map_y + begin + i);
-      not_ok |= storeCodes(pixel.code, codes + begin + i, valid);
-    });
-  });
+  inPipeline(
+      count, [&](std::size_t i, auto /*valid*/) { rays.set(i, raysOf(row, begin + i)); },
+      [&](std::size_t i) { rays.setFactor(i, camera.model.lens); },
+      [&](std::size_t i, auto valid) {
+        const std::size_t k = RayRing::placeOf(i);
+        const CodedPoint<Lanes> pixel =
+            placed(camera, rays.z[k], {rays.x[k], rays.y[k]}, rays.imaged(i, camera.model));
+        storeRow(pixel.x - 0.5, valid, map_x + i);
+        storeRow(pixel.y - 0.5, valid, map_y + i);
+        not_ok |= storeCodes(pixel.code, codes + i, valid);
+      });
   return not_ok;
 }
 
 /// The same for rays of depth 1, which share their y.
-bool rectifyStraightRow(const PreparedCamera& shared, const RayRow& line, std::size_t first,
+bool rectifyStraightRow(const PreparedCamera& shared, const RayRow& line, std::size_t begin,
                         std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
   const PreparedCamera camera = shared;
   const RayRow row = line;
   const Lanes y = row.y0;
-  Lanes x[RayBlock::kGroups];
-  Lanes factor[RayBlock::kGroups];
+  Lanes x[RayRing::kGroups];
+  Lanes factor[RayRing::kGroups];
   bool not_ok = false;
-  forBlocks(count, [&](std::size_t begin, std::size_t size) {
-    for (std::size_t k = 0; k < groupsOf(size); ++k) {
-      x[k] = raysOf(row, first + begin + k * kStep).x;
-      factor[k] = radialFactor(camera.model.lens, Pair{x[k], y});
-    }
-    forGroups(size, [&](std::size_t i, auto valid) {
-      const Pair ray{x[i / kStep], y};
-      const CodedPoint<Lanes> pixel =
-          placed(camera, Lanes(1), ray, ImagedRay<Lanes>(camera.model, ray, factor[i / kStep]));
-      storeRow(pixel.x - 0.5, valid, map_x + begin + i);
-      storeRow(pixel.y - 0.5, valid, map_y + begin + i);
-      not_ok |= storeCodes(pixel.code, codes + begin + i, valid);
-    });
-  });
+  inPipeline(
+      count,
+      [&](std::size_t i, auto /*valid*/) { x[RayRing::placeOf(i)] = raysOf(row, begin + i).x; },
+      [&](std::size_t i) {
+        const std::size_t k = RayRing::placeOf(i);
+        factor[k] = radialFactor(camera.model.lens, Pair{x[k], y});
+      },
+      [&](std::size_t i, auto valid) {
+        const std::size_t k = RayRing::placeOf(i);
+        const Pair ray{x[k], y};
+        const CodedPoint<Lanes> pixel =
+            placed(camera, Lanes(1), ray, ImagedRay<Lanes>(camera.model, ray, factor[k]));
+        storeRow(pixel.x - 0.5, valid, map_x + i);
+        storeRow(pixel.y - 0.5, valid, map_y + i);
+        not_ok |= storeCodes(pixel.code, codes + i, valid);
+      });
   return not_ok;
 }
 

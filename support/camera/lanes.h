@@ -9,21 +9,78 @@
 #include <type_traits>
 #include <utility>
 
+#ifdef __AVX512F__
+#include <immintrin.h>
+#endif
+
 namespace norv::internal::NORV_KERNELS {
 
 inline constexpr int kLanes = NORV_LANES;
 
 using Doubles = double __attribute__((vector_size(NORV_LANES * sizeof(double))));
-using Floats = float __attribute__((vector_size(NORV_LANES * sizeof(float))));
-/// All bits of an element are set where a comparison is true.
 using Bits = std::int64_t __attribute__((vector_size(NORV_LANES * sizeof(std::int64_t))));
+using Floats = float __attribute__((vector_size(NORV_LANES * sizeof(float))));
+#if NORV_LANES == 8 && defined(__AVX512DQ__)
 
-/// The same to processor-specific functions.
-using LongLongs = long long __attribute__((vector_size(NORV_LANES * sizeof(long long))));
+/// One bit for each lane, as the processor has them in registers of their own. What compilers make
+/// of comparisons of vectors goes back and forth between these and whole vectors.
+struct Mask {
+  __mmask8 bits;
+};
 
+template <int kComparison>
+Mask compared(const Doubles& a, const Doubles& b) {
+  return {_mm512_cmp_pd_mask(a, b, kComparison)};
+}
+inline Mask isLess(const Doubles& a, const Doubles& b) { return compared<_CMP_LT_OQ>(a, b); }
+inline Mask isAtMost(const Doubles& a, const Doubles& b) { return compared<_CMP_LE_OQ>(a, b); }
+inline Mask isEqual(const Doubles& a, const Doubles& b) { return compared<_CMP_EQ_OQ>(a, b); }
+inline Doubles select(const Mask& condition, const Doubles& yes, const Doubles& no) {
+  return _mm512_mask_blend_pd(condition.bits, no, yes);
+}
+inline Mask both(const Mask& a, const Mask& b) { return {static_cast<__mmask8>(a.bits & b.bits)}; }
+inline Mask either(const Mask& a, const Mask& b) {
+  return {static_cast<__mmask8>(a.bits | b.bits)};
+}
+inline Mask without(const Mask& a, const Mask& b) {
+  return {static_cast<__mmask8>(a.bits & ~b.bits)};
+}
+inline unsigned bitsOf(const Mask& mask) { return mask.bits; }
+
+#else
+
+/// All bits of an element are set where a comparison is true.
 struct Mask {
   Bits v;
 };
+
+inline Mask isLess(const Doubles& a, const Doubles& b) { return {a < b}; }
+inline Mask isAtMost(const Doubles& a, const Doubles& b) { return {a <= b}; }
+inline Mask isEqual(const Doubles& a, const Doubles& b) { return {a == b}; }
+inline Doubles select(const Mask& condition, const Doubles& yes, const Doubles& no) {
+  return condition.v ? yes : no;
+}
+inline Mask both(const Mask& a, const Mask& b) { return {a.v & b.v}; }
+inline Mask either(const Mask& a, const Mask& b) { return {a.v | b.v}; }
+inline Mask without(const Mask& a, const Mask& b) { return {a.v & ~b.v}; }
+
+/// One bit for each lane.
+inline unsigned bitsOf(const Mask& mask) {
+#if defined(__AVX__) && NORV_LANES == 4
+  return static_cast<unsigned>(__builtin_ia32_movmskpd256(reinterpret_cast<Doubles>(mask.v)));
+#elif defined(__SSE2__) && NORV_LANES == 2
+  return static_cast<unsigned>(__builtin_ia32_movmskpd(reinterpret_cast<Doubles>(mask.v)));
+#else
+  unsigned bits = 0;
+  for (int i = 0; i < kLanes; ++i) bits |= (mask.v[i] != 0 ? 1U : 0U) << i;
+  return bits;
+#endif
+}
+
+#endif
+
+inline bool anyOf(const Mask& mask) { return bitsOf(mask) != 0; }
+inline bool allOf(const Mask& mask) { return bitsOf(mask) == (1U << NORV_LANES) - 1; }
 
 struct Lanes {
   Lanes() = default;
@@ -35,43 +92,21 @@ struct Lanes {
   friend Lanes operator*(const Lanes& a, const Lanes& b) { return Lanes(a.v * b.v); }
   friend Lanes operator/(const Lanes& a, const Lanes& b) { return Lanes(a.v / b.v); }
   friend Lanes operator-(const Lanes& a) { return Lanes(-a.v); }
-  friend Mask operator<(const Lanes& a, const Lanes& b) { return {a.v < b.v}; }
-  friend Mask operator<=(const Lanes& a, const Lanes& b) { return {a.v <= b.v}; }
-  friend Mask operator>(const Lanes& a, const Lanes& b) { return {a.v > b.v}; }
-  friend Mask operator>=(const Lanes& a, const Lanes& b) { return {a.v >= b.v}; }
-  friend Mask operator==(const Lanes& a, const Lanes& b) { return {a.v == b.v}; }
-  friend Mask operator!=(const Lanes& a, const Lanes& b) { return {a.v != b.v}; }
+  friend Mask operator<(const Lanes& a, const Lanes& b) { return isLess(a.v, b.v); }
+  friend Mask operator<=(const Lanes& a, const Lanes& b) { return isAtMost(a.v, b.v); }
+  friend Mask operator>(const Lanes& a, const Lanes& b) { return isLess(b.v, a.v); }
+  friend Mask operator>=(const Lanes& a, const Lanes& b) { return isAtMost(b.v, a.v); }
+  friend Mask operator==(const Lanes& a, const Lanes& b) { return isEqual(a.v, b.v); }
 
   Doubles v;
 };
 
 inline Lanes select(const Mask& condition, const Lanes& yes, const Lanes& no) {
-  return Lanes(condition.v ? yes.v : no.v);
+  return Lanes(select(condition, yes.v, no.v));
 }
 inline Lanes absolute(const Lanes& x) {
   return Lanes(reinterpret_cast<Doubles>(reinterpret_cast<Bits>(x.v) & INT64_MAX));
 }
-inline Mask both(const Mask& a, const Mask& b) { return {a.v & b.v}; }
-inline Mask either(const Mask& a, const Mask& b) { return {a.v | b.v}; }
-inline Mask without(const Mask& a, const Mask& b) { return {a.v & ~b.v}; }
-
-/// One bit for each element.
-inline unsigned bitsOf(const Mask& mask) {
-#if defined(__AVX512DQ__) && NORV_LANES == 8
-  return __builtin_ia32_cvtq2mask512(reinterpret_cast<LongLongs>(mask.v));
-#elif defined(__AVX__) && NORV_LANES == 4
-  return static_cast<unsigned>(__builtin_ia32_movmskpd256(reinterpret_cast<Doubles>(mask.v)));
-#elif defined(__SSE2__) && NORV_LANES == 2
-  return static_cast<unsigned>(__builtin_ia32_movmskpd(reinterpret_cast<Doubles>(mask.v)));
-#else
-  unsigned bits = 0;
-  for (int i = 0; i < kLanes; ++i) bits |= (mask.v[i] != 0 ? 1U : 0U) << i;
-  return bits;
-#endif
-}
-
-inline bool anyOf(const Mask& mask) { return bitsOf(mask) != 0; }
-inline bool allOf(const Mask& mask) { return bitsOf(mask) == (1U << NORV_LANES) - 1; }
 
 using AllIndices = std::make_index_sequence<NORV_LANES>;
 

@@ -26,7 +26,7 @@ class RowMaker {
 
  private:
   /// Columns that are computed at once: what is kept of them stays in the first-level cache.
-  static constexpr std::size_t kColumns = 256;
+  static constexpr std::size_t kColumns = 512;
 
   RayRow rayRow(std::size_t j) const;
   void rectifyColumns(const RayRow& row, std::size_t begin, std::size_t count, float* map_x,

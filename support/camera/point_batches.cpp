@@ -23,7 +23,7 @@ using calibration::RectificationExtras;
 namespace {
 
 /// Points that a kernel is given at once: what is kept of them stays in the first-level cache.
-constexpr std::size_t kChunk = 256;
+constexpr std::size_t kChunk = 512;
 /// Fewer points are not worth a thread.
 constexpr std::size_t kPointsOfThread = 16 * kChunk;
 
@@ -45,6 +45,7 @@ class Copy {
     return {all_.data(), kCoordinates};
   }
 
+  /// The points may be those that were taken.
   PointArray<const double> transform(const PoseRows& pose, const PointArray<const double>& points,
                                      std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
@@ -107,7 +108,7 @@ class Projection {
   /// One chunk; how many points are not `kOk`.
   std::size_t run(PointArray<const double> points, std::size_t count,
                   const PointArray<double>& pixels, const ProjectionExtras& extras) {
-    if (points.data == pixels.data) points = given_.take(points, count);
+    if (points.data == pixels.data) points = own_.take(points, count);
     chunk_.count = count;
     chunk_.all_ok = !kernels().project(camera_, pose_, points, count, pixels, chunk_.codes.data());
     if (!chunk_.all_ok) {
@@ -116,7 +117,7 @@ class Projection {
       });
     }
     if (extras.jacobians != nullptr) {
-      if (pose_ != nullptr) points = in_camera_.transform(*pose_, points, count);
+      if (pose_ != nullptr) points = own_.transform(*pose_, points, count);
       kernels().projectionJacobians(camera_, points, count, numbersOf(extras.jacobians));
       clearUnanswered(chunk_, extras.jacobians);
     }
@@ -128,8 +129,7 @@ class Projection {
   const PoseRows* pose_;
   PointSolver solver_;
   ChunkCodes chunk_;
-  Copy<double, 3> given_;
-  Copy<double, 3> in_camera_;
+  Copy<double, 3> own_;
 };
 
 /// One thread's share of a rectification.
