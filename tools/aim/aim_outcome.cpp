@@ -8,6 +8,7 @@
 
 #include "calibration_common/head_geometry.h"
 #include "tools/aim/sight.h"
+#include "tools/input/zoom_position.h"
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
 

@@ -10,6 +10,7 @@
 #include "support/camera_projection.h"
 #include "tools/aim/aim_outcome.h"
 #include "tools/aim/sight.h"
+#include "tools/input/zoom_position.h"
 #include "tools/output/number_text.h"
 #include "tools/tool_error.h"
 

@@ -13,16 +13,6 @@ namespace norv::tools {
 
 using calibration::PTZCameraModelConfiguration;
 
-/// Whether the lens at the configuration's zoom position is finite.
-bool hasLens(const PTZCameraModelConfiguration& configuration);
-
-/// Why there is no lens at the configuration's zoom position, with the position.
-std::string explainMissingLens(const PTZCameraModelConfiguration& configuration);
-
-/// Where a zoom position lies when its lens is not between two samples but extrapolated from them;
-/// nullopt when it is between two, or there is no lens.
-std::optional<std::string> explainExtrapolation(const PTZCameraModelConfiguration& configuration);
-
 /// Pixel of the optical axis.
 Vector2_f principalPoint(const PTZCameraModelConfiguration& configuration);
 

@@ -2,24 +2,12 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
 #include <cmath>
 #include <limits>
-#include <system_error>
+
+#include "tools/input/number_list.h"
 
 namespace norv::tools {
-namespace {
-
-std::optional<double> parseNumber(const std::string& text) {
-  double value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end || !std::isfinite(value)) return std::nullopt;
-  return value;
-}
-
-}  // namespace
-
 std::optional<double> parseDistance(const std::string& text) {
   if (text == "inf") return std::numeric_limits<double>::infinity();
   const std::optional<double> number = parseNumber(text);

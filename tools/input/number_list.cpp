@@ -49,4 +49,12 @@ template std::optional<std::array<float, 2>> parseNumbers<2>(const std::string& 
 template std::optional<std::array<float, 3>> parseNumbers<3>(const std::string& text);
 template std::optional<std::array<float, 4>> parseNumbers<4>(const std::string& text);
 
+std::optional<double> parseNumber(const std::string& text) {
+  double value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (error != std::errc() || stop != end || !std::isfinite(value)) return std::nullopt;
+  return value;
+}
+
 }  // namespace norv::tools

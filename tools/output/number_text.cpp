@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace norv::tools {
 namespace {
@@ -27,6 +28,12 @@ double shortestDouble(float value) {
   double result = 0;
   std::from_chars(text.data(), text.data() + text.size(), result);
   return result;
+}
+
+double shortestIfFloat(double value) {
+  if (!(std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max()))) return value;
+  const auto narrow = static_cast<float>(value);
+  return static_cast<double>(narrow) == value ? shortestDouble(narrow) : value;
 }
 
 }  // namespace norv::tools

@@ -15,4 +15,7 @@ std::string nineDigits(double value);
 /// Narrowed, it is `value` again.
 double shortestDouble(float value);
 
+/// The same for a double that holds a number of single precision; any other number as it is.
+double shortestIfFloat(double value);
+
 }  // namespace norv::tools

@@ -10,6 +10,7 @@
 
 #include "calibration_common/camera_parameters.h"
 #include "support/printable_text.h"
+#include "tools/input/camera_choice.h"
 #include "tools/input/camera_loading.h"
 #include "tools/output/json_output.h"
 #include "tools/output/number_text.h"
@@ -17,8 +18,6 @@
 #include "tools/review/finding_notes.h"
 #include "tools/show/metadata.h"
 #include "tools/show/notes.h"
-#include "tools/tool_error.h"
-#include "tools/usage/nearest_word.h"
 
 namespace norv::tools {
 namespace {
@@ -162,30 +161,6 @@ std::vector<std::string> inputNotes(const CalibrationInput& input) {
   return {"the file is empty, which reads as a calibration without cameras"};
 }
 
-/// The camera that was probably meant: one whose name goes on where `name` ends, or is like it.
-std::string suggestName(const RobotCalibration& robot, const std::string& name) {
-  std::vector<std::string> names;
-  for (const CameraCalibration& camera : robot.camera_calibration()) {
-    if (camera.name().rfind(name, 0) == 0) return "; did you mean " + camera.name() + "?";
-    names.push_back(camera.name());
-  }
-  const std::string nearest = nearestWord(name, names);
-  return nearest.empty() ? "" : "; did you mean " + nearest + "?";
-}
-
-[[noreturn]] void refuseName(const CalibrationInput& input, const RobotCalibration& robot,
-                             const std::string& name) {
-  constexpr int kMaxNames = 20;
-  std::string known;
-  for (int i = 0; i < std::min(robot.camera_calibration_size(), kMaxNames); ++i) {
-    known += (i == 0 ? "" : ", ") + toPrintable(robot.camera_calibration(i).name());
-  }
-  const int further = robot.camera_calibration_size() - kMaxNames;
-  if (further > 0) known += fmt::format(" and {} more", further);
-  throw ToolError(fmt::format("{}: no camera \"{}\" (there are: {}){}", input.name, name,
-                              known.empty() ? "none" : known, suggestName(robot, name)));
-}
-
 }  // namespace
 
 std::string showCameras(const CalibrationInput& input, const RobotCalibration& robot,
@@ -208,7 +183,7 @@ std::string showCameras(const CalibrationInput& input, const RobotCalibration& r
     text += cameraText(*camera, views, camera_notes);
     cameras.push_back(cameraJson(*camera, views, camera_notes));
   }
-  if (options.camera && cameras.empty()) refuseName(input, robot, *options.camera);
+  if (options.camera && cameras.empty()) refuseCamera(input, robot, *options.camera);
   if (!options.json) return text + "\n" + countLine(findings);
   json document = {{"source", input.name}};
   document.update(countJson(findings));

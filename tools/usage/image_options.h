@@ -20,13 +20,12 @@ inline void addCameraOption(CLI::App* verb, std::optional<std::string>* camera,
       });
 }
 
-/// Adds the option --size, which sets `*size`, to a verb. `what` begins its description.
-inline void addSizeOption(CLI::App* verb, std::optional<ImageSize>* size, const std::string& what) {
-  verb->add_option_function<std::string>(
-          "--size", [size](const std::string& text) { *size = parseImageSize(text); },
-          what +
-              " this image size only, in pixels; scaled from the full frame if it is not in the "
-              "table")
+/// Adds an option of that name, whose value is an image size, to a verb.
+inline CLI::Option* addImageSize(CLI::App* verb, const std::string& name,
+                                 std::optional<ImageSize>* size, const std::string& description) {
+  return verb
+      ->add_option_function<std::string>(
+          name, [size](const std::string& text) { *size = parseImageSize(text); }, description)
       ->type_name("WxH")
       ->check([](const std::string& text) {
         return parseImageSize(text)
@@ -34,6 +33,14 @@ inline void addSizeOption(CLI::App* verb, std::optional<ImageSize>* size, const 
                    : fmt::format("not a size such as 640x480, each side at most {}: {}",
                                  kMaxImageSide, text);
       });
+}
+
+/// Adds the option --size, which sets `*size`, to a verb. `what` begins its description.
+inline void addSizeOption(CLI::App* verb, std::optional<ImageSize>* size, const std::string& what) {
+  addImageSize(verb, "--size", size,
+               what +
+                   " this image size only, in pixels; scaled from the full frame if it is not in "
+                   "the table");
 }
 
 }  // namespace norv::tools
