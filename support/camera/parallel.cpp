@@ -24,11 +24,11 @@ class Helpers {
     for (std::thread& thread : threads_) thread.join();
   }
 
-  /// Whether a thread does `task` now.
-  bool start(const std::function<void()>& task) {
+  /// Whether a thread does `work` for the range now.
+  bool start(const RangeWork& work, std::size_t begin, std::size_t end) {
     try {
       threads_.reserve(threads_.size() + 1);
-      threads_.emplace_back(task);
+      threads_.emplace_back([&work, begin, end] { work(begin, end); });
       return true;
     } catch (const std::system_error&) {
       return false;
@@ -43,8 +43,7 @@ class Helpers {
 
 }  // namespace
 
-void inParallel(std::size_t count, std::size_t grain, int threads,
-                const std::function<void(std::size_t begin, std::size_t end)>& work) {
+void runInParallel(std::size_t count, std::size_t grain, int threads, const RangeWork& work) {
   const std::size_t grains = (count + grain - 1) / grain;
   const std::size_t parts = std::min(howMany(threads), std::max<std::size_t>(grains, 1));
   const auto begin = [&](std::size_t part) {
@@ -52,10 +51,7 @@ void inParallel(std::size_t count, std::size_t grain, int threads,
   };
   Helpers helpers;
   std::size_t part = 1;
-  while (part < parts &&
-         helpers.start([&work, from = begin(part), to = begin(part + 1)] { work(from, to); })) {
-    ++part;
-  }
+  while (part < parts && helpers.start(work, begin(part), begin(part + 1))) ++part;
   work(begin(0), begin(1));
   for (; part < parts; ++part) work(begin(part), begin(part + 1));
 }

@@ -56,7 +56,12 @@ PointAnswer PointSolver::rectify(double u, double v) {
     return {kNoNumber, kNoNumber, PointStatus::kNotFinite};
   }
   const NormalizedPoint<double> ray = inverse().undistort(target);
-  if (std::isnan(ray.x)) return {kNoNumber, kNoNumber, PointStatus::kBeyondLens};
+  if (std::isnan(ray.x)) {
+    // A radial map that never ends reaches every pixel: by a ray beyond numbers then.
+    const bool is_too_large = inverse().isRadial() && inverse().neverEnds();
+    return {kNoNumber, kNoNumber,
+            is_too_large ? PointStatus::kNotFinite : PointStatus::kBeyondLens};
+  }
   const bool fits = inFloatRange(ray.x, ray.y);
   return answerOf({ray.x, ray.y, 0},
                   fits ? statusOf(placeCode(camera_, u, v)) : PointStatus::kNotFinite);
