@@ -76,6 +76,7 @@ set(library_sources
   support/camera_transform.cpp
   support/checks.cpp
   support/file.cpp
+  support/lens_validity.cpp
   support/logging.cpp
   support/message_parsing.cpp
   support/message_printing.cpp
@@ -90,6 +91,9 @@ set(library_sources
   support/text_fields.cpp
   support/text_places.cpp
   support/trigonometric_equation.cpp
+  support/view_fit.cpp
+  support/camera/clear_rectangle.cpp
+  support/camera/image_border.cpp
   support/camera/kernel_choice.cpp
   support/camera/kernels_baseline.cpp
   support/camera/map_rows.cpp
@@ -97,6 +101,8 @@ set(library_sources
   support/camera/point_batches.cpp
   support/camera/point_solver.cpp
   support/camera/prepared_camera.cpp
+  support/camera/rectangle_search.cpp
+  support/camera/valid_region.cpp
   support/files/signal_hold.cpp
   support/files/temporary_file.cpp
   support/fit/candidate_choice.cpp
