@@ -163,7 +163,7 @@ bool isShare(double alpha) { return alpha >= 0 && alpha <= 1; }
 
 std::optional<Frame> frameOf(const Fit& fit, double alpha) {
   if (alpha == 0) return fit.validOnly();
-  const std::optional<Frame> whole = fit.wholeImage();
+  std::optional<Frame> whole = fit.wholeImage();
   if (alpha == 1 || !whole) return whole;
   const std::optional<Frame> valid = fit.validOnly();
   if (!valid) return std::nullopt;

@@ -92,7 +92,7 @@ std::optional<Vector2d> ValidRegion::middle() const {
   const calibration::CameraModel& model = camera_.model;
   const PointAnswer ray = PointSolver(camera_).rectify(0.5 * model.width, 0.5 * model.height);
   for (const Vector2d& candidate : {Vector2d(ray.x, ray.y), Vector2d(0, 0)}) {
-    const auto point = plane_.pointOf(candidate.x(), candidate.y());
+    auto point = plane_.pointOf(candidate.x(), candidate.y());
     if (point && contains(*point)) return point;
   }
   return std::nullopt;
@@ -103,7 +103,7 @@ Placement ValidRegion::largest(const Vector2d& half) const {
   const auto shown = middle();
   if (!shown) return {{0, 0}, 0};
   const WantedRectangle wanted{half, *shown};
-  const Placement near = largestClear(outlines_, coarse_, wanted, *shown);
+  Placement near = largestClear(outlines_, coarse_, wanted, *shown);
   if ((box_.low.array() > box_.high.array()).any()) return near;
   const auto is_inside = [this](const Vector2d& point) { return contains(point); };
   const Placement far = largestAnywhere(coarse_, box_, is_inside, wanted, near, kTolerance);
