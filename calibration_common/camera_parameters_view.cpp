@@ -6,25 +6,10 @@
 #include "calibration_common/camera_models.h"
 #include "calibration_common/camera_parameters.h"
 #include "calibration_common/camera_view.h"
+#include "calibration_common/intrinsics_model.h"
 #include "calibration_common/view_record.h"
-#include "support/lens_distortion.h"
 
 namespace norv::calibration {
-namespace {
-
-CameraModel modelOf(const CameraParameters::Intrinsics& entry) {
-  return {entry.width,
-          entry.height,
-          static_cast<double>(entry.fx),
-          static_cast<double>(entry.fy),
-          static_cast<double>(entry.skew),
-          static_cast<double>(entry.cx),
-          static_cast<double>(entry.cy),
-          lensFromCoefficients<double>(entry.distortion.data(), entry.distortion.size())};
-}
-
-}  // namespace
-
 std::optional<CameraView> CameraParameters::view(int width, int height) const {
   if (width <= 0 || height <= 0) return std::nullopt;
   const auto entry =
@@ -37,7 +22,7 @@ std::optional<CameraView> CameraParameters::view(int width, int height) const {
   // Where the sensor warps an image, its intrinsics were fitted again.
   source.is_rectified_by_sensor = refit_ && entry - intrinsics_.begin() == internal::kWarpedCrop;
   return CameraView(
-      std::make_shared<const internal::ViewRecord>(modelOf(*entry), transform_, source));
+      std::make_shared<const internal::ViewRecord>(internal::modelOf(*entry), transform_, source));
 }
 
 }  // namespace norv::calibration

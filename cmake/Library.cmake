@@ -25,6 +25,7 @@ set(library_sources
   calibration_common/camera_set_loading.cpp
   calibration_common/camera_view.cpp
   calibration_common/head_geometry.cpp
+  calibration_common/intrinsics_model.cpp
   calibration_common/load_rollback.cpp
   calibration_common/message_copy.cpp
   calibration_common/pan_tilt_model.cpp

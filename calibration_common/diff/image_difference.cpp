@@ -37,16 +37,16 @@ calibration::ImageDifference compareImages(const calibration::CameraParameters::
                                            const calibration::CameraParameters::Intrinsics& b,
                                            const Pose& b_from_a,
                                            const calibration::DiffOptions& options) {
-  ImageCamera camera_a(a);
-  ImageCamera camera_b(b);
-  const std::vector<GridPixel> grid = seeGrid({a.width, a.height}, &camera_a);
-  const Shifts as_is = shiftGrid(grid, {}, &camera_b);
+  const ImageCamera camera_a(a);
+  const ImageCamera camera_b(b);
+  const std::vector<GridPixel> grid = seeGrid({a.width, a.height}, camera_a);
+  const Shifts as_is = shiftGrid(grid, {}, camera_b);
   const Eigen::Quaterniond rotation = findBestRotation(camera_b, grid, as_is);
   const Eigen::AngleAxisd turn(rotation);
   const Eigen::Vector3d turn_by_axes = turn.angle() * turn.axis();
   RayMotion turning;
   turning.linear = rotation.toRotationMatrix();
-  const Shifts rotated = shiftGrid(grid, turning, &camera_b);
+  const Shifts rotated = shiftGrid(grid, turning, camera_b);
 
   calibration::ImageDifference difference;
   difference.a = a;
@@ -56,7 +56,7 @@ calibration::ImageDifference compareImages(const calibration::CameraParameters::
   difference.rotation = {turn_by_axes.x(), turn_by_axes.y(), turn_by_axes.z()};
   for (const double distance : options.distances) {
     const RayMotion motion{b_from_a.linear, b_from_a.translation, distance};
-    difference.on_robot.push_back({distance, summarise(grid, shiftGrid(grid, motion, &camera_b))});
+    difference.on_robot.push_back({distance, summarise(grid, shiftGrid(grid, motion, camera_b))});
   }
   if (options.keep_grid) difference.grid = joinGrid(grid, as_is, rotated);
   return difference;

@@ -13,18 +13,19 @@ int countRows(const calibration::PixelSize& size) {
   return static_cast<int>(std::clamp<double>(rows, 2, kMaxGridRows));
 }
 
-std::optional<GridRay> see(const Eigen::Vector2d& pixel, ImageCamera* camera) {
-  const std::optional<Eigen::Vector3d> ray = camera->rayAt(pixel);
+std::optional<GridRay> see(const Eigen::Vector2d& pixel, const ImageCamera& camera) {
+  const std::optional<Eigen::Vector3d> ray = camera.rayAt(pixel);
   if (!ray) return std::nullopt;
-  const auto imaged = camera->project(ray->x(), ray->y(), ray->z());
+  const auto imaged = camera.project(ray->x(), ray->y(), ray->z());
   return GridRay{*ray, {imaged.x, imaged.y}};
 }
 
-std::optional<Eigen::Vector2d> shift(const GridPixel& at, const RayMotion& motion, ImageCamera* b) {
+std::optional<Eigen::Vector2d> shift(const GridPixel& at, const RayMotion& motion,
+                                     const ImageCamera& b) {
   if (!at.seen) return std::nullopt;
   const Eigen::Vector3d& ray = at.seen->ray;
   const std::optional<Eigen::Vector2d> pixel =
-      b->pixelOf(motion.linear * ray + motion.translation * (ray.norm() / motion.distance));
+      b.pixelOf(motion.linear * ray + motion.translation * (ray.norm() / motion.distance));
   if (!pixel) return std::nullopt;
   return *pixel - at.seen->imaged;
 }
@@ -39,7 +40,7 @@ double medianOf(std::vector<double>* numbers) {
 
 }  // namespace
 
-std::vector<GridPixel> seeGrid(const calibration::PixelSize& size, ImageCamera* camera) {
+std::vector<GridPixel> seeGrid(const calibration::PixelSize& size, const ImageCamera& camera) {
   std::vector<GridPixel> grid;
   if (size.width < 1 || size.height < 1) return grid;
   const int rows = countRows(size);
@@ -54,7 +55,8 @@ std::vector<GridPixel> seeGrid(const calibration::PixelSize& size, ImageCamera* 
   return grid;
 }
 
-Shifts shiftGrid(const std::vector<GridPixel>& grid, const RayMotion& motion, ImageCamera* b) {
+Shifts shiftGrid(const std::vector<GridPixel>& grid, const RayMotion& motion,
+                 const ImageCamera& b) {
   Shifts shifts;
   shifts.reserve(grid.size());
   for (const GridPixel& at : grid) shifts.push_back(shift(at, motion, b));

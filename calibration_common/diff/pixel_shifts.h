@@ -30,7 +30,7 @@ inline constexpr int kMaxGridRows = 16 * kGridColumns;
 
 /// The grid of 61 x round(61 h / w) pixels over [0, w] x [0, h], its borders included, row by row,
 /// and what the camera sees there. Two rows at least; none at all where a side is not positive.
-std::vector<GridPixel> seeGrid(const calibration::PixelSize& size, ImageCamera* camera);
+std::vector<GridPixel> seeGrid(const calibration::PixelSize& size, const ImageCamera& camera);
 
 /// Where the points are, in the frame of another camera, that a ray r = (x, y, 1) becomes: up to
 /// scale linear r + translation |r| / distance. The distance is that of the points from the camera
@@ -44,7 +44,7 @@ struct RayMotion {
 /// By how much the camera `b` images each ray of the grid elsewhere, pixels; none without a ray and
 /// where `b` does not image the point.
 using Shifts = std::vector<std::optional<Eigen::Vector2d>>;
-Shifts shiftGrid(const std::vector<GridPixel>& grid, const RayMotion& motion, ImageCamera* b);
+Shifts shiftGrid(const std::vector<GridPixel>& grid, const RayMotion& motion, const ImageCamera& b);
 
 /// Largest, median (of an even number the mean of the two in the middle), root mean square.
 calibration::PixelDifference summarise(const std::vector<GridPixel>& grid, const Shifts& shifts);

@@ -31,9 +31,9 @@ struct Comparison {
 };
 
 Comparison compare(const Intrinsics& a, const Intrinsics& b) {
-  ImageCamera camera_a(a);
-  Comparison comparison{ImageCamera(b), seeGrid({a.width, a.height}, &camera_a), {}};
-  comparison.as_is = shiftGrid(comparison.grid, {}, &comparison.b);
+  const ImageCamera camera_a(a);
+  Comparison comparison{ImageCamera(b), seeGrid({a.width, a.height}, camera_a), {}};
+  comparison.as_is = shiftGrid(comparison.grid, {}, comparison.b);
   return comparison;
 }
 
@@ -103,7 +103,7 @@ TEST(BestRotation, OfASingleRayBringsItHome) {
   for (std::size_t i = 1; i < c.as_is.size(); ++i) c.as_is[i].reset();
   RayMotion motion;
   motion.linear = findBestRotation(c.b, c.grid, c.as_is).toRotationMatrix();
-  const auto shift = shiftGrid({c.grid.front()}, motion, &c.b).front();
+  const auto shift = shiftGrid({c.grid.front()}, motion, c.b).front();
   ASSERT_TRUE(shift);
   EXPECT_LT(shift->norm(), 1e-6);
 }
