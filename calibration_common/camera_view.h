@@ -73,8 +73,8 @@ class NORV_EXPORT CameraView {
   CameraView(const CameraModel& model, const CameraTransform& camera_from_parent);
   /// For the library itself.
   explicit CameraView(std::shared_ptr<const internal::ViewRecord> record);
-  CameraView(const CameraView&);
-  CameraView& operator=(const CameraView&);
+  CameraView(const CameraView& other);
+  CameraView& operator=(const CameraView& other);
   ~CameraView();
 
   const CameraModel& model() const;
@@ -155,8 +155,17 @@ class NORV_EXPORT CameraView {
   /// By the lens, and not by the focal lengths alone.
   FieldsOfView fieldsOfView() const;
 
-  // Straightened pictures: the functions of support/rectification.h for `model()`.
+  // Where the lens ends, and straightened pictures: the functions of support/lens_validity.h,
+  // support/rectified_view.h and support/rectification.h for `model()`.
 
+  double validRadius() const;
+  double validHalfAngle() const;
+  ImageCoverage coverage() const;
+  std::optional<RectifiedView> fitView(int width, int height, double alpha,
+                                       const ViewOptions& options = {}) const;
+  std::optional<RectifiedView> fitView(int width, int height, ViewFit fit,
+                                       const ViewOptions& options = {}) const;
+  std::optional<PixelSize> naturalViewSize(double alpha) const;
   void makeRectifyMap(const RectifiedView& view, float* map_x, float* map_y, int threads = 1) const;
   void makeFixedPointRectifyMap(const RectifiedView& view, std::int16_t* xy,
                                 std::uint16_t* fraction, int threads = 1) const;

@@ -29,7 +29,7 @@ PUBLIC_CALIBRATION_HEADERS = {
     "save_problem.h",
 }
 MAX_LIBRARY_FILE_LINES = 300
-VERBS = ("adjust", "aim", "convert", "diff", "show", "validate")
+VERBS = ("adjust", "aim", "convert", "diff", "show", "validate", "view")
 
 # Files whose path matches the first expression never include one whose path matches the second, neither
 # themselves nor by way of others.

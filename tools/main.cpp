@@ -22,6 +22,7 @@
 #include "tools/tool_answer.h"
 #include "tools/usage/usage_text.h"
 #include "tools/validate/validate_command.h"
+#include "tools/view/view_command.h"
 
 namespace {
 
@@ -78,8 +79,8 @@ void describeProgram(CLI::App* app) {
       "A file named - is standard input, default the compiled-in calibration of the fixed "
       "cameras.\n"
       "Exit status: 0 done; 1 the input is bad, validate found an error, or the output cannot be "
-      "written; 2 called wrongly; 3 aim does not reach what it was asked for, or diff exceeds a "
-      "limit.");
+      "written; 2 called wrongly; 3 aim does not reach what it was asked for, diff exceeds a "
+      "limit, or view has no such straightened picture.");
 }
 
 ExitStatus run(int argc, char** argv) {
@@ -90,12 +91,14 @@ ExitStatus run(int argc, char** argv) {
   norv::tools::ValidateOptions validate;
   norv::tools::ConvertOptions convert;
   norv::tools::DiffVerbOptions diff;
+  norv::tools::ViewVerbOptions view;
   const CLI::App* show_verb = norv::tools::addShowCommand(&app, &show);
   const CLI::App* aim_verb = norv::tools::addAimCommand(&app, &aim);
   norv::tools::addAdjustCommand(&app, &adjust);
   const CLI::App* validate_verb = norv::tools::addValidateCommand(&app, &validate);
   const CLI::App* convert_verb = norv::tools::addConvertCommand(&app, &convert);
   const CLI::App* diff_verb = norv::tools::addDiffCommand(&app, &diff);
+  const CLI::App* view_verb = norv::tools::addViewCommand(&app, &view);
   describeProgram(&app);
   std::vector<std::string> words = wordsOf(argc, argv);
   std::reverse(words.begin(), words.end());  // as CLI11 takes them
@@ -112,6 +115,7 @@ ExitStatus run(int argc, char** argv) {
   if (convert_verb->parsed()) return print(norv::tools::runConvertCommand(convert));
   if (validate_verb->parsed()) return print(norv::tools::runValidateCommand(validate));
   if (diff_verb->parsed()) return print(norv::tools::runDiffCommand(diff));
+  if (view_verb->parsed()) return print(norv::tools::runViewCommand(view));
   if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
   return print(norv::tools::runAdjustCommand(adjust));
 }

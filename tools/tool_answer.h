@@ -11,6 +11,7 @@ enum ExitStatus : int {
   kBadUsage = 2,    ///< the program was called wrongly
   kOutOfReach = 3,  ///< `aim`: the answer is there, but the head does not reach what was asked for
   kExceeded = 3,    ///< `diff`: the calibrations differ by more than they may
+  kNoView = 3,      ///< `view`: there is no straightened picture as was asked for
 };
 
 /// What a verb answers.

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <random>
 #include <vector>
 
@@ -66,6 +68,41 @@ TEST_F(StraightenedView, WayBackIsThatOfTheCamera) {
   view_.makeUndistortMap(straight_, x.data(), y.data(), 2);
   EXPECT_TRUE(sameMaps(x, expected_x));
   EXPECT_TRUE(sameMaps(y, expected_y));
+}
+
+void expectSame(const std::optional<RectifiedView>& a, const std::optional<RectifiedView>& b) {
+  ASSERT_TRUE(a && b);
+  EXPECT_EQ(a->width, b->width);
+  EXPECT_EQ(a->height, b->height);
+  EXPECT_EQ(a->fx, b->fx);
+  EXPECT_EQ(a->fy, b->fy);
+  EXPECT_EQ(a->cx, b->cx);
+  EXPECT_EQ(a->cy, b->cy);
+}
+
+TEST_F(StraightenedView, FitsAreThoseOfTheCamera) {
+  const CameraModel& camera = view_.model();
+  ViewOptions options;
+  options.centre = ViewCentre::kMiddle;
+  expectSame(view_.fitView(100, 70, 0.0, options), fitView(camera, 100, 70, 0.0, options));
+  expectSame(view_.fitView(100, 70, ViewFit::kValidOnly), fitView(camera, 100, 70, 0.0));
+  EXPECT_FALSE(view_.fitView(0, 70, 0.0));
+  const CameraView wide({640, 480, 500, 500, 1, 300, 240, {-0.1}}, view_.pose());
+  expectSame(wide.fitView(100, 70, ViewFit::kWholeImage), fitView(wide.model(), 100, 70, 1.0));
+  EXPECT_EQ(wide.naturalViewSize(0), naturalViewSize(wide.model(), 0));
+  EXPECT_EQ(wide.naturalViewSize(1), naturalViewSize(wide.model(), 1));
+  EXPECT_FALSE(wide.naturalViewSize(0) == wide.naturalViewSize(1));
+}
+
+TEST_F(StraightenedView, EndOfTheLensIsThatOfTheCamera) {
+  const CameraView folding({320, 240, 300, 300, 0, 160, 120, {-0.5}}, view_.pose());
+  EXPECT_NEAR(folding.validRadius(), std::sqrt(2.0 / 3), 1e-9);
+  EXPECT_NEAR(folding.validHalfAngle(), std::atan(std::sqrt(2.0 / 3)), 1e-9);
+  EXPECT_EQ(folding.coverage().share, coverage(folding.model()).share);
+  EXPECT_EQ(folding.coverage().nearest_without_ray, coverage(folding.model()).nearest_without_ray);
+  EXPECT_LT(folding.coverage().share, 1);
+  // A picture that was scaled has the same lens.
+  EXPECT_EQ(folding.resized(32, 24)->validRadius(), folding.validRadius());
 }
 
 /// The view's pose says where the camera is, and its straightened pictures are in the camera frame.

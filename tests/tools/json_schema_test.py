@@ -174,6 +174,22 @@ class JsonSchema(unittest.TestCase):
         found = self.document("diff_cameras", 0, "diff", self.write("plain.txt", PLAIN), pose)
         self.assertEqual(found["cameras"][0]["pose"]["movement"], [None] * 3)
 
+    def test_view(self):
+        head = self.document("view", 0, "view", "--camera", "head_camera", "--size", "640x480", "--resized", "320x240")
+        self.assertEqual((head["delivered"], head["position"]), (False, None))
+        self.assertIsNone(self.document("view", 0, "view", self.head, "--at", "0,0,2500")["camera"])
+        fold = self.write("fold.txt", PLAIN.replace("radial: [0,", "radial: [-0.9,"))
+        self.assertIsNone(self.document("view", 3, "view", fold, "--alpha", "1")["straightened"])
+
+    def test_view_of_what_is_absurd(self):
+        for value in ("nan", "inf", "-1e300", "0"):
+            for field in ("fx", "cx"):
+                path = self.write("absurd.txt", re.sub(rf"\b{field}: \d+", f"{field}: {value}", PLAIN))
+                status = 3 if (field, value) != ("cx", "0") else 0
+                self.document("view", status, "view", path)
+        self.document("view", 3, "view", self.write("lens.txt", PLAIN.replace("radial: [0,", "radial: [nan,")))
+        self.document("view", 0, "view", self.write("pose.txt", PLAIN.replace("1, 0, 0, 1000", "nan, 0, 0, inf")))
+
     def test_what_convert_prints_is_read(self):
         for path in (self.cameras, self.base, self.head):
             converted = self.write("converted.json", run("convert", path, "--json").stdout)
@@ -205,7 +221,9 @@ class JsonSchema(unittest.TestCase):
         self.expect_no_document(1, *self.adjust(self.cameras, output="missing/moved.txt"))
         for path in (broken, missing, empty, self.base):
             self.expect_no_document(1, "diff", self.cameras, path)
-        for words in (["diff", self.cameras], ["show", "--size", "1"], ["aim", self.head], ["adjust", self.cameras], ["shwo"]):
+        for path in (broken, missing, empty, self.base):
+            self.expect_no_document(1, "view", path)
+        for words in (["diff", self.cameras], ["view", "--alpha", "2"], ["show", "--size", "1"], ["aim", self.head], ["adjust", self.cameras], ["shwo"]):
             self.expect_no_document(2, *words)
 
     def test_page_names_the_keys(self):
@@ -225,6 +243,7 @@ KINDS_OF_SECTIONS = {
     "validate": ("validate", "explain"),
     "diff": ("diff_cameras", "diff_ptz", "diff_base", "pixel_difference", "distance_difference", "image_intrinsics",
              "image_difference", "pose_difference", "value_change"),
+    "view": ("view", "straightened_view"),
     "A finding": ("finding",),
 }
 

@@ -3,11 +3,13 @@
 _camera_parameters() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} words=
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words="show aim adjust validate convert diff --help --version"
+    words="show aim adjust validate convert diff view --help --version"
   else
     case $previous in
-      --camera | --size | --at | --pixel | --point | --box | --allow | --explain | --distance | --fail-above*) return ;;
+      --camera | --size | --at | --pixel | --point | --box | --allow | --explain | --distance | --fail-above* | \
+        --resized | --alpha | --view-size | --aspect | --margin) return ;;
       --kind) words="robot ptz base" ;;
+      --centre) words="free middle kept" ;;
       --base | --output | -o | --csv) ;;
       *)
         case ${COMP_WORDS[1]} in
@@ -17,6 +19,9 @@ _camera_parameters() {
           diff)
             words="--camera --size --distance --fail-above --fail-above-mm --fail-above-deg --json --csv --help"
             ;;
+          view)
+            words="--camera --size --at --resized --kind --alpha --view-size --aspect --margin --centre --json --help"
+            ;;
           validate) words="--strict --allow --explain --kind --json --help" ;;
           convert) words="--text --binary --json --output --lossy --kind --help" ;;
         esac
@@ -24,7 +29,7 @@ _camera_parameters() {
     esac
   fi
   # What is not an option is a file, which the shell completes by itself.
-  if [ "$COMP_CWORD" -eq 1 ] || [ "$previous" = --kind ] || [[ $current == -* ]]; then
+  if [ "$COMP_CWORD" -eq 1 ] || [ "$previous" = --kind ] || [ "$previous" = --centre ] || [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
   fi
 }

@@ -18,7 +18,7 @@ using testing::ProgramResult;
 using testing::runTool;
 
 /// All verbs, as a mistyped one is answered.
-const std::string kVerbs = "show, aim, adjust, validate, convert, diff";
+const std::string kVerbs = "show, aim, adjust, validate, convert, diff, view";
 
 /// Expects that a command line is refused with this line and a hint where there is help.
 void expectUsage(const std::string& arguments, const std::string& line, const std::string& verb) {
@@ -118,7 +118,7 @@ TEST(Usage, HelpInAllItsSpellings) {
   const std::string help = testing::toolOutput("--help");
   EXPECT_EQ(testing::toolOutput("-h"), help);
   EXPECT_EQ(testing::toolOutput("help"), help);
-  for (const std::string verb : {"show", "aim", "adjust", "validate", "convert", "diff"}) {
+  for (const std::string verb : {"show", "aim", "adjust", "validate", "convert", "diff", "view"}) {
     EXPECT_THAT(help, HasSubstr("\n  " + verb + " "));
     const std::string verbs_help = testing::toolOutput(verb + " --help");
     EXPECT_EQ(testing::toolOutput("help " + verb), verbs_help);
@@ -145,7 +145,7 @@ TEST(Usage, HelpNamesTheExitStatusesAndWhatAdjustRefuses) {
       testing::toolOutput("--help"),
       HasSubstr("Exit status: 0 done; 1 the input is bad, validate found an error, or the output\n"
                 "cannot be written; 2 called wrongly; 3 aim does not reach what it was asked for,\n"
-                "or diff exceeds a limit.\n"));
+                "diff exceeds a limit, or view has no such straightened picture.\n"));
   EXPECT_THAT(testing::toolOutput("adjust --help"),
               HasSubstr("is not moved by the\nsame one again"));
 }
@@ -158,7 +158,7 @@ std::size_t longestLine(const std::string& text) {
 }
 
 TEST(Usage, HelpFitsTheTerminal) {
-  for (const std::string verb : {"", "show", "aim", "adjust", "validate", "convert", "diff"}) {
+  for (const std::string verb : {"", "show", "aim", "adjust", "validate", "convert", "diff", "view"}) {
     EXPECT_LE(longestLine(testing::toolOutput("help " + verb)), 80U) << verb;
     for (const std::string columns : {"0", "", "-3", "90x", "99999999999999999999"}) {
       EXPECT_EQ(runTool("help " + verb, "COLUMNS=" + columns).output,

@@ -1,0 +1,31 @@
+# camera_parameters_find_opencv(<name> <module>...): makes the interface library <name> of OpenCV's modules, where
+# they are installed.
+#
+# Debian has OpenCV's configuration for CMake in libopencv-dev, which brings every module and what those need; the
+# headers and libraries of a few modules do without.
+function(camera_parameters_find_opencv name)
+  if(TARGET ${name})
+    return()
+  endif()
+  find_package(OpenCV QUIET COMPONENTS ${ARGN})
+  if(OpenCV_FOUND)
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} SYSTEM INTERFACE ${OpenCV_INCLUDE_DIRS})
+    list(TRANSFORM ARGN PREPEND opencv_)
+    target_link_libraries(${name} INTERFACE ${ARGN})
+    return()
+  endif()
+  set(libraries "")
+  foreach(module IN LISTS ARGN)
+    find_path(OpenCV_HEADERS_${module} opencv2/${module}.hpp PATH_SUFFIXES opencv4)
+    find_library(OpenCV_LIBRARY_${module} opencv_${module})
+    if(NOT OpenCV_HEADERS_${module} OR NOT OpenCV_LIBRARY_${module})
+      return()
+    endif()
+    list(APPEND libraries "${OpenCV_LIBRARY_${module}}")
+  endforeach()
+  list(GET ARGN 0 first)
+  add_library(${name} INTERFACE)
+  target_include_directories(${name} SYSTEM INTERFACE "${OpenCV_HEADERS_${first}}")
+  target_link_libraries(${name} INTERFACE ${libraries})
+endfunction()
