@@ -21,7 +21,6 @@
 #define NORV_ONE_LOOP __attribute__((flatten))
 
 namespace norv::internal::NORV_KERNELS {
-namespace {
 
 /// Calls `group(begin, lanes)` for groups of points that make up [0, count).
 template <class Group>
@@ -70,18 +69,18 @@ bool projectAll(const PreparedCamera& shared, const PoseRows* pose,
   return not_ok;
 }
 
-NORV_ONE_LOOP bool project(const PreparedCamera& camera, const PoseRows* pose,
-                           const Points<const double>& points, std::size_t count,
-                           const Points<double>& pixels, std::uint8_t* codes) {
+NORV_ONE_LOOP inline bool project(const PreparedCamera& camera, const PoseRows* pose,
+                                  const Points<const double>& points, std::size_t count,
+                                  const Points<double>& pixels, std::uint8_t* codes) {
   if (pose != nullptr) {
     return projectAll<true>(camera, pose, points, count, pixels, codes);
   }
   return projectAll<false>(camera, nullptr, points, count, pixels, codes);
 }
 
-NORV_ONE_LOOP void projectUnchecked(const MatrixRows2x3& matrix, const Lens& coefficients,
-                                    const PoseRows& rows, const Points<const float>& points,
-                                    std::size_t count, const Points<float>& pixels) {
+NORV_ONE_LOOP inline void projectUnchecked(const MatrixRows2x3& matrix, const Lens& coefficients,
+                                           const PoseRows& rows, const Points<const float>& points,
+                                           std::size_t count, const Points<float>& pixels) {
   const MatrixRows2x3 k = matrix;
   const Lens lens = coefficients;
   const PoseRows pose = rows;
@@ -105,20 +104,21 @@ bool rectifyAll(const PreparedCamera& shared, const Points<const T>& pixels, std
   return not_ok;
 }
 
-NORV_ONE_LOOP bool rectify(const PreparedCamera& camera, const Points<const double>& pixels,
-                           std::size_t count, const Points<double>& rays, std::uint8_t* codes) {
+NORV_ONE_LOOP inline bool rectify(const PreparedCamera& camera, const Points<const double>& pixels,
+                                  std::size_t count, const Points<double>& rays,
+                                  std::uint8_t* codes) {
   return rectifyAll<double>(camera, pixels, count, rays, codes);
 }
 
-NORV_ONE_LOOP bool rectifyFloats(const PreparedCamera& camera, const Points<const float>& pixels,
-                                 std::size_t count, const Points<float>& rays,
-                                 std::uint8_t* codes) {
+NORV_ONE_LOOP inline bool rectifyFloats(const PreparedCamera& camera,
+                                        const Points<const float>& pixels, std::size_t count,
+                                        const Points<float>& rays, std::uint8_t* codes) {
   return rectifyAll<float>(camera, pixels, count, rays, codes);
 }
 
-NORV_ONE_LOOP void projectionJacobians(const PreparedCamera& shared,
-                                       const Points<const double>& points, std::size_t count,
-                                       double* jacobians) {
+NORV_ONE_LOOP inline void projectionJacobians(const PreparedCamera& shared,
+                                              const Points<const double>& points, std::size_t count,
+                                              double* jacobians) {
   const PreparedCamera camera = shared;
   forGroups(count, [&](std::size_t i, auto valid) {
     Lanes all[kProjectionNumbers];
@@ -130,9 +130,9 @@ NORV_ONE_LOOP void projectionJacobians(const PreparedCamera& shared,
   });
 }
 
-NORV_ONE_LOOP void rectificationJacobians(const PreparedCamera& shared,
-                                          const Points<const double>& rays, std::size_t count,
-                                          double* jacobians) {
+NORV_ONE_LOOP inline void rectificationJacobians(const PreparedCamera& shared,
+                                                 const Points<const double>& rays,
+                                                 std::size_t count, double* jacobians) {
   const PreparedCamera camera = shared;
   forGroups(count, [&](std::size_t i, auto valid) {
     const Pair ray = loadPair(rays, i, valid);
@@ -146,13 +146,13 @@ NORV_ONE_LOOP void rectificationJacobians(const PreparedCamera& shared,
 }
 
 /// The coordinates in the row of the columns from `column` on.
-Triple raysOf(const RayRow& row, std::size_t column) {
+inline Triple raysOf(const RayRow& row, std::size_t column) {
   const Lanes i = static_cast<double>(static_cast<std::int64_t>(column)) + counting();
   return {row.x0 + i * row.dx, row.y0 + i * row.dy, row.z0 + i * row.dz};
 }
 
-bool rectifyTurnedRow(const PreparedCamera& shared, const RayRow& line, std::size_t begin,
-                      std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
+inline bool rectifyTurnedRow(const PreparedCamera& shared, const RayRow& line, std::size_t begin,
+                             std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
   const PreparedCamera camera = shared;
   const RayRow row = line;
   RayRing rays;
@@ -172,8 +172,8 @@ bool rectifyTurnedRow(const PreparedCamera& shared, const RayRow& line, std::siz
 }
 
 /// The same for rays of depth 1, which share their y.
-bool rectifyStraightRow(const PreparedCamera& shared, const RayRow& line, std::size_t begin,
-                        std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
+inline bool rectifyStraightRow(const PreparedCamera& shared, const RayRow& line, std::size_t begin,
+                               std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
   const PreparedCamera camera = shared;
   const RayRow row = line;
   const Lanes y = row.y0;
@@ -199,14 +199,15 @@ bool rectifyStraightRow(const PreparedCamera& shared, const RayRow& line, std::s
   return not_ok;
 }
 
-NORV_ONE_LOOP bool rectifyRow(const PreparedCamera& camera, const RayRow& row, std::size_t begin,
-                              std::size_t count, float* map_x, float* map_y, std::uint8_t* codes) {
+NORV_ONE_LOOP inline bool rectifyRow(const PreparedCamera& camera, const RayRow& row,
+                                     std::size_t begin, std::size_t count, float* map_x,
+                                     float* map_y, std::uint8_t* codes) {
   return row.is_straight ? rectifyStraightRow(camera, row, begin, count, map_x, map_y, codes)
                          : rectifyTurnedRow(camera, row, begin, count, map_x, map_y, codes);
 }
 
-NORV_ONE_LOOP void viewRow(const ViewFormula& view, const double* rays, std::size_t count,
-                           float* map_x, float* map_y) {
+NORV_ONE_LOOP inline void viewRow(const ViewFormula& view, const double* rays, std::size_t count,
+                                  float* map_x, float* map_y) {
   const auto& r = view.rotation;
   forGroups(count, [&](std::size_t i, auto valid) {
     const auto [x, y] = loadPair(Points<const double>{rays, 2}, i, valid);
@@ -219,8 +220,8 @@ NORV_ONE_LOOP void viewRow(const ViewFormula& view, const double* rays, std::siz
   });
 }
 
-NORV_ONE_LOOP void toFixedPoint(const float* map_x, const float* map_y, std::size_t count,
-                                std::int16_t* xy, std::uint16_t* fraction) {
+NORV_ONE_LOOP inline void toFixedPoint(const float* map_x, const float* map_y, std::size_t count,
+                                       std::int16_t* xy, std::uint16_t* fraction) {
   std::size_t i = 0;
   for (; i + kPlaces <= count; i += kPlaces) {
     storePlaces(map_x + i, map_y + i, xy + 2 * i, fraction + i);
@@ -244,5 +245,4 @@ constexpr Kernels kernelsNamed(const char* name) {
           viewRow, toFixedPoint};
 }
 
-}  // namespace
 }  // namespace norv::internal::NORV_KERNELS

@@ -47,7 +47,7 @@ inline Lanes toLanes(const Floats& pack) { return Lanes(__builtin_convertvector(
 /// Coordinate kCoordinate of points whose kCount coordinates lie side by side in a, b and c.
 template <std::size_t kCoordinate, std::size_t kCount, class V, std::size_t... kIndices>
 V pick(const V& a, const V& b, const V& c, std::index_sequence<kIndices...> /*indices*/) {
-  constexpr std::size_t kTwo = 2 * NORV_LANES;
+  constexpr std::size_t kTwo = std::size_t{2} * NORV_LANES;
   const auto at = [](std::size_t i) constexpr { return kCount * i + kCoordinate; };
   const V ab =
       __builtin_shufflevector(a, b, (at(kIndices) < kTwo ? static_cast<int>(at(kIndices)) : 0)...);

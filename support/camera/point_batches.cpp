@@ -87,8 +87,8 @@ struct ChunkCodes {
   std::size_t report(PointStatus* statuses) const {
     if (statuses != nullptr) std::memcpy(statuses, codes.data(), count);
     if (all_ok) return 0;
-    const auto end = codes.begin() + static_cast<std::ptrdiff_t>(count);
-    return count - static_cast<std::size_t>(std::count(codes.begin(), end, 0));
+    const std::uint8_t* const end = codes.data() + count;
+    return count - static_cast<std::size_t>(std::count(codes.data(), end, std::uint8_t{0}));
   }
 };
 
