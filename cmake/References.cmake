@@ -8,7 +8,7 @@ function(camera_parameters_find_reference name)
 endfunction()
 
 include("${PROJECT_SOURCE_DIR}/cmake/OpenCV.cmake")
-camera_parameters_find_opencv(opencv_reference core calib3d)
+camera_parameters_find_opencv(opencv_reference core imgproc calib3d)
 if(TARGET opencv_reference)
   set(OpenCV_REFERENCE opencv_reference)
 endif()
