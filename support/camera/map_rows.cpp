@@ -3,17 +3,27 @@
 #include <algorithm>
 #include <limits>
 
+#include "support/numeric/float_range.h"
+
 namespace norv::internal {
 namespace {
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr auto kOpen = static_cast<std::uint8_t>(kUndecided);
 
-/// A view without a focal length is none.
-double focalLength(double f) { return f != 0 ? f : kNoNumber; }
+bool isView(const calibration::RectifiedView& view) {
+  return view.fx != 0 && view.fy != 0 && isInFloatRange(view.fx) && isInFloatRange(view.fy) &&
+         isInFloatRange(view.cx) && isInFloatRange(view.cy) && view.view_from_camera.allFinite();
+}
+
+/// The view; where it is none, one that has neither rays nor places.
+calibration::RectifiedView viewOrNaN(calibration::RectifiedView view) {
+  if (!isView(view)) view.fx = view.fy = kNoNumber;
+  return view;
+}
 
 ViewFormula formulaOf(const calibration::RectifiedView& view) {
-  ViewFormula formula{{}, focalLength(view.fx), focalLength(view.fy), view.cx, view.cy};
+  ViewFormula formula{{}, view.fx, view.fy, view.cx, view.cy};
   for (int row = 0; row < 3; ++row) {
     for (int column = 0; column < 3; ++column) {
       formula.rotation[row][column] = view.view_from_camera(row, column);
@@ -34,7 +44,7 @@ void inPieces(int width, std::size_t piece, const Columns& columns) {
 }  // namespace
 
 RowMaker::RowMaker(const PreparedCamera& camera, const calibration::RectifiedView& view)
-    : camera_(camera), view_(view), formula_(formulaOf(view)), solver_(camera) {}
+    : camera_(camera), view_(viewOrNaN(view)), formula_(formulaOf(view_)), solver_(camera) {}
 
 /// The rotation makes the coordinates of a row's rays linear in the column.
 RayRow RowMaker::rayRow(std::size_t j) const {

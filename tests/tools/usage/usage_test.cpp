@@ -158,7 +158,8 @@ std::size_t longestLine(const std::string& text) {
 }
 
 TEST(Usage, HelpFitsTheTerminal) {
-  for (const std::string verb : {"", "show", "aim", "adjust", "validate", "convert", "diff", "view"}) {
+  for (const std::string verb :
+       {"", "show", "aim", "adjust", "validate", "convert", "diff", "view"}) {
     EXPECT_LE(longestLine(testing::toolOutput("help " + verb)), 80U) << verb;
     for (const std::string columns : {"0", "", "-3", "90x", "99999999999999999999"}) {
       EXPECT_EQ(runTool("help " + verb, "COLUMNS=" + columns).output,
