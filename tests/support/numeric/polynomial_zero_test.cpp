@@ -13,18 +13,22 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
+using Degree13 = Polynomial<14>;
+
 /// The product of (1 - s / zero).
-Sextic withZeros(std::initializer_list<double> zeros) {
-  Sextic c{1};
+template <class Result = Sextic>
+Result withZeros(std::initializer_list<double> zeros) {
+  Result c{1};
   for (const double zero : zeros) {
-    for (std::size_t i = 6; i > 0; --i) c[i] -= c[i - 1] / zero;
+    for (std::size_t i = c.size() - 1; i > 0; --i) c[i] -= c[i - 1] / zero;
   }
   return c;
 }
 
-double evaluate(const Sextic& c, double s) {
+template <std::size_t kCount>
+double evaluate(const Polynomial<kCount>& c, double s) {
   double value = 0;
-  for (std::size_t i = 7; i-- > 0;) value = c[i] + s * value;
+  for (std::size_t i = kCount; i-- > 0;) value = c[i] + s * value;
   return value;
 }
 
@@ -114,6 +118,78 @@ TEST(FirstPositiveZero, RandomPolynomials) {
   }
   EXPECT_GT(with_zero, 10000);
   EXPECT_LT(with_zero, 19000);
+}
+
+TEST(FirstPositiveZeroOfDegree13, NoneWhereThereIsNone) {
+  EXPECT_EQ(firstPositiveZero(Degree13{1}), kInfinity);
+  EXPECT_EQ(firstPositiveZero(withZeros<Degree13>({-1, -2, -3, -4, -5, -6, -7, -8, -9, -10, -11,
+                                                   -12, -13})),
+            kInfinity);
+  // 1 - 1.9 s + s^2 stays above 0.0975; so does its product with 1 + s^11.
+  Degree13 c{1, -1.9, 1};
+  c[11] = 1;
+  c[12] = -1.9;
+  c[13] = 1;
+  EXPECT_EQ(firstPositiveZero(c), kInfinity);
+}
+
+TEST(FirstPositiveZeroOfDegree13, TheSmallestOfSeveral) {
+  // Measured: 0, 2e-16 and 2.2e-16; the coefficients of the last cancel.
+  EXPECT_DOUBLE_EQ(firstPositiveZero(withZeros<Degree13>({2})), 2);
+  EXPECT_NEAR(firstPositiveZero(withZeros<Degree13>({5, 0.5, -1, 7})), 0.5, 1e-14);
+  EXPECT_NEAR(firstPositiveZero(withZeros<Degree13>({2, 3, -4, 5, -6, 7, -8, 9, -10, 11, -12, 13, -14})),
+              2, 1e-12);
+  // The leading power alone.
+  Degree13 last{1};
+  last[13] = -8192;
+  EXPECT_DOUBLE_EQ(firstPositiveZero(last), 0.5);
+}
+
+TEST(FirstPositiveZeroOfDegree13, AnyScale) {
+  for (const double scale : {1e-15, 1e-6, 1e6, 1e15}) {
+    EXPECT_NEAR(firstPositiveZero(withZeros<Degree13>({3 * scale, -scale, 2 * scale, 50 * scale})),
+                2 * scale, 1e-13 * scale);
+  }
+}
+
+TEST(FirstPositiveZeroOfDegree13, ThatOfASexticIsTheSame) {
+  std::mt19937_64 random(24);
+  std::uniform_real_distribution<double> coefficient(-3, 3);
+  for (int trial = 0; trial < 2000; ++trial) {
+    Sextic c{1};
+    Degree13 padded{1};
+    for (std::size_t i = 1; i < 7; ++i) padded[i] = c[i] = coefficient(random);
+    const double zero = firstPositiveZero(c);
+    const double found = firstPositiveZero(padded);
+    if (std::isinf(zero)) {
+      EXPECT_EQ(found, zero);
+    } else {
+      EXPECT_NEAR(found, zero, 1e-9 * zero) << trial;
+    }
+  }
+}
+
+TEST(FirstPositiveZeroOfDegree13, RandomPolynomials) {
+  std::mt19937_64 random(25);
+  std::uniform_real_distribution<double> coefficient(-3, 3);
+  int with_zero = 0;
+  for (int trial = 0; trial < 10000; ++trial) {
+    Degree13 c{1};
+    for (std::size_t i = 1; i < c.size(); ++i) c[i] = coefficient(random);
+    const double zero = firstPositiveZero(c);
+    // No sign change before it, and one just there.
+    const double end = std::min(zero, 20.0);
+    for (int i = 0; i < 500; ++i) {
+      const double s = end * i / 500;
+      ASSERT_GT(evaluate(c, s), 0) << "at " << s << " before " << zero;
+    }
+    if (std::isinf(zero)) continue;
+    ++with_zero;
+    EXPECT_GE(evaluate(c, zero * (1 - 1e-9)), 0);
+    EXPECT_LE(evaluate(c, zero * (1 + 1e-9)), 0);
+  }
+  EXPECT_GT(with_zero, 5000);
+  EXPECT_LT(with_zero, 9900);
 }
 
 TEST(BernsteinPositive, DecidesUpToTheVeryEnd) {
