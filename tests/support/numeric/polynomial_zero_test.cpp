@@ -122,8 +122,8 @@ TEST(FirstPositiveZero, RandomPolynomials) {
 
 TEST(FirstPositiveZeroOfDegree13, NoneWhereThereIsNone) {
   EXPECT_EQ(firstPositiveZero(Degree13{1}), kInfinity);
-  EXPECT_EQ(firstPositiveZero(withZeros<Degree13>({-1, -2, -3, -4, -5, -6, -7, -8, -9, -10, -11,
-                                                   -12, -13})),
+  EXPECT_EQ(firstPositiveZero(
+                withZeros<Degree13>({-1, -2, -3, -4, -5, -6, -7, -8, -9, -10, -11, -12, -13})),
             kInfinity);
   // 1 - 1.9 s + s^2 stays above 0.0975; so does its product with 1 + s^11.
   Degree13 c{1, -1.9, 1};
@@ -137,8 +137,9 @@ TEST(FirstPositiveZeroOfDegree13, TheSmallestOfSeveral) {
   // Measured: 0, 2e-16 and 2.2e-16; the coefficients of the last cancel.
   EXPECT_DOUBLE_EQ(firstPositiveZero(withZeros<Degree13>({2})), 2);
   EXPECT_NEAR(firstPositiveZero(withZeros<Degree13>({5, 0.5, -1, 7})), 0.5, 1e-14);
-  EXPECT_NEAR(firstPositiveZero(withZeros<Degree13>({2, 3, -4, 5, -6, 7, -8, 9, -10, 11, -12, 13, -14})),
-              2, 1e-12);
+  EXPECT_NEAR(
+      firstPositiveZero(withZeros<Degree13>({2, 3, -4, 5, -6, 7, -8, 9, -10, 11, -12, 13, -14})), 2,
+      1e-12);
   // The leading power alone.
   Degree13 last{1};
   last[13] = -8192;
