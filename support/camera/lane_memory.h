@@ -4,6 +4,7 @@
 /// by one, as packs of indices: a loop over them would go through memory.
 
 #include <cstddef>
+#include <type_traits>
 #include <utility>
 
 #include "support/camera/lanes.h"

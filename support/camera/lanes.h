@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 #include <utility>
 
 #ifdef __AVX512F__
@@ -119,7 +118,10 @@ Lanes countFromZero(std::index_sequence<kIndices...> /*indices*/) {
 /// 0, 1, 2, ...
 inline Lanes counting() { return countFromZero(AllIndices{}); }
 
-/// The lanes of a group that hold points: all of them, as a constant, or those of the last group.
-using AllLanes = std::integral_constant<int, NORV_LANES>;
+/// The lanes of a group that hold points: all of them, as a constant, or an int for the last group.
+/// `std::integral_constant` would be shared with other files.
+struct AllLanes {
+  constexpr operator int() const { return NORV_LANES; }  // NOLINT(google-explicit-constructor)
+};
 
 }  // namespace norv::internal::NORV_KERNELS
