@@ -11,6 +11,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -453,6 +454,28 @@ TEST_P(EachLens, RectifiedBatchesAreTheSingleAnswersToTheBit) {
     ASSERT_TRUE(sameBits(jacobian.pixel, jacobians[i].pixel));
     ASSERT_TRUE(sameBits(jacobian.intrinsics, jacobians[i].intrinsics));
   }
+}
+
+TEST(CameraView, AnswersSeveralThreadsAtOnce) {
+  std::mt19937 random(13);
+  const CameraView view(randomCamera(lensNamed("tangential"), &random), randomPose(&random));
+  std::vector<Point> points;
+  for (int i = 0; i < 2000; ++i) points.push_back(randomPoint(view, &random));
+  const auto answers = [&points](const CameraView& asked) {
+    std::vector<double> all;
+    for (const Point& point : points) {
+      Pixel pixel;
+      Ray ray;
+      all.push_back(hasAnswer(asked.project(point, &pixel)) ? pixel.x() : 0);
+      all.push_back(hasAnswer(asked.rayAt({point.x() * 100, 200}, &ray)) ? ray.direction.x() : 0);
+    }
+    return all;
+  };
+  std::vector<double> there;
+  std::thread other([&] { there = answers(CameraView(view)); });
+  const std::vector<double> here = answers(view);
+  other.join();
+  EXPECT_EQ(here, there);
 }
 
 TEST(CameraView, PointsAllocateNothing) {
