@@ -71,8 +71,9 @@ class NORV_EXPORT CameraView {
   /// one of them is not in the range of float, points have the status `kNotFinite`. Takes
   /// microseconds, as all that make a view do.
   CameraView(const CameraModel& model, const CameraTransform& camera_from_parent);
-  /// For the library itself.
-  explicit CameraView(std::shared_ptr<const internal::ViewRecord> record);
+  /// For the library itself, and no part of its binary interface.
+  __attribute__((visibility("hidden"))) explicit CameraView(
+      std::shared_ptr<const internal::ViewRecord> record);
   CameraView(const CameraView& other);
   CameraView& operator=(const CameraView& other);
   ~CameraView();

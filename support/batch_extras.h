@@ -1,5 +1,8 @@
 #pragma once
 
+/// What batches of points say beside their answers. Units, frames, pixel origin:
+/// docs/conventions.md.
+
 #include "camera_model.h"
 #include "point_derivatives.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+/// Units, frames, pixel origin: docs/conventions.md.
+
 namespace norv::calibration {
 
 /// Width and height of an image, pixels.

@@ -1,5 +1,7 @@
 #pragma once
 
+/// Arrays of points as callers have them. Units, frames, pixel origin: docs/conventions.md.
+
 #include <cstddef>
 
 namespace norv::calibration {
