@@ -4,7 +4,7 @@
 set(camera_parameters_test_home "${PROJECT_BINARY_DIR}/test_home")
 file(MAKE_DIRECTORY "${camera_parameters_test_home}")
 set(camera_parameters_test_environment
-  NORV_LOG=unset: LC_ALL=unset: LC_NUMERIC=unset: LANG=unset: LANGUAGE=unset: COLUMNS=unset:)
+  NORV_LOG=unset: NORV_CPU=unset: LC_ALL=unset: LC_NUMERIC=unset: LANG=unset: LANGUAGE=unset: COLUMNS=unset:)
 set(camera_parameters_test_home_setting "HOME=set:${camera_parameters_test_home}")
 
 # camera_parameters_add_command_test(<name> [KEEPS_HOME] COMMAND <word>... [PROPERTIES <name> <value>...])

@@ -107,6 +107,45 @@ TEST_P(BatchTest, RectifiesAsOneByOne) {
   }
 }
 
+/// Few are rectified one by one, more by loops that are prepared.
+TEST_P(BatchTest, RectifiesAsOneByOneWhateverTheNumber) {
+  std::mt19937 random(3);
+  std::uniform_real_distribution<float> coordinate(-400, 1000);
+  std::vector<Vector2_f> pixels;
+  for (int i = 0; i < 300; ++i) {
+    const float x = coordinate(random);
+    pixels.emplace_back(x, coordinate(random));
+  }
+  for (const std::size_t count :
+       {1U, 7U, 30U, 31U, 32U, 33U, 34U, 35U, 63U, 255U, 256U, 257U, 300U}) {
+    std::vector<Vector2_f> points(count);
+    calibration::rectifyPoints(distortion(), kPrincipalPoint, kFocalLengths, pixels.data(), count,
+                               points.data());
+    std::vector<Vector2_f> in_place(pixels.begin(), pixels.begin() + static_cast<int>(count));
+    calibration::rectifyPoints(distortion(), kPrincipalPoint, kFocalLengths, in_place.data(), count,
+                               in_place.data());
+    for (std::size_t i = 0; i < count; ++i) {
+      expectSameBits(points[i], calibration::rectifyPoint(distortion(), kPrincipalPoint,
+                                                          kFocalLengths, pixels[i]));
+      expectSameBits(points[i], in_place[i]);
+    }
+  }
+}
+
+/// What is no camera gives NaN for few pixels and for many.
+TEST(BatchProjectionTest, RectifiesNothingWithoutACamera) {
+  const std::vector<Vector2_f> pixels(50, Vector2_f(330, 250));
+  for (const float bad : {0.0F, kNaN, kInfinity}) {
+    const float focal_lengths[] = {600, bad};
+    for (const std::size_t count : {std::size_t{5}, pixels.size()}) {
+      std::vector<Vector2_f> points(count);
+      calibration::rectifyPoints(kLenses[1].coefficients.data(), kPrincipalPoint, focal_lengths,
+                                 pixels.data(), count, points.data());
+      for (const Vector2_f& point : points) EXPECT_TRUE(point.array().isNaN().all()) << bad;
+    }
+  }
+}
+
 TEST(BatchProjectionTest, WritesAsManyAsThereAre) {
   const std::vector<Vector3_f> points(4, Vector3_f(0.1F, 0.2F, 1));
   for (std::size_t count = 0; count <= points.size(); ++count) {

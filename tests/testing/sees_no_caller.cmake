@@ -1,6 +1,6 @@
 # Run as a script: fails if it sees anything of the caller's settings, or a home folder that is not empty.
 
-foreach(variable IN ITEMS NORV_LOG LC_ALL LC_NUMERIC LANG LANGUAGE COLUMNS)
+foreach(variable IN ITEMS NORV_LOG NORV_CPU LC_ALL LC_NUMERIC LANG LANGUAGE COLUMNS)
   if(DEFINED ENV{${variable}})
     message(SEND_ERROR "${variable} is $ENV{${variable}}")
   endif()
