@@ -87,7 +87,8 @@ class Fit {
 
   /// The box around all of the border; none where a part of that is not to be seen.
   std::optional<PlaneBox> wholeBox() const {
-    const internal::ImageBorder border = internal::imageBorder(camera_, 0, plane_);
+    // What parabolas through three samples are off by is far less.
+    const internal::ImageBorder border = internal::imageBorder(camera_, 0, plane_, 1e-7);
     if (!border.is_imaged || !border.is_in_front) return std::nullopt;
     return internal::boundingBox(border);
   }

@@ -71,9 +71,11 @@ Range partInStrip(double begin, double end, const Range& strip) {
 
 Reach sameReach(const Vector2d& half) { return {half, half}; }
 
+/// Share of a rectangle's size by which curves may reach into it and only touch it.
+constexpr double kTouching = 1e-9;
+
 /// The strip of a coordinate that the rectangle fills, without what only touches it.
 Range insideOf(const Placement& p, const Vector2d& half, int axis) {
-  constexpr double kTouching = 1e-9;
   const double extent = (1 - kTouching) * p.scale * half[axis];
   return {p.centre[axis] - extent, p.centre[axis] + extent};
 }
@@ -82,7 +84,7 @@ double limited(double value, double low, double high) {
   return std::max(low, std::min(value, high));
 }
 
-/// Moved to the middle of what is clear along x and along y, in turn, as long as it grows.
+/// Moved to the middle of what is clear along x and along y, in turn, as long as that changes it.
 Placement centred(const ClearPlane& plane, const WantedRectangle& wanted, Placement p) {
   constexpr double kGain = 1e-9;
   const Vector2d& half = wanted.half;
@@ -95,9 +97,12 @@ Placement centred(const ClearPlane& plane, const WantedRectangle& wanted, Placem
           limited(clear.middle(), wanted.shown[axis] - farthest, wanted.shown[axis] + farthest);
     }
     next.scale = plane.clearScale(next.centre, sameReach(half));
-    const bool grows = next.scale > p.scale * (1 + kGain);
-    if (next.scale >= p.scale * (1 - 1e-12)) p = next;
-    if (!grows) break;
+    // Having been moved along y it may have room along x again.
+    const double move = (next.centre - p.centre).cwiseQuotient(half).lpNorm<Eigen::Infinity>();
+    const bool is_done = move < kGain * p.scale && next.scale < p.scale * (1 + kGain);
+    // What only touches counts as clear.
+    if (next.scale >= p.scale * (1 - 2 * kTouching)) p = next;
+    if (is_done) break;
   }
   return p;
 }
@@ -200,7 +205,8 @@ Placement largestClear(const ClearPlane& plane, const ClearPlane& coarse,
 
 PlaneBox widened(const ClearPlane& plane, const Placement& p, const Vector2d& half) {
   const Range x = plane.clearRange(0, p.centre.x(), insideOf(p, half, 1));
-  const Range inside{x.low + 1e-9 * (x.high - x.low), x.high - 1e-9 * (x.high - x.low)};
+  const double touching = kTouching * (x.high - x.low);
+  const Range inside{x.low + touching, x.high - touching};
   const Range y = plane.clearRange(1, p.centre.y(), inside);
   return {{x.low, y.low}, {x.high, y.high}};
 }

@@ -28,8 +28,10 @@ struct Side {
 /// Samples sides and adds what becomes of them.
 class BorderMaker {
  public:
-  BorderMaker(const PreparedCamera& camera, const ViewPlane& plane)
-      : camera_(camera), plane_(plane) {}
+  BorderMaker(const PreparedCamera& camera, const ViewPlane& plane, double bend)
+      : camera_(camera),
+        plane_(plane),
+        max_bend_(bend * std::max(std::abs(plane.fx), std::abs(plane.fy))) {}
 
   /// Adds a side in pieces of `kPieceIntervals`, of which the last few are those of the next piece
   /// too: so each extreme is in the middle of three neighbours somewhere.
@@ -68,15 +70,13 @@ class BorderMaker {
   /// By how much the samples are too few for how the curve bends: second differences fall with the
   /// square of the distance.
   std::size_t refinement(const PlaneCurve& piece) const {
-    constexpr double kMaxBend = 2e-6;
-    constexpr double kMost = 16;
+    constexpr double kMost = 32;
     double bend = 0;
     for (std::size_t i = 1; i + 1 < piece.size(); ++i) {
       const double here = (piece[i - 1] - 2 * piece[i] + piece[i + 1]).norm();
       if (here > bend) bend = here;
     }
-    const double focal_length = std::max(std::abs(plane_.fx), std::abs(plane_.fy));
-    const double times = std::ceil(std::sqrt(bend / (kMaxBend * focal_length)));
+    const double times = std::ceil(std::sqrt(bend / max_bend_));
     return static_cast<std::size_t>(std::min(std::max(times, 1.0), kMost));
   }
 
@@ -107,6 +107,7 @@ class BorderMaker {
 
   const PreparedCamera& camera_;
   const ViewPlane& plane_;
+  double max_bend_;
   ImageBorder border_;
 };
 
@@ -140,12 +141,13 @@ Eigen::Vector3d ViewPlane::rayOf(const Vector2d& point) const {
   return view_from_camera.transpose() * Eigen::Vector3d(point.x() / fx, point.y() / fy, 1);
 }
 
-ImageBorder imageBorder(const PreparedCamera& camera, double margin, const ViewPlane& plane) {
+ImageBorder imageBorder(const PreparedCamera& camera, double margin, const ViewPlane& plane,
+                        double bend) {
   const Vector2d low(margin, margin);
   const Vector2d high(camera.model.width - margin, camera.model.height - margin);
   const Vector2d upper_right(high.x(), low.y());
   const Vector2d lower_left(low.x(), high.y());
-  BorderMaker maker(camera, plane);
+  BorderMaker maker(camera, plane, bend);
   maker.add({low, lower_left});
   maker.add({upper_right, high});
   maker.add({low, upper_right});

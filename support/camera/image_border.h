@@ -27,15 +27,16 @@ struct ViewPlane {
 /// The border of a camera's image, as rays in the plane of a view.
 struct ImageBorder {
   /// Pieces of its four sides that overlap, each with samples at equal distances: half a pixel or
-  /// less, as their second differences are to stay below 2e-6 focal lengths. NaN where there is no
-  /// ray, or none in front of the view.
+  /// less. NaN where there is no ray, or none in front of the view.
   std::vector<PlaneCurve> pieces;
   bool is_imaged = true;    ///< there is a ray at each sample
   bool is_in_front = true;  ///< and all of them are in front of the view
 };
 
-/// The border `margin` pixels inside of that of the camera's image.
-ImageBorder imageBorder(const PreparedCamera& camera, double margin, const ViewPlane& plane);
+/// The border `margin` pixels inside of that of the camera's image. Second differences of its
+/// samples stay below `bend` focal lengths, but for the most extreme lenses.
+ImageBorder imageBorder(const PreparedCamera& camera, double margin, const ViewPlane& plane,
+                        double bend);
 
 /// Samples of a piece come in so many intervals, or a multiple.
 inline constexpr std::size_t kPieceIntervals = 96;

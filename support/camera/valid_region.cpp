@@ -42,7 +42,8 @@ ValidRegion::ValidRegion(const PreparedCamera& camera, double margin, const View
       margin_(margin),
       plane_(plane),
       box_{Vector2d::Constant(kInfinity), Vector2d::Constant(-kInfinity)} {
-  const ImageBorder border = imageBorder(camera, margin, plane);
+  // Chords are then off by 4e-7 focal lengths.
+  const ImageBorder border = imageBorder(camera, margin, plane, 2e-6);
   for (const PlaneCurve& piece : border.pieces) keepClearOf(piece);
   if (!border.is_imaged) {
     // Off the very end, where the last rounding decides.

@@ -321,7 +321,7 @@ TEST(FitView, ValidPixelsOnlyForRandomLenses) {
     EXPECT_EQ(view->fx > 0, camera.fx > 0);
     EXPECT_EQ(view->fy > 0, camera.fy > 0);
     // It can be made neither wider nor higher, on either side.
-    const auto binds = sidesThatBind(camera, *view, 1e-3);
+    const auto binds = sidesThatBind(camera, *view, 1e-4);
     EXPECT_TRUE((binds[0] && binds[1]) || (binds[2] && binds[3]));
   }
 }
@@ -380,6 +380,24 @@ TEST(FitView, WholeImageForRandomLenses) {
     EXPECT_NEAR(box.left + box.right, view->width, 2e-5);
     EXPECT_NEAR(box.top + box.bottom, view->height, 2e-5);
   }
+}
+
+TEST(FitView, OfALensThatAllButFoldsAtTheBorder) {
+  // d(r_d)/dr = 1 - 0.499 s + 0.0635 s^2 falls to 0.02 at r = 1.98 and rises again; the left and
+  // right border lie there, and a pixel is as wide as dozens of the middle's.
+  const CameraModel camera{404, 90, 193, 193, 0, 202, 45, {-0.16634, 0.0127}};
+  ASSERT_EQ(coverage(camera).share, 1);
+  const auto valid = fitView(camera, 120, 10, ViewFit::kValidOnly);
+  const auto whole = fitView(camera, 1200, 100, ViewFit::kWholeImage);
+  ASSERT_TRUE(valid && whole);
+  EXPECT_EQ(countOutside(camera, *valid, pixelCentres(*valid)), 0U);
+  const auto binds = sidesThatBind(camera, *valid, 1e-5);
+  EXPECT_TRUE(binds[0] && binds[1]);
+  const Box box = boxAround(borderInView(camera, *whole, 10000));
+  // Measured: 0.
+  EXPECT_GE(std::min(box.left, box.top), -1e-6);
+  EXPECT_LE(box.right, 1200 + 1e-6);
+  EXPECT_LE(box.bottom, 100 + 1e-6);
 }
 
 TEST(FitView, OfTurnedViews) {
