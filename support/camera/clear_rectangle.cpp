@@ -87,8 +87,10 @@ double limited(double value, double low, double high) {
 /// Moved to the middle of what is clear along x and along y, in turn, as long as that changes it.
 Placement centred(const ClearPlane& plane, const WantedRectangle& wanted, Placement p) {
   constexpr double kGain = 1e-9;
+  constexpr double kMove = 1e-6;
+  constexpr int kMaxRounds = 20;
   const Vector2d& half = wanted.half;
-  for (int i = 0; i < 50; ++i) {
+  for (int i = 0; i < kMaxRounds; ++i) {
     Placement next = p;
     for (const int axis : {0, 1}) {
       const Range clear = plane.clearRange(axis, next.centre[axis], insideOf(next, half, 1 - axis));
@@ -99,7 +101,7 @@ Placement centred(const ClearPlane& plane, const WantedRectangle& wanted, Placem
     next.scale = plane.clearScale(next.centre, sameReach(half));
     // Having been moved along y it may have room along x again.
     const double move = (next.centre - p.centre).cwiseQuotient(half).lpNorm<Eigen::Infinity>();
-    const bool is_done = move < kGain * p.scale && next.scale < p.scale * (1 + kGain);
+    const bool is_done = move < kMove * p.scale && next.scale < p.scale * (1 + kGain);
     // What only touches counts as clear.
     if (next.scale >= p.scale * (1 - 2 * kTouching)) p = next;
     if (is_done) break;

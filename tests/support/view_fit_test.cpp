@@ -400,6 +400,26 @@ TEST(FitView, OfALensThatAllButFoldsAtTheBorder) {
   EXPECT_LE(box.bottom, 100 + 1e-6);
 }
 
+TEST(FitView, WholeImageWhereTheBorderBendsBetweenPixels) {
+  // Samples at every half pixel alone would cut off 2.4e-6 pixels.
+  const CameraModel camera{183,
+                           129,
+                           132.19222411179987,
+                           122.64775127393962,
+                           0.44838503128046325,
+                           76.802579667779469,
+                           73.77044557144356,
+                           {-0.36421288071610125, 0.17889672878777355, 0, 0.0047850199739320094, 0,
+                            0.10738699072951535, 0.060066806829693162, 0}};
+  const auto whole = fitView(camera, 800, 600, ViewFit::kWholeImage);
+  ASSERT_TRUE(whole);
+  const Box box = boxAround(borderInView(camera, *whole, 10000));
+  // Measured: all 2e-7 inside.
+  EXPECT_GE(std::min(box.left, box.top), -1e-6);
+  EXPECT_LE(box.right, 800 + 1e-6);
+  EXPECT_LE(box.bottom, 600 + 1e-6);
+}
+
 TEST(FitView, OfTurnedViews) {
   Random random(1108);
   int seen_whole = 0;
