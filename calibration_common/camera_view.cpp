@@ -155,15 +155,7 @@ bool CameraView::isRectifiedBySensor() const { return record_->source.is_rectifi
 bool CameraView::isFromTable() const { return record_->source.is_from_table; }
 std::array<double, 8> CameraView::distortion() const { return model().lens.toCoefficients(); }
 
-Eigen::Matrix3d CameraView::K(PixelOrigin origin) const {
-  const double shift = origin == PixelOrigin::kPixelCentre ? 0.5 : 0;
-  const CameraModel& m = model();
-  Eigen::Matrix3d k;
-  k << m.fx, m.skew, m.cx - shift,  //
-      0, m.fy, m.cy - shift,        //
-      0, 0, 1;
-  return k;
-}
+Eigen::Matrix3d CameraView::K(PixelOrigin origin) const { return cameraMatrix(model(), origin); }
 
 PointStatus CameraView::project(const Eigen::Vector3d& point_in_parent, Eigen::Vector2d* pixel,
                                 ViewJacobian* jacobian) const {

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 
+#include "../support/camera_matrix.h"
 #include "../support/camera_model.h"
 #include "../support/camera_transform.h"
 #include "../support/export.h"
@@ -22,12 +23,6 @@ struct ViewRecord;
 }
 
 namespace norv::calibration {
-
-/// Where pixel coordinates are counted from.
-enum class PixelOrigin {
-  kImageCorner,  ///< the corner of the image, as everywhere in this library
-  kPixelCentre,  ///< the centre of its first pixel, as OpenCV does: 0.5 less in x and y
-};
 
 /// Derivatives of a pixel, in pixels. NaN where the point has no pixel.
 struct ViewJacobian {
@@ -67,7 +62,9 @@ struct ViewExtras {
 /// may be called concurrently.
 class NORV_EXPORT CameraView {
  public:
-  /// The camera of these numbers at the place of `camera_from_parent`. Any numbers are taken: where
+  /// The camera of these numbers at the place of `camera_from_parent`: set both of its matrices by
+  /// `setTransform`, the identity for points of the camera frame; one that is as it was constructed
+  /// is all zeros, and no place. Any numbers are taken: where
   /// one of them is not in the range of float, points have the status `kNotFinite`. Takes
   /// microseconds, as all that make a view do.
   CameraView(const CameraModel& model, const CameraTransform& camera_from_parent);
@@ -119,8 +116,14 @@ class NORV_EXPORT CameraView {
   /// around with x.
   CameraView flipped(bool horizontally, bool vertically) const;
 
-  /// The same picture taken from another place: of a robot that moves, say.
+  /// The same picture taken from another place: of a robot that moves, say. The pose is held in
+  /// single precision; to refine one, work in double with `projectPoint` of `model()` and `byPose`,
+  /// and move the view at the end.
   CameraView movedTo(const CameraTransform& camera_from_parent) const;
+
+  /// The camera of the straightened picture that `view` describes (`fitView`): without lens, at the
+  /// same place, turned by `view.view_from_camera`.
+  CameraView straightened(const RectifiedView& view) const;
 
   // Points and rays.
 
@@ -151,6 +154,8 @@ class NORV_EXPORT CameraView {
   /// The ray that is imaged at `pixel`, in the parent frame. `*ray` is NaN unless the status is
   /// `kOk` or `kOutsideImage`; of a pose that has no inverse it is `kNotFinite`. The inverse of the
   /// pose is found in double: `project` of a point of the ray is the pixel as `rectifyPixel` says.
+  /// The ray meets the floor z = 0 at origin + t direction with t = -origin.z() / direction.z(),
+  /// where that is above 0.
   PointStatus rayAt(const Eigen::Vector2d& pixel, Ray* ray) const;
 
   /// By the lens, and not by the focal lengths alone.

@@ -39,7 +39,8 @@ std::optional<CameraView> CameraView::resized(int width, int height) const {
 std::optional<CameraView> CameraView::cropped(int x0, int y0, int width, int height) const {
   CameraModel model = this->model();
   if (x0 < 0 || y0 < 0 || width <= 0 || height <= 0) return std::nullopt;
-  if (width > model.width - x0 || height > model.height - y0) return std::nullopt;
+  if (width > model.width || height > model.height) return std::nullopt;
+  if (x0 > model.width - width || y0 > model.height - height) return std::nullopt;
   model.width = width;
   model.height = height;
   model.cx -= x0;
@@ -79,6 +80,16 @@ CameraView CameraView::movedTo(const CameraTransform& camera_from_parent) const 
   const auto moved = std::make_shared<ViewRecord>(*record_);
   moved->setPose(camera_from_parent);
   return CameraView(moved);
+}
+
+CameraView CameraView::straightened(const RectifiedView& view) const {
+  Eigen::Matrix4d view_from_camera = Eigen::Matrix4d::Identity();
+  view_from_camera.topLeftCorner<3, 3>() = view.view_from_camera;
+  const Eigen::Matrix4d camera_from_parent = pose().transform.cast<double>();
+  CameraTransform turned;
+  turned.setTransform((view_from_camera * camera_from_parent).cast<float>(),
+                      CameraTransform::kForward);
+  return CameraView(cameraOf(view), turned);
 }
 
 }  // namespace norv::calibration

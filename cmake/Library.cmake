@@ -73,6 +73,7 @@ set(library_sources
   calibration_common/review/sentence.cpp
   calibration_common/review/zoom_checks.cpp
   support/atomic_file.cpp
+  support/camera_matrix.cpp
   support/camera_projection.cpp
   support/camera_transform.cpp
   support/checks.cpp

@@ -22,9 +22,11 @@ int main(int argc, char** argv) {
   const auto view = camera->view(picture.cols, picture.rows);
   if (!view) return fail("the camera does not deliver pictures of this size");
 
-  // The largest picture of the same size of which every pixel shows something. Maps for as many
-  // pictures as there are.
-  const auto straight = view->fitView(picture.cols, picture.rows, ViewFit::kValidOnly);
+  // The largest picture of the same size of which every pixel shows something; interpolation looks
+  // half a pixel farther. Maps for as many pictures as there are.
+  ViewOptions options;
+  options.margin = 0.5;
+  const auto straight = view->fitView(picture.cols, picture.rows, ViewFit::kValidOnly, options);
   if (!straight) return fail("the camera has no straightened picture");
   cv::Mat xy(straight->height, straight->width, CV_16SC2);
   cv::Mat fraction(straight->height, straight->width, CV_16UC1);
@@ -35,7 +37,6 @@ int main(int argc, char** argv) {
   if (!cv::haveImageWriter(argv[4]) || !cv::imwrite(argv[4], straightened)) {
     return fail("cannot write the output");
   }
-  // The camera matrix of the new picture, pixels from the centre of the first one as OpenCV has it.
-  std::cout << "fx " << straight->fx << " fy " << straight->fy << " cx " << straight->cx - 0.5
-            << " cy " << straight->cy - 0.5 << "\n";
+  // The camera matrix of the new picture, with pixels as OpenCV counts them.
+  std::cout << cameraMatrix(cameraOf(*straight), PixelOrigin::kPixelCentre) << "\n";
 }

@@ -81,21 +81,26 @@ class PixelCount {
       : camera_(internal::prepare(camera)),
         reach_(reachOf(camera.lens, internal::LensDomain(camera.lens).end)),
         width_(static_cast<std::size_t>(camera.width)),
-        pixels_(2 * width_),
-        statuses_(width_) {}
+        pixels_(2 * std::min(width_, kColumns)),
+        statuses_(std::min(width_, kColumns)) {}
 
   void addRow(std::size_t j) {
     const double v = static_cast<double>(j) + 0.5;
     const Columns columns = columnsInReach(v);
     addWithoutRay({0, columns.begin}, v);
     addWithoutRay({columns.end, width_}, v);
-    addColumns(columns, v);
+    for (std::size_t i = columns.begin; i < columns.end; i += kColumns) {
+      addColumns({i, std::min(columns.end, i + kColumns)}, v);
+    }
   }
 
   double count() const { return static_cast<double>(count_); }
   double nearestWithoutRay() const { return nearest_; }
 
  private:
+  /// Pixels that are asked about at once.
+  static constexpr std::size_t kColumns = 4096;
+
   /// All columns that the lens may reach: along a row the distance has one minimum.
   Columns columnsInReach(double v) const {
     const CameraModel& camera = camera_.model;

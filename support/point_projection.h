@@ -52,8 +52,9 @@ NORV_EXPORT PointStatus rectifyPixel(const CameraModel& camera, const Eigen::Vec
 /// `projectPoint` for `count` points; the number of those that are not `kOk`.
 ///
 /// `pixels` may be `points_in_camera` where the arrays have the same place and strides. `threads`
-/// is how many compute at once, 0 as many as the machine runs; where the system refuses one, fewer
-/// do. Allocates nothing per point. Thread-safe for arrays that nobody else uses.
+/// is how many compute at once, 256 at most, 0 as many as the machine runs; where the system
+/// refuses one, fewer do. Allocates nothing per point. Thread-safe for arrays that nobody else
+/// uses.
 NORV_EXPORT std::size_t projectPoints(const CameraModel& camera,
                                       const PointArray<const double>& points_in_camera,
                                       std::size_t count, const PointArray<double>& pixels,

@@ -24,6 +24,11 @@ struct RectifiedView {
   Eigen::Matrix3d view_from_camera = Eigen::Matrix3d::Identity();  ///< rotation
 };
 
+/// The straightened picture's own camera, at the same optical centre and turned by
+/// `view_from_camera`: without skew and lens. `cameraMatrix` has its matrix in both conventions for
+/// pixels. Thread-safe.
+NORV_EXPORT CameraModel cameraOf(const RectifiedView& view);
+
 /// Where the optical axis lies in a view.
 enum class ViewCentre {
   kFree,    ///< wherever the picture is largest that shows the middle of the camera's image
@@ -39,7 +44,7 @@ struct ViewOptions {
   ViewCentre centre = ViewCentre::kFree;
   /// Pixels of the camera's image that a view of valid pixels keeps away from its border. With 0
   /// the pixel centres of the view lie inside of the image; with 0.5 bilinear sampling needs no
-  /// pixel beyond it either. Not negative.
+  /// pixel beyond it either. Not negative, and below half of the image's sides.
   double margin = 0;
   Eigen::Matrix3d view_from_camera = Eigen::Matrix3d::Identity();  ///< rotation of the view
 };

@@ -57,13 +57,14 @@ class Fit {
     const CameraModel& camera = camera_.model;
     return camera_.isUsable() && camera.fx != 0 && camera.fy != 0 && camera.width > 0 &&
            camera.height > 0 && size_.minCoeff() > 0 && options_.margin >= 0 &&
-           2 * options_.margin < std::min(camera.width, camera.height) &&
            options_.aspect.value_or(1) > 0 && std::isfinite(plane_.fy) && plane_.fy != 0 &&
            isRotation(options_.view_from_camera);
   }
 
   /// The largest frame of valid pixels.
   std::optional<Frame> validOnly() const {
+    const CameraModel& camera = camera_.model;
+    if (2 * options_.margin >= std::min(camera.width, camera.height)) return std::nullopt;
     const ValidRegion region = validRegion();
     if (options_.centre != ViewCentre::kFree) return validAboutAxis(region);
     const internal::Placement placement = region.largest(0.5 * size_);
@@ -188,6 +189,10 @@ std::optional<PlaneBox> naturalBox(const CameraModel& camera, const Fit& fit, do
 }
 
 }  // namespace
+
+CameraModel cameraOf(const RectifiedView& view) {
+  return {view.width, view.height, view.fx, view.fy, 0, view.cx, view.cy, {}};
+}
 
 std::optional<RectifiedView> fitView(const CameraModel& camera, int width, int height, double alpha,
                                      const ViewOptions& options) {

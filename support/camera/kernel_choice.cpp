@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "support/camera/kernels.h"
@@ -8,18 +9,28 @@
 namespace norv::internal {
 namespace {
 
+/// The names of what this processor runs, as a sentence lists them.
+std::string listRunnable() {
+  std::string names;
+  for (const Kernels* one : runnableKernels()) {
+    if (one != nullptr) names += (names.empty() ? "" : ", ") + std::string(one->name);
+  }
+  return names;
+}
+
 const Kernels& choose() {
-  const char* const wanted = std::getenv("NORV_CPU");
+  const char* const variable = std::getenv("NORV_CPU");
+  const std::string_view wanted = variable == nullptr ? "" : variable;
   const Kernels* fastest = &kBaselineKernels;
   for (const Kernels* one : runnableKernels()) {
     if (one == nullptr) break;
-    if (wanted != nullptr && std::string_view(one->name) == wanted) return *one;
+    if (wanted == one->name) return *one;
     fastest = one;
   }
-  if (wanted != nullptr) {
+  if (!wanted.empty()) {
     NORV_LOG(kLogWarning, "camera_parameters")
-        << "NORV_CPU=" << wanted << " names nothing that this processor runs; using "
-        << fastest->name;
+        << "NORV_CPU=" << wanted << " names nothing that this processor runs (" << listRunnable()
+        << "); using " << fastest->name;
   }
   return *fastest;
 }

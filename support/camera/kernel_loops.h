@@ -210,7 +210,7 @@ NORV_ONE_LOOP inline void viewRow(const ViewFormula& view, const double* rays, s
                                   float* map_x, float* map_y) {
   const auto& r = view.rotation;
   forGroups(count, [&](std::size_t i, auto valid) {
-    const auto [x, y] = loadPair(Points<const double>{rays, 2}, i, valid);
+    const auto [x, y] = loadPair(rays + 2 * i, 2, 1, valid);
     const Lanes z = r[2][0] * x + r[2][1] * y + r[2][2];
     const Lanes u = view.fx * ((r[0][0] * x + r[0][1] * y + r[0][2]) / z) + view.cx - 0.5;
     const Lanes v = view.fy * ((r[1][0] * x + r[1][1] * y + r[1][2]) / z) + view.cy - 0.5;

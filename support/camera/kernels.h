@@ -80,8 +80,8 @@ extern const Kernels kAvx512Kernels;
 std::array<const Kernels*, 3> runnableKernels();
 
 /// The fastest of them, or the one that the environment variable NORV_CPU names when it is first
-/// asked: "baseline", "avx2" or "avx512". A name that means none of them, or one that the processor
-/// does not run, is reported by a warning and has no effect. Thread-safe.
+/// asked: "baseline", "avx2" or "avx512"; empty is as unset. A name that means none of them, or one
+/// that the processor does not run, is reported by a warning and has no effect. Thread-safe.
 const Kernels& kernels();
 
 }  // namespace norv::internal

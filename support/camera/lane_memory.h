@@ -127,17 +127,23 @@ Point3<Lanes> loadTriple(const Points<T>& points, std::size_t begin, Count count
           load(first + 2 * next, points.stride, count)};
 }
 
+/// Pairs of numbers `next` apart, every `stride`-th of those that begin at `first`.
 template <class T, class Count>
-calibration::NormalizedPoint<Lanes> loadPair(const Points<T>& points, std::size_t begin,
-                                             Count count) {
-  const T* const first = points.data + static_cast<std::ptrdiff_t>(begin) * points.stride;
-  if (isAll(count) && points.stride == 2 && points.coordinate_stride == 1) {
+calibration::NormalizedPoint<Lanes> loadPair(const T* first, std::ptrdiff_t stride,
+                                             std::ptrdiff_t next, Count count) {
+  if (isAll(count) && stride == 2 && next == 1) {
     const Pack<T> a = loadPack(first);
     const Pack<T> b = loadPack(first + NORV_LANES);
     return {toLanes(pick<0, 2>(a, b, b, AllIndices{})), toLanes(pick<1, 2>(a, b, b, AllIndices{}))};
   }
-  return {load(first, points.stride, count),
-          load(first + points.coordinate_stride, points.stride, count)};
+  return {load(first, stride, count), load(first + next, stride, count)};
+}
+
+template <class T, class Count>
+calibration::NormalizedPoint<Lanes> loadPair(const Points<T>& points, std::size_t begin,
+                                             Count count) {
+  return loadPair(points.data + static_cast<std::ptrdiff_t>(begin) * points.stride, points.stride,
+                  points.coordinate_stride, count);
 }
 
 /// The inverse of `loadPair`.

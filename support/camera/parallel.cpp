@@ -9,8 +9,11 @@
 namespace norv::internal {
 namespace {
 
+/// More at once only wait for each other.
+constexpr int kMaxThreads = 256;
+
 std::size_t howMany(int threads) {
-  if (threads != 0) return static_cast<std::size_t>(std::max(threads, 1));
+  if (threads != 0) return static_cast<std::size_t>(std::min(std::max(threads, 1), kMaxThreads));
   return std::max(std::thread::hardware_concurrency(), 1U);
 }
 

@@ -142,6 +142,10 @@ TEST(ProcessedViews, OfWhatIsNoPictureAreNone) {
   EXPECT_FALSE(without_pixels.resized(10, 10));
   EXPECT_FALSE(without_pixels.cropped(0, 0, 1, 1));
   EXPECT_FALSE(without_pixels.binned(1, 1));
+  constexpr int kMinInt = std::numeric_limits<int>::min();
+  const CameraView of_no_size({kMinInt, kMinInt, 1, 1, 0, 0, 0, {}}, view.pose());
+  EXPECT_FALSE(of_no_size.cropped(1, 0, 5, 5));
+  EXPECT_FALSE(of_no_size.cropped(kMaxInt, kMaxInt, kMaxInt, kMaxInt));
 }
 
 TEST(ProcessedViews, OfACameraThatIsNoneHaveNoAnswers) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <Eigen/Geometry>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -116,6 +118,33 @@ TEST_F(StraightenedView, PixelOfTheMapIsWhereTheRayIsSeen) {
   ASSERT_EQ(at_camera.project({(70.5 - 48) / 60, (20.5 - 37) / 60, 1}, &seen), PointStatus::kOk);
   EXPECT_NEAR(x[20 * 100 + 70], seen.x() - 0.5, 1e-4);
   EXPECT_NEAR(y[20 * 100 + 70], seen.y() - 0.5, 1e-4);
+}
+
+/// A point is seen in the straightened picture where its picture in the camera's lies by the map
+/// back, the view turned or not.
+TEST_F(StraightenedView, HasACameraOfItsOwn) {
+  const std::size_t width = static_cast<std::size_t>(view_.width());
+  std::vector<float> x(width * static_cast<std::size_t>(view_.height()));
+  std::vector<float> y(x.size());
+  for (const double angle : {0.0, 0.2}) {
+    straight_.view_from_camera =
+        Eigen::AngleAxisd(angle, Eigen::Vector3d(1, 2, 3).normalized()).toRotationMatrix();
+    view_.makeUndistortMap(straight_, x.data(), y.data());
+    const CameraView straightened = view_.straightened(straight_);
+    EXPECT_EQ(straightened.width(), straight_.width);
+    EXPECT_EQ(straightened.distortion(), (std::array<double, 8>{}));
+    const std::size_t column = width / 2 + 40;
+    const std::size_t row = static_cast<std::size_t>(view_.height()) / 2 - 30;
+    Ray ray;
+    ASSERT_EQ(
+        view_.rayAt({static_cast<double>(column) + 0.5, static_cast<double>(row) + 0.5}, &ray),
+        PointStatus::kOk);
+    Eigen::Vector2d seen;
+    EXPECT_TRUE(hasAnswer(straightened.project(ray.origin + 3 * ray.direction, &seen)));
+    // Poses are in single precision.
+    EXPECT_NEAR(seen.x() - 0.5, x[row * width + column], 1e-4);
+    EXPECT_NEAR(seen.y() - 0.5, y[row * width + column], 1e-4);
+  }
 }
 
 }  // namespace

@@ -2,10 +2,12 @@
 // of things that are not as they should be.
 
 #include <calibration_common/camera_parameters.h>
+#include <calibration_common/camera_view.h>
 
 #include <cstddef>
 #include <cstdio>
 #include <type_traits>
+#include <vector>
 
 using norv::calibration::CameraCalibration;
 using norv::calibration::CameraParameters;
@@ -69,6 +71,43 @@ void checkPoses(const CameraParameters& camera) {
   expect(pose == camera.getTransform().transform, "a pose is its rotation and translation");
 }
 
+/// What holds Eigen's matrices lies in memory as the library has it, whatever instruction set this
+/// program is compiled for.
+void checkViews(const CameraParameters& camera) {
+  using namespace norv::calibration;
+  const auto view = camera.view(1280, 960);
+  if (!view) return expect(false, "the camera has a view");
+  const std::vector<Eigen::Vector3d> points = {{3, -0.5, 0.1}, {4, 0.25, -0.5}, {5, 1, 1}};
+  std::vector<Eigen::Vector2d> pixels(points.size());
+  std::vector<ViewJacobian> jacobians(points.size());
+  std::vector<PointStatus> statuses(points.size());
+  const std::size_t not_ok =
+      view->projectPoints({points[0].data(), 3}, points.size(), {pixels[0].data(), 2},
+                          {statuses.data(), jacobians.data()});
+  expect(not_ok == 0, "all points are seen");
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    Eigen::Vector2d pixel;
+    ViewJacobian jacobian;
+    expect(view->project(points[i], &pixel, &jacobian) == statuses[i], "one point's status");
+    expect(pixel == pixels[i], "one point's pixel");
+    expect(jacobian.pose == jacobians[i].pose && jacobian.point == jacobians[i].point &&
+               jacobian.intrinsics == jacobians[i].intrinsics,
+           "one point's derivatives");
+    expect(jacobian.intrinsics(0, 3) == 1 && jacobian.intrinsics(1, 4) == 1 &&
+               jacobian.intrinsics(0, 4) == 0,
+           "derivatives by the principal point");
+    RectificationJacobian inverse;
+    Eigen::Vector2d ray;
+    expect(view->rectify(pixel, &ray, &inverse) == PointStatus::kOk, "the pixel has a ray");
+    expect(inverse.pixel.allFinite() && inverse.intrinsics.allFinite(), "derivatives of the ray");
+  }
+  const auto straight = view->fitView(640, 480, ViewFit::kValidOnly);
+  expect(straight && straight->view_from_camera == Eigen::Matrix3d::Identity(), "a view is fitted");
+  std::vector<float> map(2 * 640 * 480);
+  if (straight) view->makeRectifyMap(*straight, map.data(), map.data() + 640 * 480);
+  expect(map[0] >= 0 && map[0] <= 1280, "its first pixel lies in the picture");
+}
+
 }  // namespace
 
 int main() {
@@ -82,5 +121,6 @@ int main() {
   expect(camera->getDistortion(640, 480).size() == 8, "the distortion has eight coefficients");
   expect(camera->getIntrinsicsTable().size() == 1, "an unknown model has one size");
   checkPoses(*camera);
+  checkViews(*camera);
   return failures;
 }

@@ -233,6 +233,15 @@ TEST(Coverage, OfNoCamera) {
   EXPECT_TRUE(isNone(blurred));
 }
 
+/// A row is asked about in pieces.
+TEST(Coverage, OfAVeryWideRow) {
+  constexpr int kWidth = 50'000'000;
+  const ImageCoverage found = coverage({kWidth, 1, 100, 100, 0, 0.5, 0.5, {-0.5}});
+  // The fold is at 100 sqrt(2/3) 2/3 = 54.4 pixels: the centres 0 to 54 of the row have rays.
+  EXPECT_EQ(found.share, 55.0 / kWidth);
+  EXPECT_EQ(found.nearest_without_ray, 55);
+}
+
 TEST(Coverage, OfTheOddestCamerasEnds) {
   constexpr double kMost = 3.4e38;
   for (const double fx : {1e-300, 1e-38, 1.0, kMost}) {

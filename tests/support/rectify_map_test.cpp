@@ -275,8 +275,10 @@ TEST(Maps, OfWhatIsNoneAreNaN) {
 
 TEST(Maps, WithoutPixelsAreNothing) {
   const CameraModel camera{20, 10, 10, 10, 0, 10, 5, {-0.1}};
-  for (const auto& size : {std::make_pair(0, 5), std::make_pair(5, 0), std::make_pair(-3, -3),
-                           std::make_pair(-1, 4), std::make_pair(4, -1)}) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  for (const auto& size :
+       {std::make_pair(0, kMost), std::make_pair(kMost, 0), std::make_pair(-3, -3),
+        std::make_pair(-1, kMost), std::make_pair(4, -1)}) {
     const RectifiedView view{size.first, size.second, 10, 10, 0, 0, Eigen::Matrix3d::Identity()};
     makeRectifyMap(camera, view, nullptr, nullptr, 0);
     makeFixedPointRectifyMap(camera, view, nullptr, nullptr, 0);

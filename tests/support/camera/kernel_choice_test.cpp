@@ -48,16 +48,24 @@ TEST(KernelChoice, IsWhatTheEnvironmentNames) {
   }
 }
 
+TEST(KernelChoice, EmptyIsAsUnset) {
+  const testing::ProgramResult result = runWith("NORV_CPU=");
+  EXPECT_EQ(result.output, runWith("").output);
+  EXPECT_THAT(result.errors, IsEmpty());
+}
+
 TEST(KernelChoice, WarnsOfWhatNamesNothing) {
   const std::string fastest = runnableNames().back();
   const std::string expected = runWith("").output;
-  for (const std::string name : {"nonsense", "AVX2", "avx2 ", ""}) {
+  std::string list;
+  for (const std::string& name : runnableNames()) list += (list.empty() ? "" : ", ") + name;
+  for (const std::string name : {"nonsense", "AVX2", "avx2 "}) {
     const testing::ProgramResult result = runWith("NORV_CPU='" + name + "'");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, expected);
     EXPECT_THAT(result.errors,
-                HasSubstr("NORV_CPU=" + name + " names nothing that this processor runs; using " +
-                          fastest + "\n"));
+                HasSubstr("NORV_CPU=" + name + " names nothing that this processor runs (" + list +
+                          "); using " + fastest + "\n"));
     EXPECT_THAT(result.errors, HasSubstr("camera_parameters"));
   }
 }
