@@ -1,6 +1,7 @@
 // Fixed workloads whose instructions are counted, to guard against regressions where times are too
 // noisy: scripts/check-instructions.
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -106,10 +107,17 @@ void makeMapRow() {
   view.height = 1;
   std::vector<float> x(kMapWidth);
   std::vector<float> y(kMapWidth);
+  std::vector<std::int16_t> xy(2 * kMapWidth);
+  std::vector<std::uint16_t> fraction(kMapWidth);
   countedWorkload([&] {
     for (int i = 0; i < 20; ++i) {
       calibration::makeRectifyMap(exampleModel(kMildLens), view, x.data(), y.data());
+      calibration::makeFixedPointRectifyMap(exampleModel(kMildLens), view, xy.data(),
+                                            fraction.data());
     }
+    calibration::CameraModel one_row = exampleModel(kMildLens);
+    one_row.height = 1;
+    calibration::makeUndistortMap(one_row, straightView(), x.data(), y.data());
   });
 }
 
@@ -117,9 +125,13 @@ void differentiate() {
   const std::vector<Eigen::Vector3d> points = pointsInCamera(4096);
   std::vector<Eigen::Vector2d> pixels(points.size());
   std::vector<calibration::ProjectionJacobian> jacobians(points.size());
+  std::vector<Eigen::Vector2d> rays(points.size());
+  std::vector<calibration::RectificationJacobian> of_rays(points.size());
   countedWorkload([&] {
     calibration::projectPoints(exampleModel(kStrongLens), {points[0].data(), 3}, points.size(),
                                {pixels[0].data(), 2}, {nullptr, jacobians.data()});
+    calibration::rectifyPoints(exampleModel(kStrongLens), {pixels[0].data(), 2}, pixels.size(),
+                               {rays[0].data(), 2}, {nullptr, of_rays.data()});
   });
 }
 
@@ -198,7 +210,7 @@ constexpr Workload kWorkloads[] = {
     {"project", project},
     {"rectify", rectify},
     {"map_rows", makeMapRow},
-    {"projection_jacobians", differentiate},
+    {"jacobians", differentiate},
     {"statuses", askStatuses},
     {"get_full_transform", getFullTransform},
     {"point", point},
