@@ -206,17 +206,33 @@ NORV_ONE_LOOP inline bool rectifyRow(const PreparedCamera& camera, const RayRow&
                          : rectifyTurnedRow(camera, row, begin, count, map_x, map_y, codes);
 }
 
-NORV_ONE_LOOP inline void viewRow(const ViewFormula& view, const double* rays, std::size_t count,
-                                  float* map_x, float* map_y) {
-  const auto& r = view.rotation;
+/// Where rays whose points in the view's frame are `point(ray)` lie in the view.
+template <class Point>
+void viewAll(const ViewFormula& shared, const double* rays, std::size_t count, float* map_x,
+             float* map_y, const Point& point) {
+  const ViewFormula view = shared;
   forGroups(count, [&](std::size_t i, auto valid) {
-    const auto [x, y] = loadPair(rays + 2 * i, 2, 1, valid);
-    const Lanes z = r[2][0] * x + r[2][1] * y + r[2][2];
-    const Lanes u = view.fx * ((r[0][0] * x + r[0][1] * y + r[0][2]) / z) + view.cx - 0.5;
-    const Lanes v = view.fy * ((r[1][0] * x + r[1][1] * y + r[1][2]) / z) + view.cy - 0.5;
-    const Mask seen = both(z > 0, inFloatRange(u, v));
+    const Triple p = point(view, loadPair(rays + 2 * i, 2, 1, valid));
+    const Lanes u = view.fx * p.x + view.cx - 0.5;
+    const Lanes v = view.fy * p.y + view.cy - 0.5;
+    const Mask seen = both(p.z > 0, inFloatRange(u, v));
     storeRow(select(seen, u, Lanes(kNoNumber)), valid, map_x + i);
     storeRow(select(seen, v, Lanes(kNoNumber)), valid, map_y + i);
+  });
+}
+
+NORV_ONE_LOOP inline void viewRow(const ViewFormula& formula, const double* rays, std::size_t count,
+                                  float* map_x, float* map_y) {
+  if (formula.is_straight) {
+    return viewAll(formula, rays, count, map_x, map_y, [](const ViewFormula&, const Pair& ray) {
+      return Triple{ray.x, ray.y, 1};
+    });
+  }
+  viewAll(formula, rays, count, map_x, map_y, [](const ViewFormula& view, const Pair& ray) {
+    const auto& r = view.rotation;
+    const Lanes z = r[2][0] * ray.x + r[2][1] * ray.y + r[2][2];
+    return Triple{(r[0][0] * ray.x + r[0][1] * ray.y + r[0][2]) / z,
+                  (r[1][0] * ray.x + r[1][1] * ray.y + r[1][2]) / z, z};
   });
 }
 

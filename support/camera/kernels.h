@@ -30,6 +30,7 @@ struct RayRow {
 struct ViewFormula {
   double rotation[3][3];
   double fx, fy, cx, cy;
+  bool is_straight;  ///< the rotation is none
 };
 
 template <class T>

@@ -23,7 +23,7 @@ calibration::RectifiedView viewOrNaN(calibration::RectifiedView view) {
 }
 
 ViewFormula formulaOf(const calibration::RectifiedView& view) {
-  ViewFormula formula{{}, view.fx, view.fy, view.cx, view.cy};
+  ViewFormula formula{{}, view.fx, view.fy, view.cx, view.cy, view.view_from_camera.isIdentity(0)};
   for (int row = 0; row < 3; ++row) {
     for (int column = 0; column < 3; ++column) {
       formula.rotation[row][column] = view.view_from_camera(row, column);
@@ -53,13 +53,7 @@ RayRow RowMaker::rayRow(std::size_t j) const {
   const double dx = 1 / view_.fx;
   const double y = (static_cast<double>(j) + 0.5 - view_.cy) / view_.fy;
   const auto at = [&](int c) { return r[0][c] * x + r[1][c] * y + r[2][c]; };
-  return {at(0),
-          r[0][0] * dx,
-          at(1),
-          r[0][1] * dx,
-          at(2),
-          r[0][2] * dx,
-          view_.view_from_camera.isIdentity(0)};
+  return {at(0), r[0][0] * dx, at(1), r[0][1] * dx, at(2), r[0][2] * dx, formula_.is_straight};
 }
 
 void RowMaker::rectify(std::size_t j, float* map_x, float* map_y) {

@@ -353,24 +353,29 @@ TEST(Kernels, MakeRowsOfMapsAlike) {
 }
 
 TEST(Kernels, PutRaysIntoViewsAlike) {
+  const ViewFormula turned{
+      {{0.36, 0.48, -0.8}, {-0.8, 0.6, 0}, {0.48, 0.64, 0.6}}, 300, -310, 320.5, 240.25, false};
+  const ViewFormula straight{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, 300, -310, 320.5, 240.25, true};
   std::mt19937 random(37);
-  const ViewFormula view{
-      {{0.36, 0.48, -0.8}, {-0.8, 0.6, 0}, {0.48, 0.64, 0.6}}, 300, -310, 320.5, 240.25};
   std::vector<double> rays;
   for (int i = 0; i < 2000; ++i) {
     rays.push_back(random() % 9 == 0 ? testing::anyOddNumber(&random) : uniform(-3, 3, &random));
   }
   std::vector<float> x(1000);
   std::vector<float> y(1000);
-  kBaselineKernels.viewRow(view, rays.data(), 1000, x.data(), y.data());
-  for (const Kernels* kernels : runnable()) {
-    for (const std::size_t count : sizes()) {
-      std::vector<float> map_x(count);
-      std::vector<float> map_y(count);
-      kernels->viewRow(view, rays.data(), count, map_x.data(), map_y.data());
-      expectSameMemory(map_x, {x.data(), x.data() + count}, kernels->name);
-      expectSameMemory(map_y, {y.data(), y.data() + count}, kernels->name);
-      ASSERT_FALSE(::testing::Test::HasFatalFailure()) << count;
+  for (const ViewFormula& view : {turned, straight}) {
+    ViewFormula as_turned = view;  // a view that is not said to be straight has the same bits
+    as_turned.is_straight = false;
+    kBaselineKernels.viewRow(as_turned, rays.data(), 1000, x.data(), y.data());
+    for (const Kernels* kernels : runnable()) {
+      for (const std::size_t count : sizes()) {
+        std::vector<float> map_x(count);
+        std::vector<float> map_y(count);
+        kernels->viewRow(view, rays.data(), count, map_x.data(), map_y.data());
+        expectSameMemory(map_x, {x.data(), x.data() + count}, kernels->name);
+        expectSameMemory(map_y, {y.data(), y.data() + count}, kernels->name);
+        ASSERT_FALSE(::testing::Test::HasFatalFailure()) << count;
+      }
     }
   }
 }
