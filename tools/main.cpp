@@ -20,6 +20,7 @@
 #include "tools/diff/diff_command.h"
 #include "tools/show/show_command.h"
 #include "tools/tool_answer.h"
+#include "tools/tool_error.h"
 #include "tools/usage/usage_text.h"
 #include "tools/validate/validate_command.h"
 #include "tools/view/view_command.h"
@@ -62,12 +63,21 @@ std::vector<std::string> wordsOf(int argc, char** argv) {
   return {words[1], "--help"};
 }
 
-ExitStatus refuseUsage(const CLI::App& app, const CLI::ParseError& error) {
+ExitStatus refuseUsage(const CLI::App& app, const std::string& why) {
   const auto verbs = app.get_subcommands();
-  fail(norv::tools::explainUsage(app, error));
+  fail(why);
   std::cerr << "Run " << kProgram << (verbs.empty() ? "" : " " + verbs.front()->get_name())
             << " --help for more information.\n";
   return norv::tools::kBadUsage;
+}
+
+/// Which of the options are needed depends on the file.
+ExitStatus runView(const CLI::App& app, const norv::tools::ViewVerbOptions& options) {
+  try {
+    return print(norv::tools::runViewCommand(options));
+  } catch (const norv::tools::UsageError& error) {
+    return refuseUsage(app, error.what());
+  }
 }
 
 void describeProgram(CLI::App* app) {
@@ -109,13 +119,13 @@ ExitStatus run(int argc, char** argv) {
   } catch (const CLI::CallForVersion&) {
     return print({app.version() + "\n", ""});
   } catch (const CLI::ParseError& error) {
-    return refuseUsage(app, error);
+    return refuseUsage(app, norv::tools::explainUsage(app, error));
   }
   if (show_verb->parsed()) return print({norv::tools::runShowCommand(show), ""});
   if (convert_verb->parsed()) return print(norv::tools::runConvertCommand(convert));
   if (validate_verb->parsed()) return print(norv::tools::runValidateCommand(validate));
   if (diff_verb->parsed()) return print(norv::tools::runDiffCommand(diff));
-  if (view_verb->parsed()) return print(norv::tools::runViewCommand(view));
+  if (view_verb->parsed()) return runView(app, view);
   if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
   return print(norv::tools::runAdjustCommand(adjust));
 }

@@ -12,4 +12,10 @@ class ToolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Input with which a command cannot be called in this way: the program was called wrongly.
+class UsageError : public ToolError {
+ public:
+  using ToolError::ToolError;
+};
+
 }  // namespace norv::tools

@@ -186,7 +186,9 @@ class JsonSchema(unittest.TestCase):
             for field in ("fx", "cx"):
                 path = self.write("absurd.txt", re.sub(rf"\b{field}: \d+", f"{field}: {value}", PLAIN))
                 status = 3 if (field, value) != ("cx", "0") else 0
-                self.document("view", status, "view", path)
+                view = self.document("view", status, "view", path)
+                shown = json.loads(run("show", path, "--json").stdout)
+                self.assertEqual((view["errors"], view["warnings"]), (shown["errors"], shown["warnings"]))
         self.document("view", 3, "view", self.write("lens.txt", PLAIN.replace("radial: [0,", "radial: [nan,")))
         self.document("view", 0, "view", self.write("pose.txt", PLAIN.replace("1, 0, 0, 1000", "nan, 0, 0, inf")))
 
@@ -223,7 +225,7 @@ class JsonSchema(unittest.TestCase):
             self.expect_no_document(1, "diff", self.cameras, path)
         for path in (broken, missing, empty, self.base):
             self.expect_no_document(1, "view", path)
-        for words in (["diff", self.cameras], ["view", "--alpha", "2"], ["show", "--size", "1"], ["aim", self.head], ["adjust", self.cameras], ["shwo"]):
+        for words in (["diff", self.cameras], ["view", "--alpha", "2"], ["view"], ["view", self.head], ["show", "--size", "1"], ["aim", self.head], ["adjust", self.cameras], ["shwo"]):
             self.expect_no_document(2, *words)
 
     def test_page_names_the_keys(self):

@@ -63,6 +63,18 @@ inline void expectFitsTerminal(const std::string& text) {
   for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
 }
 
+/// Expects that the command line is refused with this line and a hint where there is help, which is
+/// the verb's where one is given.
+inline void expectUsage(const std::string& arguments, const std::string& line,
+                        const std::string& verb) {
+  const ProgramResult result = runTool(arguments);
+  EXPECT_EQ(result.status, 2) << arguments;
+  EXPECT_EQ(result.output, "") << arguments;
+  EXPECT_EQ(result.errors, "camera-parameters: " + line + "\nRun camera-parameters" +
+                               (verb.empty() ? "" : " " + verb) + " --help for more information.\n")
+      << arguments;
+}
+
 /// Expects that the command line is refused.
 inline void expectBadUsage(const std::string& arguments) {
   const ProgramResult result = runTool(arguments);

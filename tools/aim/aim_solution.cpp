@@ -10,6 +10,7 @@
 #include "support/camera_projection.h"
 #include "tools/aim/aim_outcome.h"
 #include "tools/aim/sight.h"
+#include "tools/input/motor_positions.h"
 #include "tools/input/zoom_position.h"
 #include "tools/output/number_text.h"
 #include "tools/tool_error.h"
@@ -115,32 +116,6 @@ Motors limitMotors(const PTZCameraModelConfiguration& now, const AimRequest& req
   return motors;
 }
 
-void remarkPosition(const char* motor, int at, std::optional<int> lowest,
-                    std::optional<int> highest, Aim* aim) {
-  const auto remark = [&](const char* side, int limit) {
-    aim->remarks.push_back(
-        fmt::format("{} is said to be at {}, {} position, {}", motor, at, side, limit));
-  };
-  if (lowest && at < *lowest) {
-    remark("below its lowest", *lowest);
-  } else if (highest && at > *highest) {
-    remark("above its highest", *highest);
-  }
-}
-
-/// What is odd about where the motors are said to be.
-void remarkStart(const PTZCameraModelConfiguration& now, Aim* aim) {
-  const PanTiltSystemParameters& head = headOf(now);
-  const auto stated = [](bool has, int steps) {
-    return has ? std::optional<int>(steps) : std::nullopt;
-  };
-  remarkPosition("pan", now.getPan(), stated(head.has_min_pan(), head.min_pan()),
-                 stated(head.has_max_pan(), head.max_pan()), aim);
-  remarkPosition("tilt", now.getTilt(), stated(head.has_min_tilt(), head.min_tilt()),
-                 stated(head.has_max_tilt(), head.max_tilt()), aim);
-  if (const auto remark = explainExtrapolation(now)) aim->remarks.push_back(*remark);
-}
-
 /// What of the question lies outside of the picture, which mistaken numbers mostly do. The answer
 /// is none the worse for it.
 void remarkOutside(const PTZCameraModelConfiguration& now, const AimRequest& request, Aim* aim) {
@@ -165,7 +140,7 @@ Aim findAim(const PTZCameraModelPtr& model, const AimRequest& request) {
   const PanTiltSystemParameters& head = headOf(now);
   requireMotors(head);
   Aim aim = {};
-  remarkStart(now, &aim);
+  aim.remarks = explainPositions(now);
   remarkOutside(now, request, &aim);
   aim.target = findTarget(now, request);
   aim.distance = (aim.target - now.getCameraCenter()).norm();

@@ -7,8 +7,12 @@ _camera_parameters() {
   else
     case $previous in
       --camera | --size | --at | --pixel | --point | --box | --allow | --explain | --distance | --fail-above* | \
-        --resized | --alpha | --view-size | --aspect | --margin) return ;;
-      --kind) words="robot ptz base" ;;
+        --cropped | --binned | --resized | --alpha | --view-size | --aspect | --margin) return ;;
+      --kind)
+        words="robot ptz base"
+        if [ "${COMP_WORDS[1]}" = view ]; then words="robot ptz"; fi
+        ;;
+      --flipped) words="h v hv" ;;
       --centre) words="free middle kept" ;;
       --base | --output | -o | --csv) ;;
       *)
@@ -20,7 +24,8 @@ _camera_parameters() {
             words="--camera --size --distance --fail-above --fail-above-mm --fail-above-deg --json --csv --help"
             ;;
           view)
-            words="--camera --size --at --resized --kind --alpha --view-size --aspect --margin --centre --json --help"
+            words="--camera --size --at --kind --cropped --binned --resized --flipped --alpha --view-size --aspect"
+            words="$words --margin --centre --json --help"
             ;;
           validate) words="--strict --allow --explain --kind --json --help" ;;
           convert) words="--text --binary --json --output --lossy --kind --help" ;;
@@ -29,7 +34,7 @@ _camera_parameters() {
     esac
   fi
   # What is not an option is a file, which the shell completes by itself.
-  if [ "$COMP_CWORD" -eq 1 ] || [ "$previous" = --kind ] || [ "$previous" = --centre ] || [[ $current == -* ]]; then
+  if [ "$COMP_CWORD" -eq 1 ] || [[ $previous == --@(kind|centre|flipped) ]] || [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
   fi
 }

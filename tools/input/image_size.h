@@ -14,7 +14,7 @@ struct ImageSize {
 inline constexpr int kMaxImageSide = 65535;
 
 /// "640x480", with an X or a multiplication sign too; nullopt for anything else. Sides are 1 to
-/// `kMaxImageSide`.
-std::optional<ImageSize> parseImageSize(const std::string& text);
+/// `max_side`, which is at most `kMaxImageSide`.
+std::optional<ImageSize> parseImageSize(const std::string& text, int max_side = kMaxImageSide);
 
 }  // namespace norv::tools

@@ -44,6 +44,7 @@ std::optional<std::array<float, N>> parseNumbers(const std::string& text) {
   return numbers;
 }
 
+template std::optional<std::array<int, 2>> parseIntegers<2>(const std::string& text);
 template std::optional<std::array<int, 3>> parseIntegers<3>(const std::string& text);
 template std::optional<std::array<float, 2>> parseNumbers<2>(const std::string& text);
 template std::optional<std::array<float, 3>> parseNumbers<3>(const std::string& text);

@@ -14,6 +14,7 @@
 #include "tools/input/camera_loading.h"
 #include "tools/output/json_output.h"
 #include "tools/output/number_text.h"
+#include "tools/output/pose_text.h"
 #include "tools/output/text_table.h"
 #include "tools/review/finding_notes.h"
 #include "tools/show/metadata.h"
@@ -76,17 +77,6 @@ std::string viewTable(const std::vector<View>& views) {
   return alignTable(rows, 2);
 }
 
-std::string poseTable(const CameraParameters& camera) {
-  const Matrix4x4_f& camera_from_robot = camera.getTransform().transform;
-  std::vector<Cells> rows;
-  for (int r = 0; r < 3; ++r) {
-    rows.push_back({""});
-    for (int c = 0; c < 4; ++c) rows.back().push_back(shortestText(camera_from_robot(r, c)));
-    rows.back().back() += " m";
-  }
-  return "  camera from robot\n" + alignTable(rows, 2);
-}
-
 /// How well the intrinsics that were fitted meet the samples; empty where none were.
 std::string refitText(const CameraParameters& camera) {
   if (!camera.getRefit()) return "";
@@ -120,15 +110,13 @@ json adjustmentJson(const CameraCalibration& camera) {
 
 std::string cameraText(const CameraParameters& camera, const std::vector<View>& views,
                        const std::vector<std::string>& notes) {
-  const Vector3_f centre = camera.getTransform().getCameraCenter();
   const auto& full = camera.getFullFrame();
-  return fmt::format(
-             "\n{}   model \"{}\", full frame {}x{}\n  centre on the robot ({}, {}, {}) m\n",
-             toPrintable(camera.getCalibration().name()), toPrintable(camera.getModel()),
-             full.width, full.height, formatFixed(centre.x(), 4), formatFixed(centre.y(), 4),
-             formatFixed(centre.z(), 4)) +
-         poseTable(camera) + adjustmentText(camera.getCalibration()) + refitText(camera) +
-         viewTable(views) + notesText(notes);
+  return fmt::format("\n{}   model \"{}\", full frame {}x{}\n  centre on the robot {} m\n",
+                     toPrintable(camera.getCalibration().name()), toPrintable(camera.getModel()),
+                     full.width, full.height, vectorText(camera.getTransform().getCameraCenter())) +
+         "  camera from robot\n" + poseTable(camera.getTransform().transform) +
+         adjustmentText(camera.getCalibration()) + refitText(camera) + viewTable(views) +
+         notesText(notes);
 }
 
 json cameraJson(const CameraParameters& camera, const std::vector<View>& views,

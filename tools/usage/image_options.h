@@ -20,18 +20,20 @@ inline void addCameraOption(CLI::App* verb, std::optional<std::string>* camera,
       });
 }
 
-/// Adds an option of that name, whose value is an image size, to a verb.
+/// Adds an option of that name, whose value is an image size with sides of at most `max_side`, to a
+/// verb.
 inline CLI::Option* addImageSize(CLI::App* verb, const std::string& name,
-                                 std::optional<ImageSize>* size, const std::string& description) {
+                                 std::optional<ImageSize>* size, const std::string& description,
+                                 int max_side = kMaxImageSide) {
   return verb
       ->add_option_function<std::string>(
           name, [size](const std::string& text) { *size = parseImageSize(text); }, description)
       ->type_name("WxH")
-      ->check([](const std::string& text) {
-        return parseImageSize(text)
+      ->check([max_side](const std::string& text) {
+        return parseImageSize(text, max_side)
                    ? std::string()
-                   : fmt::format("not a size such as 640x480, each side at most {}: {}",
-                                 kMaxImageSide, text);
+                   : fmt::format("not a size such as 640x480, each side at most {}: {}", max_side,
+                                 text);
       });
 }
 

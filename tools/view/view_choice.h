@@ -4,8 +4,9 @@
 
 namespace norv::tools {
 
-/// The view that the options name. Throws ToolError, with the choice that there is, where they name
-/// none or more than one.
+/// The view that the options name, with what is to be said of its camera. Throws ToolError where
+/// the file has no such view, and UsageError, with the choice that there is, where options are
+/// missing or do not go with the file.
 NamedView chooseView(const ViewVerbOptions& options);
 
 }  // namespace norv::tools

@@ -7,7 +7,7 @@
 #include "tools/input/number_list.h"
 #include "tools/usage/file_name.h"
 #include "tools/usage/image_options.h"
-#include "tools/usage/kind_option.h"
+#include "tools/view/picture_steps.h"
 #include "tools/view/view_choice.h"
 #include "tools/view/view_report.h"
 
@@ -32,11 +32,29 @@ void addNumber(CLI::App* app, const std::string& name, const std::string& type,
       });
 }
 
+/// An option whose value is what `parse` makes of a text; the text is refused where that is none.
+template <class Value, class Parse>
+void addParsed(CLI::App* app, const std::string& name, const std::string& type,
+               const std::string& description, Value* value, const Parse& parse) {
+  app->add_option_function<std::string>(
+         name, [value, parse](const std::string& text) { *value = *parse(text); }, description)
+      ->type_name(type)
+      ->check([parse, type](const std::string& text) {
+        return parse(text) ? std::string() : fmt::format("not of the form {}: {}", type, text);
+      });
+}
+
 std::optional<ViewCentre> parseCentre(const std::string& text) {
   if (text == "free") return ViewCentre::kFree;
   if (text == "middle") return ViewCentre::kMiddle;
   if (text == "kept") return ViewCentre::kKept;
   return std::nullopt;
+}
+
+/// The kinds that have pictures.
+std::optional<CalibrationKind> parsePicturedKind(const std::string& name) {
+  const std::optional<CalibrationKind> kind = parseCalibrationKind(name);
+  return kind == CalibrationKind::kBase ? std::nullopt : kind;
 }
 
 void addSource(CLI::App* view, ViewVerbOptions* options) {
@@ -47,17 +65,27 @@ void addSource(CLI::App* view, ViewVerbOptions* options) {
   addCameraOption(view, &options->camera, "The camera, where there are several");
   addImageSize(view, "--size", &options->size,
                "Size of the picture that the camera delivers, pixels, where there are several");
-  view->add_option_function<std::string>(
-          "--at", [options](const std::string& text) { options->at = parseIntegers<3>(text); },
-          "Where the motors of a pan-tilt-zoom camera are, steps")
-      ->type_name("PAN,TILT,ZOOM")
-      ->check([](const std::string& text) {
-        return parseIntegers<3>(text) ? std::string()
-                                      : fmt::format("not of the form PAN,TILT,ZOOM: {}", text);
-      });
-  addImageSize(view, "--resized", &options->resized,
-               "The picture was scaled to this size afterwards, pixels");
-  addKindOption(view, &options->kind, "What FILE holds");
+  addParsed(view, "--at", "PAN,TILT,ZOOM", "Where the motors of a pan-tilt-zoom camera are, steps",
+            &options->at, parseIntegers<3>);
+  addParsed(view, "--kind", "robot|ptz",
+            "What FILE holds: fixed cameras or a pan-tilt-zoom camera; detected by default",
+            &options->kind, parsePicturedKind);
+}
+
+void addSteps(CLI::App* view, PictureSteps* steps) {
+  addParsed(view, "--cropped", "X,Y,WxH",
+            "The picture was cut to this rectangle afterwards: its top left corner and its size, "
+            "pixels",
+            &steps->cropped, parseCrop);
+  addParsed(view, "--binned", "CxR", "Then blocks of so many columns and rows were summed",
+            &steps->binned, parseBin);
+  addImageSize(
+      view, "--resized", &steps->resized,
+      fmt::format("Then it was scaled to this size, pixels, at most {0}x{0}", kMaxViewSide),
+      kMaxViewSide);
+  addParsed(view, "--flipped", "h|v|hv",
+            "Then it was mirrored left to right, top to bottom, or both", &steps->flipped,
+            parseFlip);
 }
 
 void addStraight(CLI::App* view, ViewVerbOptions* options) {
@@ -67,7 +95,10 @@ void addStraight(CLI::App* view, ViewVerbOptions* options) {
             "camera's picture; between, the two are interpolated (default: 0)",
             0, 1, "a number from 0 to 1", [options](double value) { options->alpha = value; });
   addImageSize(view, "--view-size", &options->view_size,
-               "Size of the straightened picture, pixels; without it that of the camera's");
+               fmt::format("Size of the straightened picture, pixels, at most {0}x{0}; without it "
+                           "that of the camera's",
+                           kMaxViewSide),
+               kMaxViewSide);
   addNumber(view, "--aspect", "R", "fx / fy of the straightened picture (default: the camera's)",
             1e-9, kMost, "a positive number",
             [options](double value) { options->straight.aspect = value; });
@@ -76,15 +107,10 @@ void addStraight(CLI::App* view, ViewVerbOptions* options) {
             "(default: 0)",
             0, kMost, "a number from 0 on",
             [options](double value) { options->straight.margin = value; });
-  view->add_option_function<std::string>(
-          "--centre",
-          [options](const std::string& text) { options->straight.centre = *parseCentre(text); },
-          "Where the optical axis lies in the straightened picture: wherever that is largest, in "
-          "its middle, or as in the camera's (default: free)")
-      ->type_name("free|middle|kept")
-      ->check([](const std::string& text) {
-        return parseCentre(text) ? std::string() : "not free, middle or kept: " + text;
-      });
+  addParsed(view, "--centre", "free|middle|kept",
+            "Where the optical axis lies in the straightened picture: wherever that is largest, in "
+            "its middle, or as in the camera's (default: free)",
+            &options->straight.centre, parseCentre);
 }
 
 /// Why there is no straightened picture.
@@ -106,6 +132,7 @@ CLI::App* addViewCommand(CLI::App* app, ViewVerbOptions* options) {
       "A camera at one picture size: camera matrix in both pixel origins, where its lens ends, "
       "fields of view, and the camera matrix of its straightened picture");
   addSource(view, options);
+  addSteps(view, &options->steps);
   addStraight(view, options);
   view->add_flag("--json", options->json, "Print JSON for programs");
   view->footer("Exits with 3, and prints the rest, where there is no such straightened picture.");

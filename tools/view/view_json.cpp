@@ -55,9 +55,10 @@ json fieldsJson(const FieldsOfView& fields) {
 std::string viewJson(const ViewAnswer& answer) {
   const NamedView& named = answer.named;
   const CameraView& view = named.view;
-  return printJson(
-      {{"source", named.source},
-       {"camera", named.camera ? json(*named.camera) : json(nullptr)},
+  json document = {{"source", named.source}};
+  document.update(countJson(named.findings));
+  document.update(
+      {{"camera", named.camera ? json(*named.camera) : json(nullptr)},
        {"position", named.position ? json(*named.position) : json(nullptr)},
        {"size", {view.width(), view.height()}},
        {"delivered", view.isFromTable()},
@@ -76,6 +77,7 @@ std::string viewJson(const ViewAnswer& answer) {
        {"natural_size_valid_only", sizeJson(answer.natural_valid)},
        {"natural_size_whole_image", sizeJson(answer.natural_whole)},
        {"notes", named.notes}});
+  return printJson(document);
 }
 
 }  // namespace norv::tools

@@ -6,6 +6,7 @@
 #include "support/printable_text.h"
 #include "tools/angles.h"
 #include "tools/output/number_text.h"
+#include "tools/output/pose_text.h"
 #include "tools/output/text_table.h"
 #include "tools/output/wrapping.h"
 #include "tools/view/view_report.h"
@@ -31,11 +32,25 @@ std::string headingText(const NamedView& named) {
   }
   std::string text = fmt::format("{}\n\n{} at {}x{}\n", toPrintable(named.source), what,
                                  view.width(), view.height());
-  if (!view.isFromTable()) text += "  scaled from a picture that the camera delivers\n";
+  if (!view.isFromTable()) text += "  made from a picture that the camera delivers\n";
   if (view.isRectifiedBySensor()) {
     text += "  the sensor has taken most of the lens out of this picture\n";
   }
   return text;
+}
+
+/// Where the camera is, and for one that turns which way it looks.
+std::string placeText(const NamedView& named) {
+  const CameraTransform& pose = named.view.pose();
+  const std::string centre = vectorText(pose.getCameraCenter());
+  if (!named.position) {
+    return fmt::format("  centre on the robot {} m\n  camera from robot\n", centre) +
+           poseTable(pose.transform);
+  }
+  const Vector3_f axis = pose.transform.block<1, 3>(2, 0).transpose();
+  return fmt::format("  centre in the world {} m\n  looks along {}\n  camera from world\n", centre,
+                     vectorText(axis)) +
+         poseTable(pose.transform);
 }
 
 /// A number of single precision with the digits that it needs, any other one with nine.
@@ -124,9 +139,11 @@ std::string notesText(const Cells& notes) {
 std::string viewText(const ViewAnswer& answer) {
   const CameraView& view = answer.named.view;
   const CameraModel& k = view.model();
-  return headingText(answer.named) + matrixTable(k.fx, k.fy, k.skew, k.cx, k.cy) + lensText(view) +
-         validityText(view) + coverageText(answer.coverage) + fieldsText(view.fieldsOfView()) +
-         straightText(answer) + naturalText(answer) + notesText(answer.named.notes);
+  return headingText(answer.named) + placeText(answer.named) +
+         matrixTable(k.fx, k.fy, k.skew, k.cx, k.cy) + lensText(view) + validityText(view) +
+         coverageText(answer.coverage) + fieldsText(view.fieldsOfView()) + straightText(answer) +
+         naturalText(answer) + notesText(answer.named.notes) + "\n" +
+         countLine(answer.named.findings);
 }
 
 }  // namespace norv::tools

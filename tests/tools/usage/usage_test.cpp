@@ -13,22 +13,13 @@
 namespace norv {
 namespace {
 
+using testing::expectUsage;
 using ::testing::HasSubstr;
 using testing::ProgramResult;
 using testing::runTool;
 
 /// All verbs, as a mistyped one is answered.
 const std::string kVerbs = "show, aim, adjust, validate, convert, diff, view";
-
-/// Expects that a command line is refused with this line and a hint where there is help.
-void expectUsage(const std::string& arguments, const std::string& line, const std::string& verb) {
-  const ProgramResult result = runTool(arguments);
-  EXPECT_EQ(result.status, 2) << arguments;
-  EXPECT_EQ(result.output, "") << arguments;
-  EXPECT_EQ(result.errors, "camera-parameters: " + line + "\nRun camera-parameters" +
-                               (verb.empty() ? "" : " " + verb) + " --help for more information.\n")
-      << arguments;
-}
 
 TEST(Usage, UnknownVerbs) {
   expectUsage("", "a verb is needed; there are " + kVerbs, "");

@@ -13,60 +13,43 @@
 #include "testing/temporary_folder.h"
 #include "testing/tree_calibrations.h"
 #include "tests/tools/run_tool.h"
+#include "tests/tools/view/view_example.h"
 
 namespace norv {
 namespace {
 
 using calibration::CameraCalibration;
 using nlohmann::json;
-using testing::expectBadUsage;
 using testing::expectFitsTerminal;
-using testing::expectToolRefuses;
 using ::testing::HasSubstr;
-using testing::kCalibrations;
 using testing::pinholeCamera;
-using testing::ProgramResult;
 using testing::robotOf;
-using testing::runProgram;
-using testing::runTool;
-using testing::toolCommand;
+using testing::storePose;
 using testing::toolJson;
 using testing::toolOutput;
 using testing::toolRefusal;
 using testing::toolRefusalJson;
 
-const std::string kDefault = "compiled-in default calibration";
-const std::string kPtz = kCalibrations + "example_ptz_cal.txt";
 constexpr double kDegrees = 180 / 3.14159265358979323846;
-
-class ViewCommand : public ::testing::Test {
- protected:
-  std::string write(const std::string& name, const google::protobuf::Message& message) const {
-    return folder_.write(name, message.SerializeAsString());
-  }
-
-  /// One camera of 640 x 480 whose lens folds, k1 = -0.5, which shows no ray in its corners.
-  std::string writeFolding() const {
-    CameraCalibration camera = pinholeCamera("folding", 640, 480);
-    camera.mutable_intrinsics()->set_fx(600);
-    camera.mutable_intrinsics()->set_fy(600);
-    camera.mutable_intrinsics()->set_radial(0, -0.5);
-    return write("folding.bin", robotOf({camera}));
-  }
-
-  testing::TemporaryFolder folder_;
-};
 
 // ------------------------------------------------------------------------------------- figures
 
 TEST_F(ViewCommand, OfAPinholeCameraIsTheCameraItself) {
   // Sides of 4:3 at f = 1000: tan of half the width is 0.75, of the height 0.5625, of the
   // diagonal 0.9375.
-  const std::string path = write("plain.bin", robotOf({pinholeCamera("lab", 1500, 1125)}));
+  CameraCalibration camera = pinholeCamera("lab", 1500, 1125);
+  camera.mutable_extrinsics()->set_a(3, 1500);
+  camera.mutable_extrinsics()->set_a(7, -250);
+  const std::string path = write("plain.bin", robotOf({camera}));
   EXPECT_EQ(toolOutput("view " + path),
             path +
                 "\n\n"
                 "lab at 1500x1125\n"
+                "  centre on the robot (-1.5000, 0.2500, 0.0000) m\n"
+                "  camera from robot\n"
+                "    1  0  0    1.5 m\n"
+                "    0  1  0  -0.25 m\n"
+                "    0  0  1      0 m\n"
                 "        from the corner  from the first pixel's centre\n"
                 "  fx               1000                           1000\n"
                 "  fy               1000                           1000\n"
@@ -86,7 +69,9 @@ TEST_F(ViewCommand, OfAPinholeCameraIsTheCameraItself) {
                 "  skew                0                              0\n"
                 "  cx                750                          749.5\n"
                 "  cy              562.5                            562\n"
-                "size without scaling: 1500x1125 at alpha 0, 1500x1125 at alpha 1\n");
+                "size without scaling: 1500x1125 at alpha 0, 1500x1125 at alpha 1\n"
+                "\n"
+                "camera-parameters validate finds no error and no warning\n");
 }
 
 TEST_F(ViewCommand, SaysWhereALensEnds) {
@@ -124,7 +109,7 @@ TEST_F(ViewCommand, OfAPictureThatWasScaledAfterwards) {
   EXPECT_NEAR(view["camera_matrix_from_first_pixel"][0][2], 159.5, 0.01);
   EXPECT_THAT(toolOutput(arguments),
               HasSubstr("head_camera at 320x240\n"
-                        "  scaled from a picture that the camera delivers\n"
+                        "  made from a picture that the camera delivers\n"
                         "  the sensor has taken most of the lens out of this picture\n"));
 }
 
@@ -157,9 +142,64 @@ TEST_F(ViewCommand, OfAPanTiltZoomCamera) {
   EXPECT_TRUE(view["camera"].is_null());
   EXPECT_EQ(view["position"], (json{500, 200, 2500}));
   EXPECT_EQ(view["size"], (json{1920, 1080}));
+  EXPECT_EQ(view["errors"], 0);
+  EXPECT_EQ(view["warnings"], 0);
   const std::string text = toolOutput(arguments);
   EXPECT_THAT(text, HasSubstr("\n\npan 500, tilt 200, zoom 2500 at 1920x1080\n"));
   expectFitsTerminal(text.substr(text.find('\n') + 1));
+  EXPECT_EQ(toolOutput(arguments + " --size 1920x1080"), text);
+}
+
+TEST_F(ViewCommand, SaysWhereAPanTiltZoomCameraIsAndWhereItLooks) {
+  // At zero angles the camera looks along x with y to its left, at f = 960 for 1920 pixels: 90
+  // degrees across. Of the height, 540 / 960, and of the diagonal, sqrt(1 + 0.5625^2).
+  calibration::PTZCameraParameters params = testing::examplePtz();
+  *params.mutable_pan_tilt() = testing::headWithoutLeverArms();
+  storePose({1, 0, 0, -100, 0, 1, 0, 200, 0, 0, 1, -1500},
+            params.mutable_pan_tilt()->mutable_base_to_pan());
+  *params.mutable_intrinsics() = testing::pinholeLens();
+  auto* samples = params.mutable_intrinsics()->mutable_samples();
+  samples->DeleteSubrange(2, samples->size() - 2);
+  samples->at(0).set_focal_length(960);
+  samples->at(1).set_focal_length(1920);
+  const std::string path = write("ptz.bin", params);
+  EXPECT_EQ(toolOutput("view " + path + " --at 0,0,0"),
+            path +
+                "\n\n"
+                "pan 0, tilt 0, zoom 0 at 1920x1080\n"
+                "  centre in the world (0.1000, -0.2000, 1.5000) m\n"
+                "  looks along (1.0000, 0.0000, 0.0000)\n"
+                "  camera from world\n"
+                "    0  -1   0  -0.2 m\n"
+                "    0   0  -1   1.5 m\n"
+                "    1   0   0  -0.1 m\n"
+                "        from the corner  from the first pixel's centre\n"
+                "  fx                960                            960\n"
+                "  fy                960                            960\n"
+                "  skew                0                              0\n"
+                "  cx                960                          959.5\n"
+                "  cy                540                          539.5\n"
+                "  k1 0, k2 0, p1 0, p2 0\n"
+                "  k3 0, k4 0, k5 0, k6 0\n"
+                "  the lens has no end: each ray has a pixel of its own\n"
+                "  every pixel has a ray\n"
+                "  field of view, deg: 90.00 wide, 58.72 high, 97.85 from corner to corner\n"
+                "\n"
+                "straightened, alpha 0, 1920x1080\n"
+                "        from the corner  from the first pixel's centre\n"
+                "  fx                960                            960\n"
+                "  fy                960                            960\n"
+                "  skew                0                              0\n"
+                "  cx                960                          959.5\n"
+                "  cy                540                          539.5\n"
+                "size without scaling: 1920x1080 at alpha 0, 1920x1080 at alpha 1\n"
+                "\n"
+                "camera-parameters validate finds no error and no warning\n");
+  // A quarter turn to the right, 3141.6 steps: along -y; and half of one upwards.
+  EXPECT_THAT(toolOutput("view " + path + " --at 3142,0,0"),
+              HasSubstr("\n  looks along (-0.0002, -1.0000, 0.0000)\n"));
+  EXPECT_THAT(toolOutput("view " + path + " --at 0,1571,0"),
+              HasSubstr("\n  looks along (0.7070, 0.0000, 0.7072)\n"));
 }
 
 TEST_F(ViewCommand, SaysThatALensIsExtrapolated) {
@@ -189,104 +229,15 @@ TEST_F(ViewCommand, HasStatus3WhereThereIsNoStraightenedPicture) {
   EXPECT_TRUE(view["straightened"].is_null());
   EXPECT_TRUE(view["natural_size_whole_image"].is_null());
   EXPECT_TRUE(view["natural_size_valid_only"].is_array());
-  EXPECT_EQ(view["notes"].size(), 1U);
+  EXPECT_EQ(view["notes"].back(),
+            "there is no view at alpha 1: pixels of the picture's border have no ray; --alpha 0 "
+            "keeps to the part of the lens that has");
 
   CameraCalibration camera = pinholeCamera("none", 640, 480);
   camera.mutable_intrinsics()->set_fx(std::nan(""));
   const std::string none = write("none.bin", robotOf({camera}));
   EXPECT_THAT(toolRefusal("view " + none),
               HasSubstr("\nnote: there is no straightened picture of this kind\n"));
-}
-
-// ------------------------------------------------------------------------------------ the choice
-
-TEST_F(ViewCommand, NeedsNoChoiceWhereThereIsNone) {
-  const json view = toolJson("view " + write("one.bin", robotOf({pinholeCamera("a", 64, 48)})));
-  EXPECT_EQ(view["camera"], "a");
-  EXPECT_EQ(view["size"], (json{64, 48}));
-}
-
-TEST_F(ViewCommand, OfCamerasOfOneNameTakesTheLast) {
-  const std::string path =
-      write("twice.bin", robotOf({pinholeCamera("a", 64, 48), pinholeCamera("a", 32, 24)}));
-  EXPECT_EQ(toolJson("view " + path + " --camera a")["size"], (json{32, 24}));
-}
-
-TEST_F(ViewCommand, ReadsStandardInput) {
-  const ProgramResult result = runProgram(toolCommand() + "view - < " + writeFolding());
-  EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.output, HasSubstr("standard input\n\nfolding at 640x480\n"));
-}
-
-TEST_F(ViewCommand, SaysWhichChoiceThereIs) {
-  expectToolRefuses("view", kDefault +
-                                ": there are several cameras: choose one by --camera "
-                                "(head_camera, navigation_camera)");
-  expectToolRefuses("view --camera head_camera",
-                    kDefault +
-                        ": head_camera delivers several sizes: choose one by --size (640x480, "
-                        "1280x960, 1280x720)");
-  expectToolRefuses("view --camera head",
-                    kDefault +
-                        ": no camera \"head\" (there are: head_camera, navigation_camera); did "
-                        "you mean head_camera?");
-  expectToolRefuses("view --camera head_camera --size 320x240",
-                    kDefault +
-                        ": head_camera does not deliver 320x240, only 640x480, 1280x960, "
-                        "1280x720; for a picture that was made from one of these, give that one's "
-                        "--size, and --resized 320x240");
-}
-
-TEST_F(ViewCommand, RefusesWhatHasNoPictures) {
-  const std::string base = kCalibrations + "default_base_cal.txt";
-  expectToolRefuses("view " + base,
-                    base + ": holds the calibration of a mobile base, which has no pictures");
-  const std::string empty = folder_.write("empty.txt", "");
-  expectToolRefuses("view " + empty, empty + ": holds no camera");
-  const std::string flat = write("flat.bin", robotOf({pinholeCamera("flat", 640, 0)}));
-  expectToolRefuses("view " + flat, flat + ": the pictures of flat have no pixels: they are 640x0");
-  calibration::PTZCameraParameters params = testing::examplePtz();
-  params.mutable_intrinsics()->clear_image_height();
-  const std::string ptz = write("ptz.bin", params);
-  expectToolRefuses("view " + ptz + " --at 0,0,0",
-                    ptz + ": the pictures have no pixels: they are 1920x0");
-}
-
-TEST_F(ViewCommand, RefusesWhatDoesNotFitTheFile) {
-  expectToolRefuses("view " + kPtz,
-                    kPtz + ": a pan-tilt-zoom camera needs --at, where its motors are");
-  expectToolRefuses("view " + kPtz + " --at 0,0,0 --size 1920x1080",
-                    kPtz + ": --camera and --size are for calibrations of fixed cameras");
-  expectToolRefuses("view --camera head_camera --at 0,0,0",
-                    kDefault + ": --at is for pan-tilt-zoom cameras");
-  expectToolRefuses("view " + kPtz + " --at 0,0,11000",
-                    kPtz +
-                        ": zoom position 11000 is at or beyond the last lens sample, where the "
-                        "lens is not known");
-  EXPECT_EQ(runTool("view /nonexistent/a.txt").status, 1);
-}
-
-TEST_F(ViewCommand, NamesCannotActOnTheTerminal) {
-  const std::string path = write("red.bin", robotOf({pinholeCamera("\x1b[31mred", 10, 10)}));
-  EXPECT_EQ(toolOutput("view " + path).find('\x1b'), std::string::npos);
-}
-
-TEST_F(ViewCommand, RefusesWrongCalls) {
-  for (const char* wrong : {"-0.1", "1.1", "nan", "inf", "''", "a", "0,5"}) {
-    expectBadUsage(std::string("view --camera head_camera --size 640x480 --alpha ") + wrong);
-  }
-  for (const char* wrong : {"0", "-1", "nan", "inf", "''"}) {
-    expectBadUsage(std::string("view --camera head_camera --size 640x480 --aspect ") + wrong);
-  }
-  expectBadUsage("view --camera head_camera --size 640x480 --margin -1");
-  expectBadUsage("view --camera head_camera --size 640x480 --centre left");
-  expectBadUsage("view --camera head_camera --size 640x480 --view-size 0x0");
-  expectBadUsage("view --camera head_camera --size 640x480 --resized 10");
-  expectBadUsage("view --camera head_camera --size 640");
-  expectBadUsage("view --camera ''");
-  expectBadUsage("view ''");
-  expectBadUsage("view " + kPtz + " --at 1,2");
-  expectBadUsage("view a b");
 }
 
 }  // namespace
