@@ -27,7 +27,8 @@ class StraightenedView : public ::testing::Test {
  public:
   StraightenedView()
       : random_(1),
-        view_(testing::randomCamera(lensNamed("barrel"), &random_), testing::randomPose(&random_)) {
+        camera_(testing::randomCamera(lensNamed("barrel"), &random_)),
+        view_(camera_, testing::randomPose(&random_)) {
     straight_.width = 100;
     straight_.height = 70;
     straight_.fx = straight_.fy = 60;
@@ -36,6 +37,7 @@ class StraightenedView : public ::testing::Test {
   }
 
   std::mt19937 random_;
+  CameraModel camera_;
   CameraView view_;
   RectifiedView straight_;
 };
@@ -115,7 +117,7 @@ TEST_F(StraightenedView, PixelOfTheMapIsWhereTheRayIsSeen) {
   const CameraView at_camera = view_.movedTo(testing::poseOf(Eigen::Isometry3f::Identity()));
   Eigen::Vector2d seen;
   // The centre of the view's pixel (70, 20).
-  ASSERT_EQ(at_camera.project({(70.5 - 48) / 60, (20.5 - 37) / 60, 1}, &seen), PointStatus::kOk);
+  ASSERT_TRUE(hasAnswer(at_camera.project({(70.5 - 48) / 60, (20.5 - 37) / 60, 1}, &seen)));
   EXPECT_NEAR(x[20 * 100 + 70], seen.x() - 0.5, 1e-4);
   EXPECT_NEAR(y[20 * 100 + 70], seen.y() - 0.5, 1e-4);
 }
