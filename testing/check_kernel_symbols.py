@@ -11,8 +11,9 @@ import re
 import subprocess
 import sys
 
-# What the linker merges: weak functions and objects, and unique ones.
-MERGED = re.compile(r"^[0-9a-f]+ [WVu] (_Z\S+)$", re.MULTILINE)
+# What the linker merges: weak functions and objects, and unique ones. Type information, which a sanitizer adds for
+# types of functions, holds no instructions.
+MERGED = re.compile(r"^[0-9a-f]+ [WVu] (_Z(?!T[IS])\S+)$", re.MULTILINE)
 OBJECT = re.compile(r"kernels_(\w+)\.cpp\.o")
 
 

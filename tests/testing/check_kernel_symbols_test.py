@@ -15,6 +15,8 @@ OWN = """0000000000000000 W _ZN4norv8internal4avx27projectEv
                  w __gmon_start__
 0000000000000000 V DW.ref.__gxx_personality_v0
 0000000000000000 r .LC0
+0000000000000000 V _ZTIFvPKfS0_mPsPtE
+0000000000000000 V _ZTSFvPKfS0_mPsPtE
 """
 
 
