@@ -61,6 +61,10 @@ LensInverse::Point LensInverse::dampedNewton(Point p, const Point& target) const
   constexpr double kSufficientDecrease = 1e-4;
   constexpr double kMinFraction = 1e-6;
   const double bound = NewtonStart::errorBound(target);
+  // Where numbers overflow at the centre or in the start, no way between the two becomes regular.
+  if (!Step(lens_, {0, 0}, target).regular() || !std::isfinite(p.x) || !std::isfinite(p.y)) {
+    return {kNaN, kNaN};
+  }
   Step at(lens_, p, target);
   while (!at.regular()) {
     p = {0.75 * p.x, 0.75 * p.y};

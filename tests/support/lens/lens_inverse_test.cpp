@@ -105,6 +105,25 @@ TEST(LensInverse, ByHand) {
   EXPECT_EQ(pole.y, 0);
 }
 
+TEST(LensInverse, GivesUpWhereNumbersOverflow) {
+  // The distance of the target from the centre, and three times a coefficient, are beyond double.
+  internal::LensInverse mild({-0.05, 0.01, 1e-4, -2e-4, 0, 0, 0, 0});
+  EXPECT_TRUE(isNan(mild.undistort({1.2e308, 1.5e308})));
+  for (const double coefficient : {1e308, -1e308}) {
+    for (int i = 0; i < 8; ++i) {
+      LensDistortion<double> lens{-0.05, 0.01, 1e-4, -2e-4, 0, 0, 0, 0};
+      double* const all[] = {&lens.k1, &lens.k2, &lens.p1, &lens.p2,
+                             &lens.k3, &lens.k4, &lens.k5, &lens.k6};
+      *all[i] = coefficient;
+      internal::LensInverse inverse(lens);
+      for (const double t : {1e-300, 0.1, 1e10, 1e200}) {
+        const Point p = inverse.undistort({t, t / 2});
+        EXPECT_TRUE(isNan(p) || std::hypot(p.x, p.y) <= 2 * t) << i << ' ' << t;
+      }
+    }
+  }
+}
+
 TEST(LensInverse, RoundTripOverAGridOfRays) {
   double worst_residual = 0;
   double worst_error = 0;
