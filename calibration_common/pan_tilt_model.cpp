@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "calibration_common/pan_tilt_solver.h"
+#include "calibration_common/pointing/root_search.h"
 #include "calibration_common/stored_pose.h"
 #include "support/logging.h"
 #include "support/numeric/matrix_rows.h"
@@ -120,6 +121,11 @@ CameraTransform PanTiltModel::getFullTransform(float pan, float tilt) const {
 
 PanTiltSolution PanTiltModel::solve(const Vector3_f& world, const Vector2_f& dev) const {
   return toSolution(*this, internal::findPanTilt(posesOf(*this), world, dev, nullptr));
+}
+
+PanTiltRoots PanTiltModel::solveAll(const Eigen::Vector3d& world, const Eigen::Vector2d& dev,
+                                    const PanTiltSearch& search) const {
+  return internal::searchRoots(posesOf(*this), world, dev, search);
 }
 
 bool PanTiltModel::computePanTilt(const Vector3_f& world, const Vector2_f& dev, float* pan,

@@ -8,6 +8,7 @@
 #include "../support/camera_transform.h"
 #include "../support/export.h"
 #include "../support/matrix_types.h"
+#include "pan_tilt_roots.h"
 #include "proto/norv_pan_tilt_system.pb.h"
 
 namespace norv::calibration {
@@ -85,6 +86,18 @@ class NORV_EXPORT PanTiltModel {
   ///
   /// Allocates nothing while its log statements are disabled.
   bool computePanTilt(const Vector3_f& world, const Vector2_f& dev, float* pan, float* tilt) const;
+
+  /// Every pair of angles, modulo full turns, at which the point `world` (base frame, metres) lies
+  /// on the ray in the direction `dev` = (x/z, y/z), before the camera. For any head whose two axes
+  /// are not parallel, whatever frames and lever arms it is written with; in double precision, of
+  /// the chain as the model holds it.
+  ///
+  /// Points that no pair of angles brings there, as those within the reach of the lever arms, have
+  /// none, and the reason is told. Motor positions and scales play no part: a joint's motor
+  /// position is angle / scale + offset, and full turns may be added to the angle. Logs nothing and
+  /// allocates nothing. `solve` gives one pair only, of heads that its closed form serves.
+  PanTiltRoots solveAll(const Eigen::Vector3d& world, const Eigen::Vector2d& dev,
+                        const PanTiltSearch& search = {}) const;
 
   /// The chain's fixed poses, each forward from the frame named first.
   const CameraTransform& getBaseToPan() const { return base_to_pan_; }

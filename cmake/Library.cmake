@@ -50,6 +50,8 @@ set(library_sources
   calibration_common/loading/calibration_kinds.cpp
   calibration_common/loading/calibration_reading.cpp
   calibration_common/loading/load_reporting.cpp
+  calibration_common/pointing/head_equations.cpp
+  calibration_common/pointing/root_search.cpp
   calibration_common/review/base_checks.cpp
   calibration_common/review/camera_checks.cpp
   calibration_common/review/camera_subject.cpp
@@ -135,6 +137,7 @@ set(library_sources
   support/messages/message_walk.cpp
   support/messages/string_text.cpp
   support/messages/text_losses.cpp
+  support/numeric/circle_conic.cpp
   support/numeric/monotone_cubic.cpp
   support/numeric/polynomial_zero.cpp
   support/sensor/lens_curve.cpp
@@ -166,7 +169,10 @@ list(APPEND public_headers
   calibration_common/head_geometry.h
   calibration_common/load_report.h
   calibration_common/pan_tilt_model.h
+  calibration_common/pan_tilt_roots.h
+  calibration_common/ptz_aiming.h
   calibration_common/ptz_camera_model.h
+  calibration_common/ptz_coverage.h
   calibration_common/save_problem.h)
 
 set(embedded_files

@@ -25,7 +25,10 @@ PUBLIC_CALIBRATION_HEADERS = {
     "head_geometry.h",
     "load_report.h",
     "pan_tilt_model.h",
+    "pan_tilt_roots.h",
+    "ptz_aiming.h",
     "ptz_camera_model.h",
+    "ptz_coverage.h",
     "save_problem.h",
 }
 MAX_LIBRARY_FILE_LINES = 300

@@ -1,0 +1,52 @@
+#pragma once
+
+/// What a pan-tilt-zoom camera can see over the whole range of its motors. Units and frames:
+/// docs/conventions.md. Logs nothing. Thread-safe.
+
+#include <Eigen/Core>
+#include <cstddef>
+#include <vector>
+
+#include "../support/export.h"
+#include "ptz_camera_model.h"
+
+namespace norv::calibration {
+
+/// What counts as seen.
+enum class PtzSight {
+  kCentred,    ///< in the middle of the picture, apart from the rounding to steps
+  kInPicture,  ///< anywhere in the picture, at the zoom that shows most
+};
+
+/// Whether there are motor positions within their range at which the camera sees a point of the
+/// world (base frame, metres). False for a model that is not valid and for what is not finite.
+/// Allocates nothing.
+NORV_EXPORT bool canSee(const PTZCameraModel& model, const Eigen::Vector3d& point,
+                        PtzSight sight = PtzSight::kInPicture);
+
+/// Elevations that are seen at an azimuth, radians.
+struct ElevationSpan {
+  double azimuth;
+  double lowest;
+  double highest;
+};
+
+/// What the head can see at a distance, by directions from where it turns.
+struct PtzCoverage {
+  /// Where directions start: the point of the pan axis that is nearest to the tilt axis, in the
+  /// base frame, metres.
+  Eigen::Vector3d centre;
+  /// The spans in increasing order of azimuth, which is counted about the base frame's z from its x
+  /// axis, in [-pi, pi); at one azimuth in increasing order of elevation. An azimuth at which
+  /// nothing is seen has none.
+  std::vector<ElevationSpan> spans;
+};
+
+/// The boundary of what can be seen `distance` metres from where the head turns, at `azimuths`
+/// azimuths spread evenly. Elevations are good to 1e-6 rad; spans, and gaps between them, that
+/// are narrower than half a degree may be missed. Empty for a model that is not valid, and for a
+/// distance that is not positive and finite.
+NORV_EXPORT PtzCoverage coverage(const PTZCameraModel& model, double distance,
+                                 PtzSight sight = PtzSight::kCentred, std::size_t azimuths = 360);
+
+}  // namespace norv::calibration

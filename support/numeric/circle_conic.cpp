@@ -1,0 +1,108 @@
+#include "support/numeric/circle_conic.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "support/numeric/bracketed_newton.h"
+
+namespace norv::internal {
+namespace {
+
+/// The conic along the axes of its quadratic part, over the difference of its eigenvalues:
+///     (t + 1) x^2 + t y^2 + 2 gamma x + 2 delta y + one, with t the smaller eigenvalue.
+struct AxisConic {
+  double cosine;  ///< of the larger eigenvalue's axis
+  double sine;
+  double gamma;
+  double delta;
+  double constant;  ///< one + t: what is left once t times the circle is taken away
+};
+
+/// Axes by the half of the angle whose cosine and sine are xx - yy and xy over their length.
+AxisConic toAxes(const Conic& conic) {
+  const double difference = std::hypot(conic.xx - conic.yy, conic.xy);
+  const double cosine = (conic.xx - conic.yy) / difference;
+  const double sine = conic.xy / difference;
+  AxisConic axes;
+  if (cosine >= 0) {
+    axes.cosine = std::sqrt(0.5 * (1 + cosine));
+    axes.sine = 0.5 * sine / axes.cosine;
+  } else {
+    axes.sine = std::copysign(std::sqrt(0.5 * (1 - cosine)), sine);
+    axes.cosine = 0.5 * sine / axes.sine;
+  }
+  const double half = 0.5 / difference;
+  axes.gamma = half * (axes.cosine * conic.x + axes.sine * conic.y);
+  axes.delta = half * (axes.cosine * conic.y - axes.sine * conic.x);
+  const double smaller = 0.5 * ((conic.xx + conic.yy) - difference);
+  axes.constant = (conic.one + smaller) / difference;
+  return axes;
+}
+
+/// The tau = sigma - t between 0 and 1 at which the conic less sigma times the circle falls into
+/// two real lines: a zero of its determinant, which is not positive at 0 nor negative at 1.
+double findLinePair(const AxisConic& axes) {
+  const double gamma2 = axes.gamma * axes.gamma;
+  const double delta2 = axes.delta * axes.delta;
+  const double k = axes.constant;
+  const double linear = gamma2 + delta2 - k;
+  // At an end that is a zero itself the lines are parallel, and real or not; where they are not,
+  // there is another zero, of the determinant divided by tau or by tau - 1.
+  if (!(delta2 > 0)) {
+    if (gamma2 >= k) return 0;
+    const double root = std::sqrt((k - 1) * (k - 1) + 4 * (k - gamma2));
+    return k > 1 ? 2 * (k - gamma2) / (k - 1 + root) : 0.5 * (1 - k + root);
+  }
+  if (!(gamma2 > 0)) {
+    if (1 + k + delta2 >= 0) return 1;
+    return 2 * delta2 / (std::sqrt(k * k - 4 * delta2) - k);
+  }
+  const auto determinant = [=](double tau) {
+    return ValueAndSlope{((tau + (k - 1)) * tau + linear) * tau - delta2,
+                         (3 * tau + 2 * (k - 1)) * tau + linear};
+  };
+  return bracketedNewton(determinant, 0, 1, delta2 < gamma2 ? 0 : 1);
+}
+
+/// Cuts the line a x + b y + k = 0, in axes, with the circle.
+void cut(const AxisConic& axes, double a, double b, double k, CirclePoints* points) {
+  const double distance = -k / std::hypot(a, b);
+  if (!std::isfinite(distance)) return;
+  const bool is_beside = std::abs(distance) > 1;
+  const double along = is_beside ? std::copysign(1.0, distance) : distance;
+  const double across = std::sqrt((1 - along) * (1 + along));
+  const double norm = std::hypot(a, b);
+  const double nx = (axes.cosine * a - axes.sine * b) / norm;
+  const double ny = (axes.sine * a + axes.cosine * b) / norm;
+  points->points[points->count++] = {along * nx - across * ny, along * ny + across * nx, is_beside};
+  if (is_beside) return;
+  points->points[points->count++] = {along * nx + across * ny, along * ny - across * nx, false};
+}
+
+}  // namespace
+
+CirclePoints meetUnitCircle(const Conic& conic) {
+  CirclePoints points;
+  const AxisConic axes = toAxes(conic);
+  if (!std::isfinite(axes.constant + axes.gamma + axes.delta)) return points;
+  const double tau = findLinePair(axes);
+  // (u x + v y + h - g) (u x - v y + h + g) with u h = gamma, v g = delta and
+  // h^2 - g^2 = constant + tau: the smaller of u and v does not divide.
+  const double u = std::sqrt(std::max(0.0, 1 - tau));
+  const double v = std::sqrt(tau);
+  const double rest = axes.constant + tau;
+  double h;
+  double g;
+  if (v > u) {
+    g = axes.delta / v;
+    h = std::copysign(std::sqrt(std::max(0.0, g * g + rest)), axes.gamma);
+  } else {
+    h = axes.gamma / u;
+    g = std::copysign(std::sqrt(std::max(0.0, h * h - rest)), axes.delta);
+  }
+  cut(axes, u, v, h - g, &points);
+  cut(axes, u, -v, h + g, &points);
+  return points;
+}
+
+}  // namespace norv::internal
