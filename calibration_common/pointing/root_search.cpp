@@ -27,6 +27,8 @@ constexpr double kOnAxis = 1e-12;
 constexpr double kSolved = 1e-12;
 /// Difference of what counts as one root.
 constexpr double kSame = 1e-9;
+/// Error of a start that belongs to a double root.
+constexpr double kNear = 1e-5;
 /// By how much a start may violate the first equation.
 constexpr double kStartError = 1e-3;
 
@@ -36,15 +38,24 @@ Vector3d turn(const Vector3d& p, double cosine, double sine) {
   return {cosine * p.x() - sine * p.y(), sine * p.x() + cosine * p.y(), p.z()};
 }
 
-/// What of `v` is square to the unit vector `axis`.
-Vector3d across(const Vector3d& v, const Vector3d& axis) { return v - axis.dot(v) * axis; }
+/// Between a vector of this length and a unit vector.
+double angleBetween(const Vector3d& v, double length, const Vector3d& unit) {
+  const double sine = v.cross(unit).norm() / length;
+  // To the last digit the angle, without the function that takes as long as all else.
+  return sine < 1e-6 && v.dot(unit) > 0 ? sine : std::atan2(sine, v.dot(unit) / length);
+}
 
-/// Of the matrix with these two columns: its determinant over the larger one.
-double smallestSingularValue(const Vector3d& a, const Vector3d& b) {
-  const double aa = a.squaredNorm();
-  const double bb = b.squaredNorm();
-  const double larger = 0.5 * (aa + bb + std::hypot(aa - bb, 2 * a.dot(b)));
-  return a.cross(b).norm() / std::sqrt(larger);
+/// The smaller singular value of the matrix with the columns `a` and `b`, of which only what is
+/// square to `axis` counts.
+double smallestSingularValue(const Vector3d& a, const Vector3d& b, const Vector3d& axis) {
+  const double square = axis.squaredNorm();
+  const double along_a = axis.dot(a);
+  const double along_b = axis.dot(b);
+  const double aa = square * a.squaredNorm() - along_a * along_a;
+  const double bb = square * b.squaredNorm() - along_b * along_b;
+  const double ab = square * a.dot(b) - along_a * along_b;
+  const double twice_larger = aa + bb + std::sqrt((aa - bb) * (aa - bb) + 4 * ab * ab);
+  return std::abs(axis.dot(a.cross(b))) / std::sqrt(0.5 * twice_larger);
 }
 
 bool isFinite(const HeadEquations& e) {
@@ -115,6 +126,7 @@ class RootSearch {
 
   /// The roots that Newton's iteration finds from a start.
   void addExact(const CirclePoint& start) {
+    if (isSurelyKnown(start)) return;
     const Ranges ranges = findRanges(equations_, start.x, start.y);
     for (int i = 0; i < ranges.count; ++i) {
       PanAndRange at = {start.x, start.y, ranges.values[static_cast<std::size_t>(i)]};
@@ -160,9 +172,21 @@ class RootSearch {
     });
   }
 
+  /// Whether a start repeats one of which the roots, at all its ranges, were found already. Nothing
+  /// curves faster than with the inverse of the range, so that another root is farther away than
+  /// what the sensitivity takes to hide one.
+  bool isSurelyKnown(const CirclePoint& start) const {
+    const auto repeats = [&](const PanAndRange& k) {
+      return std::abs(k.cos_pan - start.x) <= kNear && std::abs(k.sin_pan - start.y) <= kNear;
+    };
+    return isolation_ > 100 * kNear &&
+           std::any_of(known_.begin(), known_.begin() + roots_.count, repeats);
+  }
+
   void add(const PanAndRange& at, const PanTiltRoot& root) {
     if (roots_.count == PanTiltRoots::kMaxCount) return;
     known_[roots_.count] = at;
+    isolation_ = std::min(isolation_, at.range / root.sensitivity);
     PanTiltRoot* place = roots_.roots.data() + roots_.count++;
     for (; place != roots_.begin() && isBefore(root, place[-1]); --place) *place = place[-1];
     *place = root;
@@ -185,7 +209,7 @@ class RootSearch {
       tilt_cos = std::cos(root.tilt);
       tilt_sin = std::sin(root.tilt);
     }
-    const double norm = std::hypot(tilt_cos, tilt_sin);
+    const double norm = std::sqrt(tilt_cos * tilt_cos + tilt_sin * tilt_sin);
     judge(at, tilt_cos / norm, tilt_sin / norm, &root);
     return root;
   }
@@ -195,14 +219,12 @@ class RootSearch {
     const Vector3d slope = equations_.along_sin * at.cos_pan - equations_.along_cos * at.sin_pan;
     const Vector3d point = turn(equations_.pointAt(at.cos_pan, at.sin_pan), tilt_cos, tilt_sin);
     const Vector3d in_camera = equations_.camera_from_tilt * (point - equations_.origin);
-    const double distance = in_camera.norm();
-    const Vector3d towards = in_camera / distance;
     const Vector3d by_pan = equations_.camera_from_tilt * turn(slope, tilt_cos, tilt_sin);
     const Vector3d by_tilt = equations_.camera_from_tilt * Vector3d(-point.y(), point.x(), 0);
+    const double distance = in_camera.norm();
     root->range = distance * equations_.unit;
-    root->miss = std::atan2(towards.cross(ray_).norm(), towards.dot(ray_));
-    root->sensitivity =
-        distance / smallestSingularValue(across(by_pan, towards), across(by_tilt, towards));
+    root->miss = angleBetween(in_camera, distance, ray_);
+    root->sensitivity = distance / smallestSingularValue(by_pan, by_tilt, in_camera);
   }
 
   const HeadEquations& equations_;
@@ -210,6 +232,7 @@ class RootSearch {
   PanTiltSearch search_;
   PanTiltRoots roots_;
   std::array<PanAndRange, PanTiltRoots::kMaxCount> known_;
+  double isolation_ = 1;  ///< the least distance between two roots, roughly
   bool found_exact_ = false;
   bool is_behind_ = false;
   bool any_tilt_ = false;

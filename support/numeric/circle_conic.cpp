@@ -8,6 +8,9 @@
 namespace norv::internal {
 namespace {
 
+/// Of numbers that are neither very large nor very small, faster than std::hypot.
+double length(double x, double y) { return std::sqrt(x * x + y * y); }
+
 /// The conic along the axes of its quadratic part, over the difference of its eigenvalues:
 ///     (t + 1) x^2 + t y^2 + 2 gamma x + 2 delta y + one, with t the smaller eigenvalue.
 struct AxisConic {
@@ -20,7 +23,7 @@ struct AxisConic {
 
 /// Axes by the half of the angle whose cosine and sine are xx - yy and xy over their length.
 AxisConic toAxes(const Conic& conic) {
-  const double difference = std::hypot(conic.xx - conic.yy, conic.xy);
+  const double difference = length(conic.xx - conic.yy, conic.xy);
   const double cosine = (conic.xx - conic.yy) / difference;
   const double sine = conic.xy / difference;
   AxisConic axes;
@@ -61,17 +64,19 @@ double findLinePair(const AxisConic& axes) {
     return ValueAndSlope{((tau + (k - 1)) * tau + linear) * tau - delta2,
                          (3 * tau + 2 * (k - 1)) * tau + linear};
   };
-  return bracketedNewton(determinant, 0, 1, delta2 < gamma2 ? 0 : 1);
+  // The end with the larger value is farther from the other zeros, which are close where the conic
+  // is nearly a double line.
+  return bracketedNewton(determinant, 0, 1, delta2 < gamma2 ? 1 : 0);
 }
 
 /// Cuts the line a x + b y + k = 0, in axes, with the circle.
 void cut(const AxisConic& axes, double a, double b, double k, CirclePoints* points) {
-  const double distance = -k / std::hypot(a, b);
+  const double norm = length(a, b);
+  const double distance = -k / norm;
   if (!std::isfinite(distance)) return;
   const bool is_beside = std::abs(distance) > 1;
   const double along = is_beside ? std::copysign(1.0, distance) : distance;
   const double across = std::sqrt((1 - along) * (1 + along));
-  const double norm = std::hypot(a, b);
   const double nx = (axes.cosine * a - axes.sine * b) / norm;
   const double ny = (axes.sine * a + axes.cosine * b) / norm;
   points->points[points->count++] = {along * nx - across * ny, along * ny + across * nx, is_beside};
