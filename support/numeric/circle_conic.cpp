@@ -21,9 +21,12 @@ struct AxisConic {
   double constant;  ///< one + t: what is left once t times the circle is taken away
 };
 
+/// Difference of the quadratic part's eigenvalues: 0 for a multiple of the circle's.
+double eccentricity(const Conic& conic) { return length(conic.xx - conic.yy, conic.xy); }
+
 /// Axes by the half of the angle whose cosine and sine are xx - yy and xy over their length.
 AxisConic toAxes(const Conic& conic) {
-  const double difference = length(conic.xx - conic.yy, conic.xy);
+  const double difference = eccentricity(conic);
   const double cosine = (conic.xx - conic.yy) / difference;
   const double sine = conic.xy / difference;
   AxisConic axes;
@@ -88,6 +91,11 @@ void cut(const AxisConic& axes, double a, double b, double k, CirclePoints* poin
 
 CirclePoints meetUnitCircle(const Conic& conic) {
   CirclePoints points;
+  if (eccentricity(conic) == 0) {
+    // Less that multiple of the circle it is a line.
+    cut({1, 0, 0, 0, 0}, conic.x, conic.y, conic.one + conic.xx, &points);
+    return points;
+  }
   const AxisConic axes = toAxes(conic);
   if (!std::isfinite(axes.constant + axes.gamma + axes.delta)) return points;
   const double tau = findLinePair(axes);
@@ -105,8 +113,12 @@ CirclePoints meetUnitCircle(const Conic& conic) {
     h = axes.gamma / u;
     g = std::copysign(std::sqrt(std::max(0.0, h * h - rest)), axes.delta);
   }
-  cut(axes, u, v, h - g, &points);
-  cut(axes, u, -v, h + g, &points);
+  // One of the two is far away where the quadratic part is nearly a circle. Their product is known
+  // better than the smaller one's difference.
+  const double far = h * g > 0 ? h + g : h - g;
+  const double near = far != 0 ? rest / far : 0;
+  cut(axes, u, h * g > 0 ? v : -v, near, &points);
+  cut(axes, u, h * g > 0 ? -v : v, far, &points);
   return points;
 }
 
