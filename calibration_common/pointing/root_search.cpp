@@ -72,6 +72,9 @@ bool hasParallelAxes(const PanTiltPoses& head) {
   return std::hypot(x, y) <= kMinAxesSine * std::sqrt(x * x + y * y + z * z);
 }
 
+/// An angle of (-pi, pi]: of minus a half turn the one that is positive.
+double positiveHalfTurn(double angle) { return angle <= -kPi ? kPi : angle; }
+
 bool isBefore(const PanTiltRoot& a, const PanTiltRoot& b) {
   return a.pan < b.pan || (a.pan == b.pan && a.tilt < b.tilt);
 }
@@ -201,11 +204,11 @@ class RootSearch {
     double tilt_cos = from.dot(to);
     double tilt_sin = cross(from, to);
     PanTiltRoot root;
-    root.pan = std::atan2(at.sin_pan, at.cos_pan);
-    root.tilt = std::atan2(tilt_sin, tilt_cos);
+    root.pan = positiveHalfTurn(std::atan2(at.sin_pan, at.cos_pan));
+    root.tilt = positiveHalfTurn(std::atan2(tilt_sin, tilt_cos));
     if (from.norm() <= kOnAxis && to.norm() <= kOnAxis) {
       any_tilt_ = true;
-      root.tilt = std::remainder(search_.free_tilt, 2 * kPi);
+      root.tilt = positiveHalfTurn(std::remainder(search_.free_tilt, 2 * kPi));
       tilt_cos = std::cos(root.tilt);
       tilt_sin = std::sin(root.tilt);
     }

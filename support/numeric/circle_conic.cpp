@@ -87,9 +87,25 @@ void cut(const AxisConic& axes, double a, double b, double k, CirclePoints* poin
   points->points[points->count++] = {along * nx + across * ny, along * ny - across * nx, false};
 }
 
+/// Whether the quadratic part is a multiple of the circle's, but for rounding of the rest.
+bool isLine(const Conic& conic) {
+  return std::abs(conic.xx - conic.yy) + std::abs(conic.xy) <=
+         1e-16 * (std::abs(conic.x) + std::abs(conic.y));
+}
+
+/// The points of the line that is then left without the multiple of the circle.
+CirclePoints meetLine(const Conic& conic) {
+  CirclePoints points;
+  const AxisConic axes = {1, 0, 0, 0, 0};
+  const double constant = conic.one + 0.5 * (conic.xx + conic.yy);
+  if (std::isfinite(conic.x + conic.y + constant)) cut(axes, conic.x, conic.y, constant, &points);
+  return points;
+}
+
 }  // namespace
 
 CirclePoints meetUnitCircle(const Conic& conic) {
+  if (isLine(conic)) return meetLine(conic);
   CirclePoints points;
   if (eccentricity(conic) == 0) {
     // Less that multiple of the circle it is a line.

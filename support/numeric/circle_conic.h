@@ -36,7 +36,8 @@ struct CirclePoints {
 /// Of the conics conic - sigma circle, which all have these points in common, one whose sigma lies
 /// between the eigenvalues of the quadratic part is a pair of real lines. It always exists, and its
 /// lines are cut with the circle. (Pencil of conics: Richter-Gebert, Perspectives on Projective
-/// Geometry, Springer 2011, section 11.4.) Nothing for a conic that is not finite.
+/// Geometry, Springer 2011, section 11.4.) Nothing for a conic that is not
+/// finite; squares of the coefficients have to be within the range of double.
 CirclePoints meetUnitCircle(const Conic& conic);
 
 }  // namespace norv::internal
