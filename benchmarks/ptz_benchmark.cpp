@@ -2,6 +2,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <Eigen/Core>
+#include <utility>
 #include <vector>
 
 #include "benchmarks/example_ptz_camera.h"
@@ -42,6 +44,19 @@ void computePanTilt(benchmark::State& state) {
   }
 }
 BENCHMARK(computePanTilt);
+
+/// All angles, where computePanTilt finds one pair.
+void solveAll(benchmark::State& state) {
+  const PanTiltModel head = exampleHeadModel();
+  std::vector<Eigen::Vector3d> points;
+  for (const Vector3_f& target : exampleTargets()) points.emplace_back(target.cast<double>());
+  Cycle<Eigen::Vector3d> targets(std::move(points));
+  for (auto _ : state) {
+    calibration::PanTiltRoots roots = head.solveAll(targets.next(), Eigen::Vector2d(0, 0));
+    benchmark::DoNotOptimize(roots);
+  }
+}
+BENCHMARK(solveAll);
 
 void constructConfiguration(benchmark::State& state) {
   const PTZCameraModelPtr model = exampleModel();

@@ -46,6 +46,8 @@ ROWS = [
     ("`computePanTilt`, TinySolver", "computePanTilt", "tinySolverPointing", 0.8, 1),
     ("`computePanTilt`, TinySolver on a chain written out by hand", "computePanTilt", "tinySolverPointingByHand",
      0.8, 1),
+    ("`solveAll`, Ceres", "solveAll", "ceresPointing", 0.15, 1),
+    ("`solveAll`, TinySolver on a chain written out by hand", "solveAll", "tinySolverPointingByHand", 1.0, 1),
     ("configuration and `getPanTiltZoom`, `computePanTilt`", "constructAndGetPanTiltZoom", "computePanTilt", 2.0, 1),
     ("disabled statement, glog", "disabledStatement", "glogDisabledStatement", 1.0, 1),
     ("enabled statement, spdlog", "enabledStatement", "spdlogEnabledStatement", 1.5, 1),

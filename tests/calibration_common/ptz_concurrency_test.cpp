@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <Eigen/Core>
 #include <cstddef>
 #include <memory>
 #include <random>
@@ -13,6 +14,7 @@
 #include "testing/example_ptz.h"
 #include "testing/log_capture.h"
 #include "testing/random_head.h"
+#include "testing/same_bits.h"
 
 namespace norv::calibration {
 namespace {
@@ -76,6 +78,40 @@ TEST(PTZConcurrency, ThreadsPointWithOneModel) {
   }
   // All configurations have given the model back.
   EXPECT_EQ(model.use_count(), 1);
+}
+
+/// All numbers of `solveAll` for `count` random targets, the same ones for the same seed.
+std::vector<double> rootsOf(const PanTiltModel& head, unsigned seed, int count) {
+  std::mt19937_64 random(seed);
+  std::vector<double> numbers;
+  for (int i = 0; i < count; ++i) {
+    Eigen::Vector3d world;
+    for (double& element : world) element = uniform(&random, -3, 3);
+    Eigen::Vector2d dev;
+    for (double& element : dev) element = uniform(&random, -0.5, 0.5);
+    const PanTiltRoots roots = head.solveAll(world, dev);
+    numbers.push_back(static_cast<double>(roots.reach));
+    for (const PanTiltRoot& root : roots) {
+      numbers.insert(numbers.end(), {root.pan, root.tilt, root.range, root.miss, root.sensitivity});
+    }
+  }
+  return numbers;
+}
+
+TEST(PTZConcurrency, ThreadsSolveForAllAnglesWithOneHead) {
+  const PTZCameraModelPtr model = ptzModel(testing::examplePtz());
+  const PanTiltModel& head = model->getPanTiltModel();
+  std::vector<std::vector<double>> actual(kThreads);
+  inThreads([&](std::size_t i) { actual[i] = rootsOf(head, 120, 300); });
+  const std::vector<double> expected = rootsOf(head, 120, 300);
+  EXPECT_GT(expected.size(), 300U);
+  for (const std::vector<double>& one : actual) {
+    ASSERT_EQ(one.size(), expected.size());
+    EXPECT_TRUE(testing::sameBits(
+        Eigen::Map<const Eigen::VectorXd>(one.data(), static_cast<Eigen::Index>(one.size())),
+        Eigen::Map<const Eigen::VectorXd>(expected.data(),
+                                          static_cast<Eigen::Index>(expected.size()))));
+  }
 }
 
 TEST(PTZConcurrency, ThreadsPointWithOneConfiguration) {
