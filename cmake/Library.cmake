@@ -39,6 +39,21 @@ set(library_sources
   calibration_common/view_record.cpp
   calibration_common/view_straightening.cpp
   calibration_common/zoom_lens.cpp
+  calibration_common/aiming/aim_search.cpp
+  calibration_common/aiming/aim_task.cpp
+  calibration_common/aiming/branch_solver.cpp
+  calibration_common/aiming/frozen_lens.cpp
+  calibration_common/aiming/head_chain.cpp
+  calibration_common/aiming/limited_fit.cpp
+  calibration_common/aiming/motor_joint.cpp
+  calibration_common/aiming/position_order.cpp
+  calibration_common/aiming/request_check.cpp
+  calibration_common/aiming/sphere_outline.cpp
+  calibration_common/aiming/target_outline.cpp
+  calibration_common/aiming/target_placing.cpp
+  calibration_common/aiming/zoom_choice.cpp
+  calibration_common/aiming/zoom_limits.cpp
+  calibration_common/aiming/zoom_search.cpp
   calibration_common/diff/base_difference.cpp
   calibration_common/diff/best_rotation.cpp
   calibration_common/diff/image_camera.cpp

@@ -1,0 +1,52 @@
+#pragma once
+
+/// One way in which the head sees the target, followed over the zoom.
+
+#include <cstdint>
+
+#include "calibration_common/aiming/aim_task.h"
+#include "calibration_common/aiming/limited_fit.h"
+
+namespace norv::internal {
+
+/// Whole steps of pan and tilt, and what the target covers from there.
+struct SteppedView {
+  int pan = 0;
+  int tilt = 0;
+  Cover cover;
+  double miss =
+      0;  ///< of the cover's middle from the place, pixels; infinity where nothing is seen
+  double ratio = 0;  ///< of what is covered to the share of the picture that there is for it
+};
+
+/// The whole steps around the exact position.
+struct SteppedViews {
+  HeadFit fit;
+  Eigen::Vector2d place;
+  double least_ratio;
+  /// The one that misses least of those that hold the target, or of all where none does.
+  SteppedView best;
+};
+
+/// A pair of angles, kept up as the zoom changes.
+class BranchSolver {
+ public:
+  /// `angles` see the outline's anchor near the place. They are kept as they are unless
+  /// `is_exact`: near a pose that the head only comes near to there is nothing to converge to.
+  BranchSolver(const AimTask& task, const JointAngles& angles, bool is_exact)
+      : task_(task), angles_(angles), is_exact_(is_exact) {}
+
+  /// The views at a zoom's lens.
+  SteppedViews viewsThrough(FrozenLens* lens);
+
+ private:
+  void centre(FrozenLens* lens, const Eigen::Vector2d& place);
+  JointAngles turnFor(const Eigen::Vector2d& shift, const FrozenLens& lens) const;
+  SteppedView viewAt(int pan, int tilt, FrozenLens* lens, const Eigen::Vector2d& place) const;
+
+  const AimTask& task_;
+  JointAngles angles_;
+  bool is_exact_;
+};
+
+}  // namespace norv::internal

@@ -1,0 +1,54 @@
+#pragma once
+
+/// A motor that turns a joint: angles and steps.
+
+#include "calibration_common/ptz_aiming.h"
+
+namespace norv::internal {
+
+/// A position of a motor for an angle, steps, not rounded.
+struct MotorFit {
+  double steps;
+  calibration::MotorBound bound;  ///< the end of the range that keeps the motor from the angle
+  double beyond = 0;              ///< by how many steps the angle lies beyond that end
+};
+
+/// One of the head's two motors. Steps stand for the angle (steps - offset) * scale.
+class MotorJoint {
+ public:
+  MotorJoint(double scale, double offset, int lowest, int highest, int now);
+
+  /// Whether scale and offset are finite, and the scale is not zero.
+  bool turns() const;
+
+  double angleAt(double steps) const { return (steps - offset_) * scale_; }
+  double radiansPerStep() const { return scale_ < 0 ? -scale_ : scale_; }
+  int lowest() const { return lowest_; }
+  int highest() const { return highest_; }
+  int now() const { return now_; }
+
+  /// The position for `angle` plus any number of full turns: within the range, to half a step, the
+  /// one nearest to `now`; where none is, the end of the range that is nearest to one.
+  MotorFit fit(double angle) const;
+
+  /// The two whole steps around `steps`, or the ends of the range beyond which they are: each once.
+  struct WholeSteps {
+    int count;
+    int values[2];
+  };
+  WholeSteps around(const MotorFit& fit) const;
+
+ private:
+  int limited(double steps) const;
+
+  double scale_;
+  double offset_;
+  int lowest_;
+  int highest_;
+  int now_;
+};
+
+MotorJoint panJoint(const calibration::PTZCameraModel& model, int now);
+MotorJoint tiltJoint(const calibration::PTZCameraModel& model, int now);
+
+}  // namespace norv::internal

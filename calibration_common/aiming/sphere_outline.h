@@ -1,0 +1,16 @@
+#pragma once
+
+/// The outline of a sphere in a picture.
+
+#include <Eigen/Core>
+
+#include "calibration_common/aiming/cover.h"
+#include "calibration_common/aiming/frozen_lens.h"
+
+namespace norv::internal {
+
+/// What a sphere covers: its outline is the circle of the rays that touch it. Nothing where the
+/// camera is inside. `centre` in the camera frame, metres.
+Cover sphereCover(const Eigen::Vector3d& centre, double radius, FrozenLens* lens);
+
+}  // namespace norv::internal
