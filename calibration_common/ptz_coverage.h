@@ -14,13 +14,20 @@ namespace norv::calibration {
 
 /// What counts as seen.
 enum class PtzSight {
-  kCentred,    ///< in the middle of the picture, apart from the rounding to steps
-  kInPicture,  ///< anywhere in the picture, at the zoom that shows most
+  /// On the optical axis, which passes near the picture's middle: apart from the rounding to steps,
+  /// and within 1e-6 rad.
+  kCentred,
+  /// Anywhere in the picture, its border included, at the shortest zoom of the range.
+  kInPicture,
 };
 
 /// Whether there are motor positions within their range at which the camera sees a point of the
-/// world (base frame, metres). False for a model that is not valid and for what is not finite.
-/// Allocates nothing.
+/// world (base frame, metres). A limit that is absent is the end of what int holds; where a minimum
+/// exceeds its maximum the maximum wins. False for a model that is not valid, for motors and points
+/// that are not finite, where the head's axes are parallel for `kCentred`, and where there is no
+/// zoom (`zoomRange`) or no image size for `kInPicture`.
+///
+/// Allocates nothing. Takes a microsecond or two for `kCentred`, up to 0.3 ms for `kInPicture`.
 NORV_EXPORT bool canSee(const PTZCameraModel& model, const Eigen::Vector3d& point,
                         PtzSight sight = PtzSight::kInPicture);
 
@@ -34,7 +41,7 @@ struct ElevationSpan {
 /// What the head can see at a distance, by directions from where it turns.
 struct PtzCoverage {
   /// Where directions start: the point of the pan axis that is nearest to the tilt axis, in the
-  /// base frame, metres.
+  /// base frame, metres. NaN where the two are parallel.
   Eigen::Vector3d centre;
   /// The spans in increasing order of azimuth, which is counted about the base frame's z from its x
   /// axis, in [-pi, pi); at one azimuth in increasing order of elevation. An azimuth at which
@@ -44,8 +51,9 @@ struct PtzCoverage {
 
 /// The boundary of what can be seen `distance` metres from where the head turns, at `azimuths`
 /// azimuths spread evenly. Elevations are good to 1e-6 rad; spans, and gaps between them, that
-/// are narrower than half a degree may be missed. Empty for a model that is not valid, and for a
-/// distance that is not positive and finite.
+/// are narrower than half a degree may be missed. No spans for a model that is not valid or whose
+/// head has parallel axes, and for a distance that is not positive and finite. Takes up to a tenth
+/// of a second per azimuth for `kInPicture`.
 NORV_EXPORT PtzCoverage coverage(const PTZCameraModel& model, double distance,
                                  PtzSight sight = PtzSight::kCentred, std::size_t azimuths = 360);
 

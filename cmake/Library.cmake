@@ -33,6 +33,7 @@ set(library_sources
   calibration_common/pointing_residual.cpp
   calibration_common/processed_views.cpp
   calibration_common/ptz_camera_model.cpp
+  calibration_common/ptz_coverage.cpp
   calibration_common/ptz_loading.cpp
   calibration_common/ptz_view.cpp
   calibration_common/stored_pose.cpp
@@ -54,6 +55,9 @@ set(library_sources
   calibration_common/aiming/zoom_choice.cpp
   calibration_common/aiming/zoom_limits.cpp
   calibration_common/aiming/zoom_search.cpp
+  calibration_common/coverage/head_range.cpp
+  calibration_common/coverage/picture_search.cpp
+  calibration_common/coverage/widest_picture.cpp
   calibration_common/diff/base_difference.cpp
   calibration_common/diff/best_rotation.cpp
   calibration_common/diff/image_camera.cpp
