@@ -121,7 +121,8 @@ struct PtzDifference {
   PixelSize size_a;
   PixelSize size_b;
   /// At each zoom sample of A and half-way between each two; the last sample, at which there is no
-  /// lens, is stood in for by the step before it. Empty where the image sizes differ.
+  /// lens, is stood in for by the step before it, and what is beyond A's `min_zoom` and `max_zoom`
+  /// by these. Empty where the image sizes differ.
   std::vector<ZoomDifference> zooms;
   /// At A's home, which is 0 where it is not stated, and at the corners of A's motor range.
   std::vector<HeadPoseDifference> poses;

@@ -18,12 +18,20 @@ PixelSize sizeOf(const PTZCameraParameters& ptz) {
   return {ptz.intrinsics().image_width(), ptz.intrinsics().image_height()};
 }
 
-/// The samples' zoom positions and those half-way between each two, steps, rounded. At the last
-/// sample there is no lens: the step before it stands for it.
+/// A zoom position, or the end of the motor's range where that is nearer.
+int withinRange(const PTZIntrinsicsTable& table, int zoom) {
+  if (table.has_min_zoom()) zoom = std::max(zoom, table.min_zoom());
+  if (table.has_max_zoom()) zoom = std::min(zoom, table.max_zoom());
+  return zoom;
+}
+
+/// The samples' zoom positions and those half-way between each two, steps, rounded; what the motor
+/// does not reach is stood in for by the end of its range. At the last sample there is no lens: the
+/// step before it stands for it.
 std::vector<int> zoomsOf(const PTZIntrinsicsTable& table) {
   std::vector<int> zooms;
-  const auto add = [&zooms](double zoom) {
-    zooms.push_back(internal::truncateToInt(std::round(zoom)));
+  const auto add = [&](double zoom) {
+    zooms.push_back(withinRange(table, internal::truncateToInt(std::round(zoom))));
   };
   const int last = table.samples_size() - 1;
   for (int i = 0; i < last; ++i) {

@@ -60,7 +60,18 @@ void checkScale(const PtzSubject& ptz, Report* report) {
   }
 }
 
+void checkZoomLimits(const PtzSubject& ptz, Report* report) {
+  const calibration::PTZIntrinsicsTable& table = ptz.message.intrinsics();
+  if (!table.has_min_zoom() || !table.has_max_zoom()) return;
+  if (table.min_zoom() <= table.max_zoom()) return;
+  report->add({Severity::kError, "intrinsics.min_zoom", table.min_zoom(), table.max_zoom()}, [&] {
+    return "min_zoom is " + std::to_string(table.min_zoom()) + ", above max_zoom, " +
+           std::to_string(table.max_zoom());
+  });
+}
+
 void checkLimits(const PtzSubject& ptz, Report* report) {
+  checkZoomLimits(ptz, report);
   for (const Motor& motor : motors(ptz)) {
     if (motor.min && motor.max && *motor.min > *motor.max) {
       report->add({Severity::kError, motor.field("min_"), *motor.min, *motor.max}, [&] {
@@ -115,8 +126,9 @@ const CheckTable& motorChecks() {
        {&checkScale}},
       {"limits",
        {Severity::kError, Severity::kInfo},
-       "a lower limit above the upper one (error); a limit is missing (info)",
-       "where they contradict, the upper one wins; what is missing does not limit",
+       "a lower limit above the upper one (error); a limit of pan or tilt is missing (info)",
+       "where they contradict, the upper one wins, and no zoom is left; pan and tilt are not limited "
+       "by what is missing",
        {&checkLimits}},
       {"home",
        {Severity::kWarning},

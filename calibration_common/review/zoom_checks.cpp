@@ -108,6 +108,42 @@ void checkEnd(const PtzSubject& ptz, Report* report) {
   });
 }
 
+/// Where a limit of the zoom motor lies by the samples.
+enum class ZoomPlace { kServed, kBelow, kNoLens };
+
+ZoomPlace placeOf(const PTZIntrinsicsTable& table, double zoom) {
+  const double first = table.samples(0).zoom();
+  if (zoom >= table.samples(table.samples_size() - 1).zoom()) return ZoomPlace::kNoLens;
+  if (zoom <= first - table.zoom_interval()) return ZoomPlace::kNoLens;
+  return zoom < first ? ZoomPlace::kBelow : ZoomPlace::kServed;
+}
+
+void checkRangeEnd(const PTZIntrinsicsTable& table, const char* name, int limit, Report* report) {
+  const ZoomPlace place = placeOf(table, limit);
+  if (place == ZoomPlace::kServed) return;
+  const double first = table.samples(0).zoom();
+  const double last = table.samples(table.samples_size() - 1).zoom();
+  const bool is_below = limit < first;
+  report->add({Severity::kWarning, std::string("intrinsics.") + name, limit, is_below ? first : last},
+              [&] {
+                const std::string what = std::string(name) + " is " + std::to_string(limit);
+                const std::string then = place == ZoomPlace::kNoLens
+                                             ? ": there is no lens there"
+                                             : ": the lens there is extrapolated";
+                return what + (is_below ? ", below the first sample, " + number(first)
+                                        : ", not below the last sample, " + number(last)) +
+                       then;
+              });
+}
+
+void checkZoomRange(const PtzSubject& ptz, Report* report) {
+  const PTZIntrinsicsTable& table = ptz.message.intrinsics();
+  // Of samples out of order and of intervals that are none there are other findings.
+  if (table.samples_size() < 2 || table.zoom_interval() <= 0) return;
+  if (table.has_min_zoom()) checkRangeEnd(table, "min_zoom", table.min_zoom(), report);
+  if (table.has_max_zoom()) checkRangeEnd(table, "max_zoom", table.max_zoom(), report);
+}
+
 }  // namespace
 
 const CheckTable& zoomChecks() {
@@ -143,6 +179,12 @@ const CheckTable& zoomChecks() {
        "always, for two samples and more",
        "there is no lens at and beyond the last sample, which belongs beyond the motor's end",
        {&checkEnd}},
+      {"zoom-range",
+       {Severity::kWarning},
+       "min_zoom or max_zoom is below the first sample's zoom position, or not below the last one's",
+       "below the first sample the lens is extrapolated; at and beyond the last one, and a whole "
+       "interval below the first one, there is none",
+       {&checkZoomRange}},
   };
   return table;
 }

@@ -57,6 +57,17 @@ TEST(PtzDiff, LooksAtSamplesAndBetweenThem) {
   EXPECT_THAT(zoomsOf(*difference), ElementsAre(0, 500, 1000, 1500, 1999));
 }
 
+TEST(PtzDiff, StaysWithinTheZoomRange) {
+  PTZCameraParameters a = examplePtz();
+  a.mutable_intrinsics()->mutable_samples()->DeleteSubrange(3, 9);
+  a.mutable_intrinsics()->set_max_zoom(1200);
+  EXPECT_THAT(zoomsOf(*diffCalibrations(a, examplePtz())), ElementsAre(0, 500, 1000, 1200));
+  a.mutable_intrinsics()->set_min_zoom(250);
+  EXPECT_THAT(zoomsOf(*diffCalibrations(a, examplePtz())), ElementsAre(250, 500, 1000, 1200));
+  // The range of B plays no part.
+  EXPECT_EQ(zoomsOf(*diffCalibrations(examplePtz(), a)).size(), 23U);
+}
+
 TEST(PtzDiff, OneSampleHasNoLens) {
   PTZCameraParameters a = examplePtz();
   a.mutable_intrinsics()->mutable_samples()->DeleteSubrange(1, 11);

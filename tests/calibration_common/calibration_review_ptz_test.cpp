@@ -65,6 +65,7 @@ PTZCameraParameters twoSamples(double wide, double narrow) {
   PTZCameraParameters ptz = exampleCalibration();
   PTZIntrinsicsTable* table = ptz.mutable_intrinsics();
   table->clear_samples();
+  table->clear_max_zoom();
   for (const double focal_length : {wide, narrow}) {
     PTZIntrinsicsItem* sample = table->add_samples();
     sample->set_zoom(1000 * (table->samples_size() - 1));
@@ -147,6 +148,38 @@ TEST(CalibrationReviewPtzTest, FindsStepsThatAreTooLong) {
   };
   expectFindings(with(2.01), {{kWarning, "zoom-step", kSample + "[11].focal_length", 2.01, 2}});
   expectFindings(with(1.99), {});
+}
+
+TEST(CalibrationReviewPtzTest, FindsZoomRangesThatLeaveTheSamples) {
+  const auto with = [](int low, int high) {
+    return reviewTable([=](auto* table) {
+      table->set_min_zoom(low);
+      table->set_max_zoom(high);
+    });
+  };
+  expectFindings(with(0, 10999), {});
+  expectFindings(with(0, 11000), {{kWarning, "zoom-range", "intrinsics.max_zoom", 11000, 11000}});
+  expectFindings(with(-1, 10000), {{kWarning, "zoom-range", "intrinsics.min_zoom", -1, 0}});
+  EXPECT_EQ(with(-999, 10000)[0].text,
+            "min_zoom is -999, below the first sample, 0: the lens there is extrapolated");
+  EXPECT_EQ(with(-1000, 10000)[0].text,
+            "min_zoom is -1000, below the first sample, 0: there is no lens there");
+  EXPECT_EQ(with(0, 12000)[0].text,
+            "max_zoom is 12000, not below the last sample, 11000: there is no lens there");
+}
+
+TEST(CalibrationReviewPtzTest, FindsZoomLimitsThatContradict) {
+  const std::vector<Finding> found = reviewTable([](auto* table) {
+    table->set_min_zoom(6000);
+    table->set_max_zoom(5999);
+  });
+  expectFindings(found, {{kError, "limits", "intrinsics.min_zoom", 6000, 5999}});
+  EXPECT_EQ(found[0].text, "min_zoom is 6000, above max_zoom, 5999");
+  expectFindings(reviewTable([](auto* table) {
+                   table->set_min_zoom(6000);
+                   table->set_max_zoom(6000);
+                 }),
+                 {});
 }
 
 TEST(CalibrationReviewPtzTest, FindsImagesWithoutASize) {

@@ -89,11 +89,24 @@ std::string distortionTable(const PTZIntrinsicsTable& table) {
   return alignTable(rows, 2);
 }
 
+/// The ends of the motor's range, as far as they are stated.
+std::string rangeText(const PTZIntrinsicsTable& table) {
+  if (!table.has_min_zoom() && !table.has_max_zoom()) return "";
+  const std::string from = table.has_min_zoom() ? fmt::format(" from {}", table.min_zoom()) : "";
+  const std::string to = table.has_max_zoom() ? fmt::format(" to {}", table.max_zoom()) : "";
+  return fmt::format("  the zoom motor goes{}{}\n", from, to);
+}
+
+json rangeJson(const PTZIntrinsicsTable& table) {
+  return {table.has_min_zoom() ? json(table.min_zoom()) : json(nullptr),
+          table.has_max_zoom() ? json(table.max_zoom()) : json(nullptr)};
+}
+
 std::string lensText(const PTZIntrinsicsTable& table, const Findings& findings) {
   std::string text =
       fmt::format("lens, image {}x{}, zoom position {} and every {} steps\n", table.image_width(),
                   table.image_height(), table.zoom_start(), table.zoom_interval()) +
-      focalTable(table) + "\n" + distortionTable(table);
+      focalTable(table) + "\n" + distortionTable(table) + rangeText(table);
   if (table.samples_size() > 1) {
     text += wrapText("  ",
                      fmt::format("the lens is known before the last sample, zoom position {}, only",
@@ -120,6 +133,7 @@ json lensJson(const PTZIntrinsicsTable& table, const Findings& findings) {
   return {{"image_size", {table.image_width(), table.image_height()}},
           {"zoom_start", table.zoom_start()},
           {"zoom_interval", table.zoom_interval()},
+          {"zoom_range", rangeJson(table)},
           {"samples", samples},
           {"notes", errorNotes(findings, kLensField)}};
 }

@@ -57,6 +57,12 @@ std::vector<Mistake> mistakesInZoomLenses() {
       inSample("zoom-spacing", ".zoom", 3, [](auto* sample) { sample->set_zoom(3001); }),
       inZoom("zoom-spacing", ".zoom_interval",
              [](auto* table) { table->set_zoom_interval(-1000); }),
+      inZoom("limits", ".min_zoom",
+             [](auto* table) {
+               table->set_min_zoom(6000);
+               table->set_max_zoom(5000);
+             }),
+      inZoom("zoom-range", ".max_zoom", [](auto* table) { table->set_max_zoom(11000); }),
       inZoom("zoom-step", ".samples[11].focal_length",
              [](auto* table) {
                table->mutable_samples(11)->set_focal_length(2.01 *
