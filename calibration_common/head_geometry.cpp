@@ -48,6 +48,12 @@ Eigen::Matrix4d turnZ(double angle) {
   return m;
 }
 
+/// Angle of a frame's z axis, as the pose's parent frame has it, to that frame's own z axis.
+double angleOfAxis(const CameraExtrinsics& pose) {
+  const Eigen::Vector3d axis = readPose(pose).inverse().col(2).head<3>();
+  return std::atan2(axis.head<2>().norm(), axis.z());
+}
+
 double angleBetweenLines(const Eigen::Vector3d& a, const Eigen::Vector3d& b) {
   return std::atan2(a.cross(b).norm(), std::abs(a.dot(b)));
 }
@@ -103,6 +109,12 @@ ElevationRange findableElevations(const HeadGeometry& geometry) {
   const double c = std::cos(geometry.elevation);
   const double limit = std::atan2(c * c * c, std::abs(std::sin(geometry.elevation)));
   return geometry.elevation > 0 ? ElevationRange{-limit, kPi / 2} : ElevationRange{-kPi / 2, limit};
+}
+
+BlindCones blindCones(const PanTiltSystemParameters& head) {
+  const double a = angleOfAxis(head.pan_to_tilt());
+  const double b = angleOfAxis(head.tilt_to_camera());
+  return {std::abs(a - b), std::abs(kPi - a - b)};
 }
 
 bool motorsTurn(const PanTiltSystemParameters& head) {

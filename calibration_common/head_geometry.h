@@ -52,6 +52,20 @@ struct ElevationRange {
 /// it up to atan(cos(b)^3 / -sin(b)).
 NORV_EXPORT ElevationRange findableElevations(const HeadGeometry& geometry);
 
+/// Directions that the optical axis never has, whatever the motors do: two cones about the pan
+/// axis.
+struct BlindCones {
+  double upper;  ///< half angle about the direction of the pan frame's z, radians; 0 for none
+  double lower;  ///< about the opposite direction
+};
+
+/// The blind cones of a head. With the angles a between the axes of pan and tilt and b between the
+/// tilt axis and the optical axis, the latter comes to all angles from the pan axis between |a - b|
+/// and a + b, counted on beyond half a turn: upper = |a - b|, lower = |pi - a - b|. Where the tilt
+/// axis is square to both others there is none. For far targets; lever arms shift what is blind by
+/// as much as they are long. Limits of the motors play no part: those are `coverage`'s.
+NORV_EXPORT BlindCones blindCones(const PanTiltSystemParameters& head);
+
 /// Whether both motors move: their scales are finite and not zero.
 NORV_EXPORT bool motorsTurn(const PanTiltSystemParameters& head);
 

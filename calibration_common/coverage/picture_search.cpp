@@ -59,7 +59,8 @@ AngleRange PictureSearch::Nodes::around(int i) const {
   return {first, last};
 }
 
-PictureSearch::PictureSearch(const JointFrames& frames, const HeadRange& range, WidestPicture* picture)
+PictureSearch::PictureSearch(const JointFrames& frames, const HeadRange& range,
+                             WidestPicture* picture)
     : frames_(frames), pans_(range.pan), tilts_(range.tilt), picture_(picture) {}
 
 bool PictureSearch::finds(const Vector3d& point) {

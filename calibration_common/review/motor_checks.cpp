@@ -127,7 +127,8 @@ const CheckTable& motorChecks() {
       {"limits",
        {Severity::kError, Severity::kInfo},
        "a lower limit above the upper one (error); a limit of pan or tilt is missing (info)",
-       "where they contradict, the upper one wins, and no zoom is left; pan and tilt are not limited "
+       "where they contradict, the upper one wins, and no zoom is left; pan and tilt are not "
+       "limited "
        "by what is missing",
        {&checkLimits}},
       {"home",

@@ -124,16 +124,16 @@ void checkRangeEnd(const PTZIntrinsicsTable& table, const char* name, int limit,
   const double first = table.samples(0).zoom();
   const double last = table.samples(table.samples_size() - 1).zoom();
   const bool is_below = limit < first;
-  report->add({Severity::kWarning, std::string("intrinsics.") + name, limit, is_below ? first : last},
-              [&] {
-                const std::string what = std::string(name) + " is " + std::to_string(limit);
-                const std::string then = place == ZoomPlace::kNoLens
-                                             ? ": there is no lens there"
-                                             : ": the lens there is extrapolated";
-                return what + (is_below ? ", below the first sample, " + number(first)
-                                        : ", not below the last sample, " + number(last)) +
-                       then;
-              });
+  report->add(
+      {Severity::kWarning, std::string("intrinsics.") + name, limit, is_below ? first : last}, [&] {
+        const std::string what = std::string(name) + " is " + std::to_string(limit);
+        const std::string then = place == ZoomPlace::kNoLens ? ": there is no lens there"
+                                                             : ": the lens there is extrapolated";
+        return what +
+               (is_below ? ", below the first sample, " + number(first)
+                         : ", not below the last sample, " + number(last)) +
+               then;
+      });
 }
 
 void checkZoomRange(const PtzSubject& ptz, Report* report) {
@@ -181,7 +181,8 @@ const CheckTable& zoomChecks() {
        {&checkEnd}},
       {"zoom-range",
        {Severity::kWarning},
-       "min_zoom or max_zoom is below the first sample's zoom position, or not below the last one's",
+       "min_zoom or max_zoom is below the first sample's zoom position, or not below the last "
+       "one's",
        "below the first sample the lens is extrapolated; at and beyond the last one, and a whole "
        "interval below the first one, there is none",
        {&checkZoomRange}},

@@ -15,6 +15,7 @@
 #include "tools/output/wrapping.h"
 #include "tools/review/head_block.h"
 #include "tools/show/notes.h"
+#include "tools/show/show_reach.h"
 
 namespace norv::tools {
 namespace {
@@ -182,7 +183,8 @@ json stepsJson(const std::optional<int>& steps) { return steps ? json(*steps) : 
 
 std::string headText(const PTZCameraModel& model, const Findings& findings) {
   const PanTiltSystemParameters& params = model.getParams().pan_tilt();
-  return "head\n" + chainTable(model.getPanTiltModel()) + "\n" + motorTable(params) + "\n" +
+  const std::string reach = posesAreSound(findings) ? reachText(model) + "\n" : "";
+  return "head\n" + chainTable(model.getPanTiltModel()) + "\n" + motorTable(params) + "\n" + reach +
          pointingText(params, findings);
 }
 
@@ -201,6 +203,7 @@ json headJson(const PTZCameraModel& model, const Findings& findings) {
           {"pan_range", {stepsJson(pan.lowest), stepsJson(pan.highest)}},
           {"tilt_range", {stepsJson(tilt.lowest), stepsJson(tilt.highest)}},
           {"home", {stepsJson(pan.home), stepsJson(tilt.home)}},
+          {"reach", posesAreSound(findings) ? reachJson(model) : json(nullptr)},
           {"optical_axis_azimuth_degrees", degrees(geometry.azimuth)},
           {"optical_axis_elevation_degrees", degrees(geometry.elevation)},
           {"optical_axis_from_pan_axis_metres", geometry.axis_gap},

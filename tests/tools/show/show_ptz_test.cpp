@@ -94,6 +94,12 @@ TEST(ShowPtz, WholeText) {
                 "  highest                 none                none\n"
                 "  home                    none    1000 (28.65 deg)\n"
                 "\n"
+                "reach (docs/pan_tilt_heads.md)\n"
+                "  what can be centred, 5 m from (0.100, 0.000, 1.260) m\n"
+                "  azimuth deg  elevation deg\n"
+                "  -180 to 150  -90.0 to 90.0\n"
+                "  blind cone: none but by the limits of the motors\n"
+                "\n"
                 "pointing (docs/pan_tilt_heads.md)\n"
                 "  optical axis at zero tilt, in the pan frame: azimuth 0.00 deg,\n"
                 "    elevation 0.00 deg, 2.00 mm from the pan axis\n"
@@ -140,6 +146,77 @@ TEST(ShowPtz, JsonForPrograms) {
   EXPECT_EQ(document["tilt_axis_error_degrees"], 0);
   EXPECT_EQ(document["pointing_notes"], json::array());
   EXPECT_TRUE(document["better_pan_tilt"].is_null());
+}
+
+TEST(ShowPtz, ZoomRange) {
+  PTZCameraParameters ptz = plainPtz();
+  const TemporaryFolder folder;
+  const auto show = [&](const char* more) {
+    return "show '" + folder.write("ptz", ptz.SerializeAsString()) + "'" + more;
+  };
+  EXPECT_EQ(toolJson(show(""))["zoom_range"], (json{nullptr, nullptr}));
+  ptz.mutable_intrinsics()->set_max_zoom(900);
+  EXPECT_THAT(toolOutput(show("")), HasSubstr("\n  the zoom motor goes to 900\n"));
+  ptz.mutable_intrinsics()->set_min_zoom(50);
+  EXPECT_THAT(toolOutput(show("")), HasSubstr("\n  the zoom motor goes from 50 to 900\n"));
+  EXPECT_EQ(toolJson(show(""))["zoom_range"], (json{50, 900}));
+}
+
+TEST(ShowPtz, ReachOfTheExample) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", examplePtz().SerializeAsString());
+  // At the limits of tilt, t = -29.994 and 89.983 degrees, the optical axis passes 12 mm above the
+  // tilt axis, which is 25 mm ahead of the pan axis, and so comes to the elevation e that has
+  // 5000 sin(e - t) + 25 sin t = 12.
+  EXPECT_THAT(toolOutput("show '" + path + "'"), HasSubstr("  azimuth deg  elevation deg\n"
+                                                           "  -180                  none\n"
+                                                           "  -150 to 150  -29.7 to 89.8\n"
+                                                           "  blind cone: none but"));
+  const json reach = toolJson("show '" + path + "'")["reach"];
+  EXPECT_EQ(reach["distance_metres"], 5);
+  EXPECT_NEAR(reach["centre"][2].get<double>(), 1.26, 1e-7);
+  ASSERT_EQ(reach["directions"].size(), 36U);
+  EXPECT_EQ(reach["directions"][0]["azimuth_degrees"], -180);
+  EXPECT_EQ(reach["directions"][0]["elevations_degrees"], json::array());
+  const json& ahead = reach["directions"][18];
+  EXPECT_EQ(ahead["azimuth_degrees"], 0);
+  ASSERT_EQ(ahead["elevations_degrees"].size(), 1U);
+  const double tilt = -1047 * static_cast<double>(0.0005F);
+  // The 2 mm by which the optical axis passes the pan axis count by their square.
+  EXPECT_NEAR(ahead["elevations_degrees"][0][0].get<double>() * kRadians,
+              tilt + std::asin((0.012 - 0.025 * std::sin(tilt)) / 5), 2e-6);
+  EXPECT_EQ(reach["blind_cone_degrees"], (json{0, 0}));
+}
+
+TEST(ShowPtz, BlindConeOfASkewHead) {
+  PTZCameraParameters ptz = plainPtz();
+  Eigen::Matrix4d skew = Eigen::Matrix4d::Identity();
+  skew.topLeftCorner<3, 3>() =
+      Eigen::AngleAxisd(30 * kRadians, Eigen::Vector3d::UnitX()).toRotationMatrix();
+  calibration::PanTiltSystemParameters* head = ptz.mutable_pan_tilt();
+  storePose(skew * testing::readPose(head->pan_to_tilt()), head->mutable_pan_to_tilt());
+  const TemporaryFolder folder;
+  const std::string path = folder.write("ptz", ptz.SerializeAsString());
+  EXPECT_THAT(
+      toolOutput("show '" + path + "'"),
+      HasSubstr("  blind cone: whatever the motors do, the optical axis stays 30.00 deg away from\n"
+                "    the pan frame's z, and 30.00 deg from the opposite direction\n"));
+  const json cone = toolJson("show '" + path + "'")["reach"]["blind_cone_degrees"];
+  EXPECT_NEAR(cone[0].get<double>(), 30, 1e-9);
+  EXPECT_NEAR(cone[1].get<double>(), 30, 1e-9);
+}
+
+TEST(ShowPtz, ReachOfHeadsThatHaveNone) {
+  PTZCameraParameters ptz = examplePtz();
+  const TemporaryFolder folder;
+  const auto show = [&] { return "show '" + folder.write("ptz", ptz.SerializeAsString()) + "'"; };
+  storePose({1, 0, 0, -25, 0, 1, 0, 0, 0, 0, 1, 0}, ptz.mutable_pan_tilt()->mutable_pan_to_tilt());
+  EXPECT_THAT(toolOutput(show()), HasSubstr("\nreach (docs/pan_tilt_heads.md)\n"
+                                            "  nothing can be centred, five metres away\n\n"));
+  EXPECT_EQ(toolJson(show())["reach"]["centre"], (json{nullptr, nullptr, nullptr}));
+  ptz.mutable_pan_tilt()->mutable_pan_to_tilt()->set_a(0, 2);
+  EXPECT_THAT(toolOutput(show()), Not(HasSubstr("reach (docs")));
+  EXPECT_TRUE(toolJson(show())["reach"].is_null());
 }
 
 TEST(ShowPtz, ViewThroughADistortedLens) {
