@@ -25,6 +25,16 @@ bool parseList(const std::string& text, Number* numbers, std::size_t count) {
   return at == end;
 }
 
+template <class Number, std::size_t N>
+std::optional<std::array<Number, N>> parseFinite(const std::string& text) {
+  std::array<Number, N> numbers;
+  if (!parseList(text, numbers.data(), N)) return std::nullopt;
+  for (const Number number : numbers) {
+    if (!std::isfinite(number)) return std::nullopt;
+  }
+  return numbers;
+}
+
 }  // namespace
 
 template <std::size_t N>
@@ -36,12 +46,12 @@ std::optional<std::array<int, N>> parseIntegers(const std::string& text) {
 
 template <std::size_t N>
 std::optional<std::array<float, N>> parseNumbers(const std::string& text) {
-  std::array<float, N> numbers;
-  if (!parseList(text, numbers.data(), N)) return std::nullopt;
-  for (const float number : numbers) {
-    if (!std::isfinite(number)) return std::nullopt;
-  }
-  return numbers;
+  return parseFinite<float, N>(text);
+}
+
+template <std::size_t N>
+std::optional<std::array<double, N>> parseDoubles(const std::string& text) {
+  return parseFinite<double, N>(text);
 }
 
 template std::optional<std::array<int, 2>> parseIntegers<2>(const std::string& text);
@@ -49,6 +59,9 @@ template std::optional<std::array<int, 3>> parseIntegers<3>(const std::string& t
 template std::optional<std::array<float, 2>> parseNumbers<2>(const std::string& text);
 template std::optional<std::array<float, 3>> parseNumbers<3>(const std::string& text);
 template std::optional<std::array<float, 4>> parseNumbers<4>(const std::string& text);
+template std::optional<std::array<double, 2>> parseDoubles<2>(const std::string& text);
+template std::optional<std::array<double, 3>> parseDoubles<3>(const std::string& text);
+template std::optional<std::array<double, 4>> parseDoubles<4>(const std::string& text);
 
 std::optional<double> parseNumber(const std::string& text) {
   double value = 0;

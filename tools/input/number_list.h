@@ -16,6 +16,10 @@ std::optional<std::array<int, N>> parseIntegers(const std::string& text);
 template <std::size_t N>
 std::optional<std::array<float, N>> parseNumbers(const std::string& text);
 
+/// The same in double precision.
+template <std::size_t N>
+std::optional<std::array<double, N>> parseDoubles(const std::string& text);
+
 /// A finite number, and nothing else; nullopt for anything else.
 std::optional<double> parseNumber(const std::string& text);
 

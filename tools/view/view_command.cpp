@@ -7,6 +7,7 @@
 #include "tools/input/number_list.h"
 #include "tools/usage/file_name.h"
 #include "tools/usage/image_options.h"
+#include "tools/usage/value_options.h"
 #include "tools/view/picture_steps.h"
 #include "tools/view/view_choice.h"
 #include "tools/view/view_report.h"
@@ -16,33 +17,6 @@ namespace {
 
 using calibration::CameraView;
 using calibration::ViewCentre;
-
-/// An option whose value is a number from `low` to `high`; `set` takes it.
-template <class Set>
-void addNumber(CLI::App* app, const std::string& name, const std::string& type,
-               const std::string& description, double low, double high, const std::string& expected,
-               const Set& set) {
-  app->add_option_function<std::string>(
-         name, [set](const std::string& text) { set(*parseNumber(text)); }, description)
-      ->type_name(type)
-      ->check([low, high, expected](const std::string& text) {
-        const std::optional<double> number = parseNumber(text);
-        const bool is_in_range = number && *number >= low && *number <= high;
-        return is_in_range ? std::string() : fmt::format("not {}: {}", expected, text);
-      });
-}
-
-/// An option whose value is what `parse` makes of a text; the text is refused where that is none.
-template <class Value, class Parse>
-void addParsed(CLI::App* app, const std::string& name, const std::string& type,
-               const std::string& description, Value* value, const Parse& parse) {
-  app->add_option_function<std::string>(
-         name, [value, parse](const std::string& text) { *value = *parse(text); }, description)
-      ->type_name(type)
-      ->check([parse, type](const std::string& text) {
-        return parse(text) ? std::string() : fmt::format("not of the form {}: {}", type, text);
-      });
-}
 
 std::optional<ViewCentre> parseCentre(const std::string& text) {
   if (text == "free") return ViewCentre::kFree;

@@ -23,6 +23,15 @@ TEST(NumberList, BlanksBeforeNumbersAndPlusSigns) {
   EXPECT_THAT(*parseNumbers<2>("+1.5, +.25"), ElementsAre(1.5F, 0.25F));
 }
 
+TEST(NumberList, NumbersInBothPrecisions) {
+  EXPECT_THAT(*parseDoubles<2>("0.1, -1e300"), ElementsAre(0.1, -1e300));
+  EXPECT_EQ((*parseNumbers<2>("0.1,0"))[0], 0.1F);
+  EXPECT_FALSE(parseNumbers<2>("0.1,-1e300"));
+  for (const char* text : {"1,nan", "inf,1", "1,1e999", "1", "1,2,3"}) {
+    EXPECT_FALSE(parseDoubles<2>(text)) << text;
+  }
+}
+
 TEST(NumberList, TextsThatAreNoWholeNumbers) {
   for (const char* text : {"",
                            ",",
