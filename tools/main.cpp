@@ -16,6 +16,7 @@
 #include "support/printable_text.h"
 #include "tools/adjust/adjust_command.h"
 #include "tools/aim/aim_command.h"
+#include "tools/aim/aim_usage.h"
 #include "tools/convert/convert_command.h"
 #include "tools/diff/diff_command.h"
 #include "tools/show/show_command.h"

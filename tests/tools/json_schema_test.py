@@ -113,6 +113,32 @@ class JsonSchema(unittest.TestCase):
         blind = self.document("aim", 3, "aim", self.head, "--at", "500,200,2500", "--box", "500,400,530,420")
         self.assertFalse(blind["reached"])
 
+    def test_aim_at_a_distance(self):
+        at = ["aim", self.head, "--at", "500,200,2500"]
+        for question in (["--pixel", "400,300", "--distance", "12"], ["--point", "3,1,1.5", "--radius", "0.2", "--fill", "0.5"],
+                         ["--point", "3,1,1.5", "--strict", "--all"], ["--point", "3,1,1.5", "--point", "4,1,1.5"]):
+            found = self.document("aim_search", 0, *at, *question)
+            self.assertTrue(found["reached"])
+            self.assertEqual(found["alternatives"] is None, "--all" not in question)
+        held = self.document("aim_search", 3, *at, "--box", "500,400,503,402", "--distance", "5", "--strict")
+        self.assertEqual((held["zoom_bound"], held["reason"]), ("highest", "limited"))
+        blind = self.document("aim_search", 3, "aim", self.head, "--at", "0,0,11000", "--pixel", "1,1", "--distance", "3")
+        self.assertEqual((blind["pan"], blind["reason"]), (None, "no-present-lens"))
+
+    def test_aim_with_a_track(self):
+        track = self.write("track.txt", "3,1,1.5\n17,3,1,1.6\n1e2 0.3 0 -40\nnonsense\n")
+        result = run("aim", self.head, "--at", "0,0,0", "--track", track, "--json")
+        self.assertEqual(result.returncode, 1)
+        answers = [json.loads(line, parse_constant=self.fail) for line in result.stdout.splitlines()]
+        self.assertEqual([answer["line"] for answer in answers], [1, 2, 3, 4])
+        self.assertEqual([answer["time"] for answer in answers], [None, 17, 100, None])
+        self.assertEqual(answers[3]["reason"], "bad-line")
+        for answer in answers:
+            validator_of("aim_track").validate(answer)
+            jsonschema.Draft202012Validator(SCHEMA).validate(answer)
+            for key in answer:
+                self.assertFalse(validator_of("aim_track").is_valid({k: v for k, v in answer.items() if k != key}), key)
+
     def adjust(self, path, *words, output="moved.txt"):
         return ["adjust", path, "--base", self.base, "--output", self.path(output), *words]
 
@@ -240,7 +266,7 @@ class JsonSchema(unittest.TestCase):
 # Which parts of the schema a chapter of the page describes.
 KINDS_OF_SECTIONS = {
     "show": ("show_cameras", "show_ptz", "show_base", "metadata"),
-    "aim": ("aim",),
+    "aim": ("aim", "aim_position", "aim_search", "aim_track"),
     "adjust": ("adjust",),
     "validate": ("validate", "explain"),
     "diff": ("diff_cameras", "diff_ptz", "diff_base", "pixel_difference", "distance_difference", "image_intrinsics",

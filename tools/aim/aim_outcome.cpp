@@ -94,6 +94,20 @@ void lookAtBox(const PTZCameraModelConfiguration& now, const PTZCameraModelConfi
       "picture");
 }
 
+/// A zoom that was chosen without regard to the range that the calibration may state.
+void judgeZoom(const PTZCameraModelConfiguration& then, Aim* aim) {
+  const PTZIntrinsicsTable& table = then.getModel()->getParams().intrinsics();
+  const auto refuse = [&](const char* side, int limit) {
+    aim->obstacles.push_back(
+        fmt::format("zoom {} is {} position, {}", then.getZoom(), side, limit));
+  };
+  if (table.has_min_zoom() && then.getZoom() < table.min_zoom()) {
+    refuse("below its lowest", table.min_zoom());
+  } else if (table.has_max_zoom() && then.getZoom() > table.max_zoom()) {
+    refuse("above its highest", table.max_zoom());
+  }
+}
+
 }  // namespace
 
 void remarkFrame(const PanTiltSystemParameters& head, Aim* aim) {
@@ -106,6 +120,7 @@ void remarkFrame(const PanTiltSystemParameters& head, Aim* aim) {
 void lookFromThere(const PTZCameraModelConfiguration& now, const AimRequest& request, Aim* aim) {
   const PTZCameraModelConfiguration then(now.getModel(), aim->motors->pan, aim->motors->tilt,
                                          aim->motors->zoom);
+  if (request.box) judgeZoom(then, aim);
   if (!hasLens(then)) {
     aim->obstacles.push_back(explainMissingLens(then));
     return;

@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "tools/aim/motor_text.h"
 #include "tools/aim/sight.h"
-#include "tools/angles.h"
 #include "tools/output/json_output.h"
 #include "tools/output/text_table.h"
 #include "tools/output/wrapping.h"
@@ -17,39 +17,8 @@ using calibration::PanTiltSystemParameters;
 using calibration::PTZCameraModel;
 using calibration::PTZIntrinsicsTable;
 
-double panDegrees(const PanTiltModel& head, int steps) {
-  return degrees((steps - static_cast<double>(head.getPanOffset())) *
-                 static_cast<double>(head.getPanScale()));
-}
-
-double tiltDegrees(const PanTiltModel& head, int steps) {
-  return degrees((steps - static_cast<double>(head.getTiltOffset())) *
-                 static_cast<double>(head.getTiltScale()));
-}
-
 std::string pixelText(const Vector2_f& pixel) {
-  return formatFixed(pixel.x(), 2) + ", " + formatFixed(pixel.y(), 2);
-}
-
-std::string motorText(const PTZCameraModel& model, const Motors& m) {
-  const PanTiltModel& head = model.getPanTiltModel();
-  return alignTable(
-      {{"pan", fmt::format("{} steps", m.pan), formatFixed(panDegrees(head, m.pan), 3) + " deg"},
-       {"tilt", fmt::format("{} steps", m.tilt),
-        formatFixed(tiltDegrees(head, m.tilt), 3) + " deg"},
-       {"zoom", fmt::format("{} steps", m.zoom),
-        formatFixed(model.stepsToZoomXFactor(m.zoom), 3) + " x"}},
-      0);
-}
-
-/// What is known of motors that their limits do not stop.
-std::string rangeText(const PanTiltSystemParameters& head) {
-  const bool pan = head.has_min_pan() || head.has_max_pan();
-  const bool tilt = head.has_min_tilt() || head.has_max_tilt();
-  if (pan && tilt) return "pan and tilt are within their range\n";
-  if (!pan && !tilt) return "the calibration states no range for pan and tilt\n";
-  return fmt::format("{} is within its range, the calibration states none for {}\n",
-                     pan ? "pan" : "tilt", pan ? "tilt" : "pan");
+  return formatPixel(static_cast<double>(pixel.x()), static_cast<double>(pixel.y()));
 }
 
 /// A box chooses the zoom. The range of that motor is not in a calibration.
@@ -76,8 +45,9 @@ std::string limitText(const Aim& aim, const PanTiltSystemParameters& head) {
 std::string landingText(const Aim& aim, const AimRequest& request,
                         const PTZIntrinsicsTable& table) {
   if (!aim.lands) return "";
-  const std::string assumed =
-      request.point ? "" : fmt::format(", taken {} m away,", formatFixed(aim.distance, 2));
+  const std::string assumed = request.point ? ""
+                                            : fmt::format(", taken {} m away (see --distance),",
+                                                          formatFixed(aim.distance, 2));
   const Vector2_f& p = *aim.lands;
   const bool inside = isInPicture(p, table);
   return fmt::format("the target{} lands at {},\n  {} px from {}{}\n", assumed, pixelText(p),

@@ -7,18 +7,24 @@ _camera_parameters() {
   else
     case $previous in
       --camera | --size | --at | --pixel | --point | --box | --allow | --explain | --distance | --fail-above* | \
-        --cropped | --binned | --resized | --alpha | --view-size | --aspect | --margin) return ;;
+        --radius | --fill | --fov | --focal | --tolerance | --cropped | --binned | --resized | --alpha | \
+        --view-size | --aspect | --margin) return ;;
       --kind)
         words="robot ptz base"
         if [ "${COMP_WORDS[1]}" = view ]; then words="robot ptz"; fi
         ;;
       --flipped) words="h v hv" ;;
       --centre) words="free middle kept" ;;
-      --base | --output | -o | --csv) ;;
+      --place) words="middle axis" ;;
+      --choice) words="nearest upright no-flip" ;;
+      --base | --output | -o | --csv | --track) ;;
       *)
         case ${COMP_WORDS[1]} in
           show) words="--camera --size --kind --json --help" ;;
-          aim) words="--at --pixel --point --box --json --help" ;;
+          aim)
+            words="--at --pixel --point --box --track --distance --radius --fill --fov --focal --place --choice"
+            words="$words --strict --tolerance --all --json --help"
+            ;;
           adjust) words="--base --output --binary --text --backup --force --again --json --help" ;;
           diff)
             words="--camera --size --distance --fail-above --fail-above-mm --fail-above-deg --json --csv --help"
@@ -34,7 +40,7 @@ _camera_parameters() {
     esac
   fi
   # What is not an option is a file, which the shell completes by itself.
-  if [ "$COMP_CWORD" -eq 1 ] || [[ $previous == --@(kind|centre|flipped) ]] || [[ $current == -* ]]; then
+  if [ "$COMP_CWORD" -eq 1 ] || [[ $previous == --@(kind|centre|flipped|place|choice) ]] || [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
   fi
 }

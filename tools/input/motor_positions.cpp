@@ -11,6 +11,7 @@ namespace {
 
 using calibration::PanTiltSystemParameters;
 using calibration::PTZCameraModelConfiguration;
+using calibration::PTZIntrinsicsTable;
 
 std::optional<int> ifStated(bool stated, int steps) {
   return stated ? std::optional<int>(steps) : std::nullopt;
@@ -38,6 +39,9 @@ std::vector<std::string> explainPositions(const PTZCameraModelConfiguration& con
                   ifStated(head.has_max_pan(), head.max_pan()), &sentences);
   explainPosition("tilt", configuration.getTilt(), ifStated(head.has_min_tilt(), head.min_tilt()),
                   ifStated(head.has_max_tilt(), head.max_tilt()), &sentences);
+  const PTZIntrinsicsTable& lens = configuration.getModel()->getParams().intrinsics();
+  explainPosition("zoom", configuration.getZoom(), ifStated(lens.has_min_zoom(), lens.min_zoom()),
+                  ifStated(lens.has_max_zoom(), lens.max_zoom()), &sentences);
   if (const auto sentence = explainExtrapolation(configuration)) sentences.push_back(*sentence);
   return sentences;
 }

@@ -9,7 +9,7 @@
 
 namespace norv::tools {
 
-/// What is odd about where the motors are said to be, a sentence each: pan or tilt beyond the range
+/// What is odd about where the motors are said to be, a sentence each: a motor beyond the range
 /// that the calibration states, a zoom position whose lens is extrapolated. Empty where nothing is.
 std::vector<std::string> explainPositions(
     const calibration::PTZCameraModelConfiguration& configuration);

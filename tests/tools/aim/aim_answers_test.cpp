@@ -53,7 +53,7 @@ TEST(AimCommand, PixelToTheRight) {
             "tilt    0 steps   0.000 deg\n"
             "zoom    0 steps     1.000 x\n"
             "pan and tilt are within their range\n"
-            "the target, taken 1.00 m away, lands at 960.00, 540.00,\n"
+            "the target, taken 1.00 m away (see --distance), lands at 960.00, 540.00,\n"
             "  0.00 px from 960.00, 540.00\n");
 }
 
@@ -114,7 +114,7 @@ TEST(AimCommand, PixelOutsideOfThePicture) {
             "tilt      0 steps    0.000 deg\n"
             "zoom      0 steps      1.000 x\n"
             "pan and tilt are within their range\n"
-            "the target, taken 1.00 m away, lands at 960.00, 540.00,\n"
+            "the target, taken 1.00 m away (see --distance), lands at 960.00, 540.00,\n"
             "  0.00 px from 960.00, 540.00\n"
             "note: pixel -66.205,540 lies outside of the 1920x1080 picture\n");
   const std::string outside = " lies outside of the 1920x1080 picture";

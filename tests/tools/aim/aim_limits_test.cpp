@@ -65,7 +65,7 @@ TEST(AimCommand, BoxWiderThanThePicture) {
             "zoom  0 steps    1.000 x\n"
             "pan and tilt are within their range\n"
             "the zoom is within the lens samples\n"
-            "the target, taken 1.48 m away, lands at 960.00, 540.00,\n"
+            "the target, taken 1.48 m away (see --distance), lands at 960.00, 540.00,\n"
             "  0.00 px from 960.00, 540.00\n"
             "the box spans -300.00, 0.00 to 2220.00, 1080.00 of the 1920x1080 picture,\n"
             "  not all of it inside: by 300.00 px\n"
@@ -134,6 +134,22 @@ TEST(AimCommand, BoxSmallerThanTheLongestLensShows) {
   EXPECT_EQ(
       aim["note"],
       "zoom position 11000 is at or beyond the last lens sample, where the lens is not known");
+}
+
+TEST(AimCommand, BoxBeyondTheRangeOfTheZoom) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_intrinsics()->set_max_zoom(4000);
+  const StoredPtz calibration(ptz);
+  // An eighth of the picture: 8 times the focal length, which 20^0.4 = 3.3 times does not reach.
+  const json aim = toolRefusalJson(calibration.aim("--at 0,0,0 --box 840,472.5,1080,607.5"));
+  const int zoom = aim["zoom"].get<int>();
+  EXPECT_GT(zoom, 6000);
+  EXPECT_THAT(aim["note"].get<std::string>(),
+              ::testing::StartsWith("zoom " + std::to_string(zoom) +
+                                    " is above its highest position, 4000"));
+  EXPECT_EQ(toolJson(calibration.aim("--at 0,0,0 --box 600,337.5,1320,742.5"))["reached"], true);
+  EXPECT_EQ(toolJson(calibration.aim("--at 0,0,4001 --point 5,0,0"))["note"],
+            "zoom is said to be at 4001, above its highest position, 4000");
 }
 
 TEST(AimCommand, LimitOfAMotor) {

@@ -126,9 +126,9 @@ TEST(Usage, HelpOfShow) {
 
 TEST(Usage, HelpSaysHowFarAwayABoxIsTaken) {
   EXPECT_THAT(runTool("aim --help", "COLUMNS=500").output,
-              HasSubstr("Frame the box with these corners, pixels. What is centred lies where the "
-                        "unit rays of the two, added up, end: about 2 m away, less for a wide "
-                        "box\n"));
+              HasSubstr("Frame the box with these corners, pixels. Without --distance, what is "
+                        "centred lies where the unit rays of the two, added up, end: about 2 m "
+                        "away, less for a wide box\n"));
 }
 
 TEST(Usage, HelpNamesTheExitStatusesAndWhatAdjustRefuses) {
