@@ -82,9 +82,16 @@ void addFilled(const AimTask& task, BranchSolver branch, int start, Aim* aim) {
     if (views.least_ratio <= 1 || scale.indexOf(search.zoom()) == 0) held = views;
     search.tell(views.least_ratio, lens.focalLength());
   }
-  ChosenZoom zoom = {scale.zoomAt(std::max<std::int64_t>(search.held(), 0)), MotorBound::kNone};
+  std::int64_t index = std::max<std::int64_t>(search.held(), 0);
+  // The exact position moves with the zoom, so that the next one was tried with other steps.
+  for (; search.held() >= 0 && index < scale.last(); ++index) {
+    FrozenLens lens(task.model, scale.zoomAt(index + 1));
+    if (!branch.holdsThrough(&lens, &held.best)) break;
+    held.place = task.placeIn(lens);
+  }
+  ChosenZoom zoom = {scale.zoomAt(index), MotorBound::kNone};
   if (search.held() < 0) zoom.bound = scale.wideEnd();
-  if (search.held() == scale.last()) zoom.bound = scale.longEnd();
+  if (search.held() >= 0 && index == scale.last()) zoom.bound = scale.longEnd();
   addViews(task, zoom, held, aim);
 }
 

@@ -40,6 +40,41 @@ bool isBetter(const SteppedView& a, const SteppedView& b) {
   return a_holds != b_holds ? a_holds : a.miss < b.miss;
 }
 
+/// The cover as it changes, to first order, with whole steps.
+class SteppedGrid {
+ public:
+  SteppedGrid(const AimTask& task, int pan, int tilt, FrozenLens* lens)
+      : task_(task), at_(coverAt(pan, tilt, lens)) {
+    const int next_pan = pan < std::numeric_limits<int>::max() ? 1 : -1;
+    const int next_tilt = tilt < std::numeric_limits<int>::max() ? 1 : -1;
+    const Cover by_pan = coverAt(pan + next_pan, tilt, lens);
+    const Cover by_tilt = coverAt(pan, tilt + next_tilt, lens);
+    low_by_pan_ = next_pan * (by_pan.low - at_.low);
+    low_by_tilt_ = next_tilt * (by_tilt.low - at_.low);
+    high_by_pan_ = next_pan * (by_pan.high - at_.high);
+    high_by_tilt_ = next_tilt * (by_tilt.high - at_.high);
+  }
+
+  double ratioAt(int pan, int tilt, const Vector2d& place) const {
+    Cover cover;
+    cover.low = at_.low + pan * low_by_pan_ + tilt * low_by_tilt_;
+    cover.high = at_.high + pan * high_by_pan_ + tilt * high_by_tilt_;
+    return fillRatio(cover, place, task_.size, task_.request.zoom_value);
+  }
+
+ private:
+  Cover coverAt(int pan, int tilt, FrozenLens* lens) const {
+    return task_.outline.coverIn(task_.poseAt(pan, tilt), lens);
+  }
+
+  const AimTask& task_;
+  Cover at_;
+  Vector2d low_by_pan_;
+  Vector2d low_by_tilt_;
+  Vector2d high_by_pan_;
+  Vector2d high_by_tilt_;
+};
+
 }  // namespace
 
 SteppedViews BranchSolver::viewsThrough(FrozenLens* lens) {
@@ -57,7 +92,52 @@ SteppedViews BranchSolver::viewsThrough(FrozenLens* lens) {
       if ((i == 0 && j == 0) || isBetter(view, views.best)) views.best = view;
     }
   }
+  if (views.least_ratio > 1 && std::isfinite(views.least_ratio)) widen(lens, &views);
   return views;
+}
+
+bool BranchSolver::holdsThrough(FrozenLens* lens, SteppedView* view) const {
+  const Vector2d place = task_.placeIn(*lens);
+  const auto tryAt = [&](int i, int j) {
+    const SteppedView there =
+        viewAt(task_.pan.stepsFrom(view->pan, i), task_.tilt.stepsFrom(view->tilt, j), lens, place);
+    if (there.ratio <= 1) *view = there;
+    return there.ratio <= 1;
+  };
+  if (tryAt(0, 0)) return true;
+  // Steps at which, by the change of the cover, it is not even nearly held are left out.
+  constexpr double kNearly = 1.001;
+  const SteppedGrid grid(task_, view->pan, view->tilt, lens);
+  for (int i = -1; i <= 1; ++i) {
+    for (int j = -1; j <= 1; ++j) {
+      if ((i != 0 || j != 0) && grid.ratioAt(i, j, place) < kNearly && tryAt(i, j)) return true;
+    }
+  }
+  return false;
+}
+
+/// Where axes of the head that are far from square to each other let both motors together make up
+/// for what one of them misses, steps farther from the exact position are better than the nearest.
+/// Tries the one that is best by the change of the cover from step to step.
+void BranchSolver::widen(FrozenLens* lens, SteppedViews* views) const {
+  const int pan = task_.pan.around(views->fit.pan).values[0];
+  const int tilt = task_.tilt.around(views->fit.tilt).values[0];
+  const SteppedGrid grid(task_, pan, tilt, lens);
+  double least = views->least_ratio;
+  int best[] = {0, 0};
+  for (int i = -1; i <= 2; ++i) {
+    for (int j = -1; j <= 2; ++j) {
+      const double ratio = grid.ratioAt(i, j, views->place);
+      if (!(ratio < least)) continue;
+      least = ratio;
+      best[0] = i;
+      best[1] = j;
+    }
+  }
+  const SteppedView view = viewAt(task_.pan.stepsFrom(pan, best[0]),
+                                  task_.tilt.stepsFrom(tilt, best[1]), lens, views->place);
+  views->least_ratio = std::min(views->least_ratio, view.ratio);
+  if (isBetter(view, views->best)) views->best = view;
 }
 
 /// Turns the head until the middle of the cover is at the place, by Newton's iteration as if the

@@ -19,7 +19,7 @@ struct SteppedView {
   double ratio = 0;  ///< of what is covered to the share of the picture that there is for it
 };
 
-/// The whole steps around the exact position.
+/// What is seen from the whole steps around the exact position.
 struct SteppedViews {
   HeadFit fit;
   Eigen::Vector2d place;
@@ -36,12 +36,18 @@ class BranchSolver {
   BranchSolver(const AimTask& task, const JointAngles& angles, bool is_exact)
       : task_(task), angles_(angles), is_exact_(is_exact) {}
 
-  /// The views at a zoom's lens.
+  /// The views at a zoom's lens. Where the target is to fill the picture and none of the four
+  /// nearest holds it, the steps one farther are tried, too.
   SteppedViews viewsThrough(FrozenLens* lens);
+
+  /// Whether the steps of `view`, or one of the eight around them, hold the target at another
+  /// zoom's lens, too; makes it the view from there.
+  bool holdsThrough(FrozenLens* lens, SteppedView* view) const;
 
  private:
   void centre(FrozenLens* lens, const Eigen::Vector2d& place);
   JointAngles turnFor(const Eigen::Vector2d& shift, const FrozenLens& lens) const;
+  void widen(FrozenLens* lens, SteppedViews* views) const;
   SteppedView viewAt(int pan, int tilt, FrozenLens* lens, const Eigen::Vector2d& place) const;
 
   const AimTask& task_;

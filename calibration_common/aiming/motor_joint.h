@@ -38,6 +38,11 @@ class MotorJoint {
   };
   WholeSteps around(const MotorFit& fit) const;
 
+  /// The position `difference` steps from another one, as far as the range allows.
+  int stepsFrom(int steps, int difference) const {
+    return limited(static_cast<double>(steps) + difference);
+  }
+
  private:
   int limited(double steps) const;
 

@@ -44,7 +44,8 @@ class TouchingRays {
 double extremeOf(double before, double middle, double after) {
   const double curvature = before - 2 * middle + after;
   const double offset = 0.5 * (before - after) / curvature;
-  return std::isfinite(offset) ? std::clamp(offset, -1.0, 1.0) : 0;
+  constexpr double kFar = 10;  // the coarse parabola's error in units of the fine one
+  return std::isfinite(offset) ? std::clamp(offset, -kFar, kFar) : 0;
 }
 
 /// A sampled outline, all of it seen.
