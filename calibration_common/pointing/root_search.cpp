@@ -29,6 +29,8 @@ constexpr double kSolved = 1e-12;
 constexpr double kSame = 1e-9;
 /// Error of a start that belongs to a double root.
 constexpr double kNear = 1e-5;
+/// Product of two distances from the tilt axis whose square is not lost.
+constexpr double kNoDirection = 1e-150;
 /// By how much a start may violate the first equation.
 constexpr double kStartError = 1e-3;
 
@@ -206,13 +208,16 @@ class RootSearch {
     PanTiltRoot root;
     root.pan = positiveHalfTurn(std::atan2(at.sin_pan, at.cos_pan));
     root.tilt = positiveHalfTurn(std::atan2(tilt_sin, tilt_cos));
-    if (from.norm() <= kOnAxis && to.norm() <= kOnAxis) {
-      any_tilt_ = true;
+    double norm = std::sqrt(tilt_cos * tilt_cos + tilt_sin * tilt_sin);
+    const bool is_on_axis = from.norm() <= kOnAxis && to.norm() <= kOnAxis;
+    any_tilt_ = any_tilt_ || is_on_axis;
+    // Where one of them lies on the tilt axis, all tilts come as near.
+    if (is_on_axis || norm < kNoDirection) {
       root.tilt = positiveHalfTurn(std::remainder(search_.free_tilt, 2 * kPi));
       tilt_cos = std::cos(root.tilt);
       tilt_sin = std::sin(root.tilt);
+      norm = 1;
     }
-    const double norm = std::sqrt(tilt_cos * tilt_cos + tilt_sin * tilt_sin);
     judge(at, tilt_cos / norm, tilt_sin / norm, &root);
     return root;
   }

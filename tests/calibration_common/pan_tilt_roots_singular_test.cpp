@@ -194,6 +194,26 @@ TEST(PanTiltSingular, PointBesideTheTiltAxisOfARayOnItIsOutOfReach) {
             PanTiltReach::kOutOfReach);
 }
 
+TEST(PanTiltSingular, PointNearTheTiltAxisOfARayOnItIsComeNearAtEveryTilt) {
+  // 1e-5 m above the axis, 3 m + sin(acos 0.25) from the camera.
+  const PanTiltModel head = headThatLooksAlongItsTiltAxis();
+  const double range = 3 + std::sqrt(1 - 0.25 * 0.25);
+  PanTiltSearch search;
+  search.tolerance = 1e-4;
+  search.free_tilt = 0.7;
+  for (const double x : {0.0, 1e-290, 1e-161}) {
+    const PanTiltRoots roots = head.solveAll({1, 0, 1e-5}, {x, 0}, search);
+    ASSERT_FALSE(roots.empty()) << x;
+    double nearest = 1;
+    for (const PanTiltRoot& root : roots) {
+      EXPECT_EQ(root.tilt, 0.7) << x;
+      EXPECT_NEAR(root.miss, missAt(head, root.pan, root.tilt, {1, 0, 1e-5}), 1e-12) << x;
+      nearest = std::min(nearest, root.miss);
+    }
+    EXPECT_NEAR(nearest, 1e-5 / range, 1e-9) << x;
+  }
+}
+
 TEST(PanTiltSingular, BothAxesAtOnce) {
   // The point where all axes meet is the optical centre itself: there is no direction to it.
   const PanTiltModel head = headModel(headWithoutLeverArms());
