@@ -27,7 +27,7 @@ enum class PtzSight {
 /// that are not finite, where the head's axes are parallel for `kCentred`, and where there is no
 /// zoom (`zoomRange`) or no image size for `kInPicture`.
 ///
-/// Allocates nothing. Takes a microsecond or two for `kCentred`, up to 0.3 ms for `kInPicture`.
+/// Allocates nothing. Takes a microsecond for `kCentred`, up to a millisecond for `kInPicture`.
 NORV_EXPORT bool canSee(const PTZCameraModel& model, const Eigen::Vector3d& point,
                         PtzSight sight = PtzSight::kInPicture);
 
@@ -52,8 +52,8 @@ struct PtzCoverage {
 /// The boundary of what can be seen `distance` metres from where the head turns, at `azimuths`
 /// azimuths spread evenly. Elevations are good to 1e-6 rad; spans, and gaps between them, that
 /// are narrower than half a degree may be missed. No spans for a model that is not valid or whose
-/// head has parallel axes, and for a distance that is not positive and finite. Takes up to a tenth
-/// of a second per azimuth for `kInPicture`.
+/// head has parallel axes, and for a distance that is not positive and finite. Takes a fifth of
+/// a millisecond per azimuth for `kCentred`, tens of milliseconds for `kInPicture`.
 NORV_EXPORT PtzCoverage coverage(const PTZCameraModel& model, double distance,
                                  PtzSight sight = PtzSight::kCentred, std::size_t azimuths = 360);
 

@@ -57,6 +57,8 @@ TEST(ExamplePtzCalibration, TheLensIsSampledAsTheTableSays) {
   }
   // Nothing is known at the last sample, which therefore lies beyond the range.
   EXPECT_GT(lens.samples(lens.samples_size() - 1).zoom(), kLongEnd);
+  EXPECT_EQ(lens.min_zoom(), 0);
+  EXPECT_EQ(lens.max_zoom(), kLongEnd);
 }
 
 TEST(ExamplePtzCalibration, TheLensIsThatOfATwentyfoldZoom) {

@@ -13,9 +13,12 @@
 #include <random>
 #include <vector>
 
+#include "calibration_common/ptz_aiming.h"
+#include "support/logging.h"
 #include "testing/allocation_count.h"
 #include "testing/example_ptz.h"
 #include "testing/random_head.h"
+#include "testing/random_message.h"
 
 namespace norv::calibration {
 namespace {
@@ -27,6 +30,14 @@ using testing::ptzModel;
 using testing::uniform;
 
 constexpr double kPi = 3.14159265358979323846;
+
+/// No log lines, for the length of a scope.
+struct ScopedQuiet {
+  ScopedQuiet() { setLogLevel(nullptr, 0); }
+  ScopedQuiet(const ScopedQuiet&) = delete;
+  ScopedQuiet& operator=(const ScopedQuiet&) = delete;
+  ~ScopedQuiet() { setLogLevel(nullptr, kLogWarning); }
+};
 
 PTZCameraParameters plainPtz() {
   PTZCameraParameters ptz = examplePtz();
@@ -104,6 +115,33 @@ TEST(CanSee, InThePictureBesideTheEndOfPan) {
   EXPECT_FALSE(canSee(*model, corner - 1e-3 * ahead.cross(leftwards)));
 }
 
+TEST(CanSee, InTheDistortedPicture) {
+  // Barrel: at the left border, on the row of the principal point, is the ray whose x/z is -0.8.
+  PTZCameraParameters ptz = plainPtz();
+  for (PTZIntrinsicsItem& sample : *ptz.mutable_intrinsics()->mutable_samples()) {
+    sample.set_k1(-0.08);
+    sample.set_k4(0.1);
+    sample.set_cx(1500 * 0.8 * (1 - 0.08 * 0.64) / (1 + 0.1 * 0.64));
+  }
+  ptz.mutable_pan_tilt()->set_min_pan(-1000);
+  const PTZCameraModelPtr model = ptzModel(ptz);
+  const double left = angleOf(1000) + std::atan(0.8);
+  EXPECT_TRUE(canSee(*model, 7 * direction(left - 1e-6, 0)));
+  EXPECT_FALSE(canSee(*model, 7 * direction(left + 1e-6, 0)));
+}
+
+TEST(CanSee, InThePictureOfTheShortestZoomOfTheRange) {
+  PTZCameraParameters ptz = plainPtz();
+  ptz.mutable_intrinsics()->set_min_zoom(2000);
+  const PTZCameraModelPtr model = ptzModel(ptz);
+  const double focal_length = ptz.intrinsics().samples(2).focal_length();
+  const double down = -angleOf(1047) - std::atan(540 / focal_length);
+  EXPECT_TRUE(canSee(*model, 5 * direction(1, down + 1e-6)));
+  EXPECT_FALSE(canSee(*model, 5 * direction(1, down - 1e-6)));
+  ptz.mutable_intrinsics()->set_max_zoom(1999);
+  EXPECT_FALSE(canSee(*ptzModel(ptz), {5, 0, 0}));
+}
+
 TEST(CanSee, MotorsWithoutLimitsAndThoseThatStandStill) {
   PTZCameraParameters ptz = plainPtz();
   PanTiltSystemParameters* head = ptz.mutable_pan_tilt();
@@ -124,6 +162,7 @@ TEST(CanSee, MotorsWithoutLimitsAndThoseThatStandStill) {
 }
 
 TEST(CanSee, NeverWithoutACameraAPointOrAPicture) {
+  const ScopedQuiet quiet;
   const PTZCameraModelPtr model = ptzModel(plainPtz());
   const double nan = std::numeric_limits<double>::quiet_NaN();
   EXPECT_FALSE(canSee(*model, {5, nan, 0}));
@@ -227,6 +266,13 @@ PTZCameraParameters randomPtz(std::mt19937_64* random) {
   return ptz;
 }
 
+/// In any direction, five metres from where the head turns.
+Vector3d randomPoint(const PTZCameraModel& model, std::mt19937_64* random) {
+  const double azimuth = uniform(random, -kPi, kPi);
+  const double elevation = std::asin(uniform(random, -1, 1));
+  return coverage(model, 5, PtzSight::kCentred, 0).centre + 5 * direction(azimuth, elevation);
+}
+
 // What lies between two positions of the grid, half a step of each motor away, is 1.5 degrees from
 // the one or the other where the point is far beside the arms of up to 0.35 m, by 2000 pixels per
 // radian and twice that in the corners.
@@ -238,9 +284,7 @@ TEST(CanSee, AgreesWithAllPositionsTriedOneByOne) {
   for (int i = 0; i < 300; ++i) {
     const PTZCameraParameters ptz = randomPtz(&random);
     const PTZCameraModelPtr model = ptzModel(ptz);
-    const double azimuth = uniform(&random, -kPi, kPi);
-    const Vector3d centre = coverage(*model, 5, PtzSight::kCentred, 0).centre;
-    const Vector3d point = centre + 5 * direction(azimuth, std::asin(uniform(&random, -1, 1)));
+    const Vector3d point = randomPoint(*model, &random);
     const Nearest nearest = searchAll(ptz, point);
     const bool is_centred = canSee(*model, point, PtzSight::kCentred);
     const bool is_shown = canSee(*model, point);
@@ -255,6 +299,30 @@ TEST(CanSee, AgreesWithAllPositionsTriedOneByOne) {
   EXPECT_GT(centred, 50);
   EXPECT_GT(shown, centred + 50);
   EXPECT_GT(hidden, 50);
+}
+
+/// Whether the camera aims at a point without that a limit keeps it from there.
+bool aims(const PTZCameraModel& model, const Vector3d& point) {
+  AimRequest request;
+  request.target = PointTarget{point};
+  request.place = AimPlace::kPrincipalPoint;
+  const Aim found = aim(model, request);
+  return !found.empty() && found.best().pan_bound == MotorBound::kNone &&
+         found.best().tilt_bound == MotorBound::kNone;
+}
+
+// Aiming goes half a step beyond the ends of the range, which none of these points needs.
+TEST(CanSee, CentresWhatCanBeAimedAt) {
+  std::mt19937_64 random(28);
+  int centred = 0;
+  for (int i = 0; i < 3000; ++i) {
+    const PTZCameraModelPtr model = ptzModel(randomPtz(&random));
+    const Vector3d point = randomPoint(*model, &random);
+    const bool is_centred = canSee(*model, point, PtzSight::kCentred);
+    EXPECT_EQ(is_centred, aims(*model, point)) << i;
+    centred += is_centred ? 1 : 0;
+  }
+  EXPECT_GT(centred, 300);
 }
 
 // ---------------------------------------------------------------------------------- coverage
@@ -354,6 +422,22 @@ TEST(Coverage, OfThePictureIntoTheBlindCone) {
     EXPECT_NEAR(span.highest, 30 * kRadians + std::atan(960.0 / 1500), 1e-6);
     EXPECT_NEAR(span.lowest, -30 * kRadians - std::atan(960.0 / 1500), 1e-6);
   }
+}
+
+TEST(Coverage, OfAnyMessageEnds) {
+  const ScopedQuiet quiet;
+  std::mt19937 random(29);
+  int with_spans = 0;
+  int shown = 0;
+  for (int i = 0; i < 200; ++i) {
+    const PTZCameraModelPtr model = ptzModel(testing::mutated(examplePtz(), &random));
+    const PtzCoverage found = coverage(*model, 5, PtzSight::kCentred, 1);
+    with_spans += found.spans.empty() ? 0 : 1;
+    for (const ElevationSpan& span : found.spans) EXPECT_LE(span.lowest, span.highest);
+    for (int j = 0; j < 4; ++j) shown += canSee(*model, 5 * direction(j, 0.5 * j)) ? 1 : 0;
+  }
+  EXPECT_GT(with_spans, 10);
+  EXPECT_GT(shown, 100);
 }
 
 TEST(Coverage, IsEmptyForParallelAxes) {
