@@ -55,7 +55,7 @@ ZoomRange positionsOfSamples(const PTZIntrinsicsTable& table) {
   const std::int64_t end = start + interval * (table.samples_size() - 1);
   if (interval > 0) return toRange(start, end - 1);
   if (interval < 0) return toRange(end + 1, start);
-  const auto [low, high] = std::minmax(table.samples(0).zoom(), table.samples(1).zoom());
+  const auto [low, high] = std::minmax({table.samples(0).zoom(), table.samples(1).zoom()});
   if (!(high > low)) return kNoRange;
   return {truncateToInt(std::ceil(low)), truncateToInt(std::ceil(high) - 1)};
 }
@@ -79,7 +79,7 @@ bool isOrdinary(const PTZIntrinsicsItem& sample) {
 }
 
 bool isBetween(const PTZIntrinsicsItem& a, const PTZIntrinsicsItem& b, const ZoomRange& range) {
-  const auto [low, high] = std::minmax(a.zoom(), b.zoom());
+  const auto [low, high] = std::minmax({a.zoom(), b.zoom()});
   return low < high && range.lowest >= low && range.highest <= high;
 }
 
