@@ -122,8 +122,9 @@ class JsonSchema(unittest.TestCase):
             self.assertEqual(found["alternatives"] is None, "--all" not in question)
         held = self.document("aim_search", 3, *at, "--box", "500,400,503,402", "--distance", "5", "--strict")
         self.assertEqual((held["zoom_bound"], held["reason"]), ("highest", "limited"))
-        blind = self.document("aim_search", 3, "aim", self.head, "--at", "0,0,11000", "--pixel", "1,1", "--distance", "3")
-        self.assertEqual((blind["pan"], blind["reason"]), (None, "no-present-lens"))
+        blind = self.document("aim_search", 3, "aim", self.head, "--at", "0,0,11000", "--pixel", "1,1", "--distance", "3",
+                              "--all")
+        self.assertEqual((blind["pan"], blind["reason"], blind["alternatives"]), (None, "no-present-lens", []))
 
     def test_aim_with_a_track(self):
         track = self.write("track.txt", "3,1,1.5\n17,3,1,1.6\n1e2 0.3 0 -40\nnonsense\n")

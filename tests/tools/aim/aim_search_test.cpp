@@ -303,6 +303,10 @@ TEST(AimSearch, WordsForWhatCannotBe) {
   // The optical axis passes the pan axis, and a target on that, at half a metre.
   EXPECT_EQ(reason(ptz, "--at 0,0,0 --point 0,0,3 --strict"), "out-of-reach");
   ptz = plainPtz();
+  ptz.mutable_pan_tilt()->mutable_tilt_to_camera()->set_a(11, -500);
+  // The camera sits half a metre ahead of where it turns, and looks away from what is nearer.
+  EXPECT_EQ(reason(ptz, "--at 0,0,0 --point 0.2,0,0 --strict"), "behind");
+  ptz = plainPtz();
   testing::storePose({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0},
                      ptz.mutable_pan_tilt()->mutable_pan_to_tilt());
   EXPECT_EQ(reason(ptz, "--at 0,0,0 --point 5,1,1 --strict"), "parallel-axes");

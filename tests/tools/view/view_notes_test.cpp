@@ -146,6 +146,7 @@ TEST_F(ViewCommand, NotesMotorsBeyondTheirRangeAsAimDoes) {
   const json notes = toolJson("view " + kPtz + " --at -5935,-1048,-10")["notes"];
   EXPECT_EQ(notes, (json{"pan is said to be at -5935, below its lowest position, -5934",
                          "tilt is said to be at -1048, below its lowest position, -1047",
+                         "zoom is said to be at -10, below its lowest position, 0",
                          "zoom position -10 is below the first lens sample: the lens there is "
                          "extrapolated"}));
   std::string joined;
