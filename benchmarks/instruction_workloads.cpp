@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "benchmarks/example_ptz_camera.h"
 #include "benchmarks/inputs.h"
 #include "benchmarks/view_inputs.h"
 #include "calibration_common/camera_parameters.h"
+#include "calibration_common/ptz_aiming.h"
 #include "support/auto_diff.h"
 #include "support/auto_diff_eigen.h"
 #include "support/camera_projection.h"
@@ -174,6 +176,38 @@ void point() {
   });
 }
 
+void solveAll() {
+  const calibration::PanTiltModel head = testing::headModel(testing::exampleHead());
+  const std::vector<Vector3_f> targets = exampleTargets();
+  countedWorkload([&] {
+    for (int i = 0; i < 50; ++i) {
+      for (const Vector3_f& target : targets) {
+        calibration::PanTiltRoots roots = head.solveAll(target.cast<double>(), {0, 0});
+        use(roots);
+      }
+    }
+  });
+}
+
+void aim() {
+  const calibration::PTZCameraModelPtr model = testing::ptzModel(testing::examplePtz());
+  const std::vector<Vector3_f> targets = exampleTargets();
+  calibration::AimRequest request;
+  request.zoom_value = 0.8;
+  countedWorkload([&] {
+    for (const Vector3_f& target : targets) {
+      request.target = calibration::PointTarget{target.cast<double>()};
+      request.zoom = calibration::AimZoom::kKeep;
+      calibration::Aim kept = calibration::aim(*model, request);
+      use(kept);
+      request.target = calibration::SphereTarget{target.cast<double>(), 0.1};
+      request.zoom = calibration::AimZoom::kFill;
+      calibration::Aim filled = calibration::aim(*model, request);
+      use(filled);
+    }
+  });
+}
+
 void logStatements() {
   setLogSink([](const LogRecord& record) { use(const_cast<int&>(record.level)); });
   countedWorkload([&] {
@@ -214,6 +248,8 @@ constexpr Workload kWorkloads[] = {
     {"statuses", askStatuses},
     {"get_full_transform", getFullTransform},
     {"point", point},
+    {"solve_all", solveAll},
+    {"aim", aim},
     {"log_statements", logStatements},
     {"dual_products", dualProducts},
 };

@@ -8,6 +8,7 @@
 
 #include "benchmarks/example_ptz_camera.h"
 #include "benchmarks/inputs.h"
+#include "calibration_common/ptz_aiming.h"
 
 namespace norv::benchmarks {
 namespace {
@@ -57,6 +58,30 @@ void solveAll(benchmark::State& state) {
   }
 }
 BENCHMARK(solveAll);
+
+void aimAtTargets(benchmark::State& state, calibration::AimZoom zoom) {
+  const PTZCameraModelPtr model = exampleModel();
+  Cycle<Vector3_f> targets(exampleTargets());
+  calibration::AimRequest request;
+  request.now = {500, 300, 2500};
+  request.zoom = zoom;
+  request.zoom_value = 0.8;
+  for (auto _ : state) {
+    const Eigen::Vector3d centre = targets.next().cast<double>();
+    request.target = calibration::SphereTarget{centre, 0.1};
+    if (zoom == calibration::AimZoom::kKeep) request.target = calibration::PointTarget{centre};
+    calibration::Aim answer = calibration::aim(*model, request);
+    benchmark::DoNotOptimize(answer);
+  }
+}
+
+/// At a point, with the zoom as it is.
+void aim(benchmark::State& state) { aimAtTargets(state, calibration::AimZoom::kKeep); }
+BENCHMARK(aim);
+
+/// At a ball that is to fill most of the picture.
+void aimWithZoom(benchmark::State& state) { aimAtTargets(state, calibration::AimZoom::kFill); }
+BENCHMARK(aimWithZoom);
 
 void constructConfiguration(benchmark::State& state) {
   const PTZCameraModelPtr model = exampleModel();

@@ -10,7 +10,9 @@
 #include <utility>
 #include <vector>
 
+#include "calibration_common/ptz_aiming.h"
 #include "calibration_common/ptz_camera_model.h"
+#include "calibration_common/ptz_coverage.h"
 #include "testing/example_ptz.h"
 #include "testing/log_capture.h"
 #include "testing/random_head.h"
@@ -80,6 +82,13 @@ TEST(PTZConcurrency, ThreadsPointWithOneModel) {
   EXPECT_EQ(model.use_count(), 1);
 }
 
+void expectSameBits(const std::vector<double>& actual, const std::vector<double>& expected) {
+  ASSERT_EQ(actual.size(), expected.size());
+  for (std::size_t i = 0; i < actual.size(); ++i) {
+    EXPECT_EQ(testing::bitsOf(actual[i]), testing::bitsOf(expected[i])) << i;
+  }
+}
+
 /// All numbers of `solveAll` for `count` random targets, the same ones for the same seed.
 std::vector<double> rootsOf(const PanTiltModel& head, unsigned seed, int count) {
   std::mt19937_64 random(seed);
@@ -105,13 +114,43 @@ TEST(PTZConcurrency, ThreadsSolveForAllAnglesWithOneHead) {
   inThreads([&](std::size_t i) { actual[i] = rootsOf(head, 120, 300); });
   const std::vector<double> expected = rootsOf(head, 120, 300);
   EXPECT_GT(expected.size(), 300U);
-  for (const std::vector<double>& one : actual) {
-    ASSERT_EQ(one.size(), expected.size());
-    EXPECT_TRUE(testing::sameBits(
-        Eigen::Map<const Eigen::VectorXd>(one.data(), static_cast<Eigen::Index>(one.size())),
-        Eigen::Map<const Eigen::VectorXd>(expected.data(),
-                                          static_cast<Eigen::Index>(expected.size()))));
+  for (const std::vector<double>& one : actual) expectSameBits(one, expected);
+}
+
+/// All numbers of `aim`, and what `canSee` says, for `count` random targets.
+std::vector<double> aimsOf(const PTZCameraModel& model, unsigned seed, int count) {
+  std::mt19937_64 random(seed);
+  std::vector<double> numbers;
+  AimRequest request;
+  for (int i = 0; i < count; ++i) {
+    Eigen::Vector3d world;
+    for (double& element : world) element = uniform(&random, -6, 6);
+    request.target = PointTarget{world};
+    request.zoom = AimZoom::kKeep;
+    if (i % 2 == 1) {
+      request.target = SphereTarget{world, 0.1};
+      request.zoom = AimZoom::kFill;
+    }
+    const Aim answer = aim(model, request);
+    numbers.push_back(static_cast<double>(answer.failure));
+    numbers.push_back(canSee(model, world) ? 1 : 0);
+    for (const AimPosition& at : answer) {
+      numbers.insert(numbers.end(),
+                     {static_cast<double>(at.motors.pan), static_cast<double>(at.motors.tilt),
+                      static_cast<double>(at.motors.zoom), at.lands.x(), at.lands.y(), at.miss,
+                      at.low.x(), at.high.y()});
+    }
   }
+  return numbers;
+}
+
+TEST(PTZConcurrency, ThreadsAimWithOneModel) {
+  const PTZCameraModelPtr model = ptzModel(testing::examplePtz());
+  std::vector<std::vector<double>> actual(kThreads);
+  inThreads([&](std::size_t i) { actual[i] = aimsOf(*model, 121, 100); });
+  const std::vector<double> expected = aimsOf(*model, 121, 100);
+  EXPECT_GT(expected.size(), 900U);
+  for (const std::vector<double>& one : actual) expectSameBits(one, expected);
 }
 
 TEST(PTZConcurrency, ThreadsPointWithOneConfiguration) {
