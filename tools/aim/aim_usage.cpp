@@ -13,6 +13,7 @@ using calibration::AimPlace;
 
 constexpr const char* kSearchGroup = "At a distance, within the range of the motors, with any head";
 constexpr double kLeast = std::numeric_limits<double>::min();
+constexpr double kNearlyHalfTurn = 179.999;  // degrees
 constexpr auto kMost = static_cast<double>(std::numeric_limits<float>::max());
 
 /// Numbers of single precision's range in both precisions, the fixed operations' and the other's.
@@ -101,9 +102,9 @@ void addZoom(CLI::App* aim, SearchOptions* search) {
       "Zoom until the box, the points or the sphere take up this share of the picture (for a box "
       "1 is the default; otherwise the zoom stays)",
       kLeast, 1, "a number above 0, at most 1", [search](double value) { search->fill = value; });
-  CLI::Option* fov =
-      addNumber(aim, "--fov", "DEGREES", "Zoom until the picture is so wide", kLeast, 180,
-                "an angle above 0, at most 180", [search](double value) { search->fov = value; });
+  CLI::Option* fov = addNumber(aim, "--fov", "DEGREES", "Zoom until the picture is so wide", kLeast,
+                               kNearlyHalfTurn, "an angle between 0 and 180",
+                               [search](double value) { search->fov = value; });
   CLI::Option* focal =
       addNumber(aim, "--focal", "PIXELS", "Zoom until the focal length is this", kLeast, kMost,
                 "a positive number", [search](double value) { search->focal = value; });

@@ -80,7 +80,8 @@ TEST(AimSearchUsage, WhatIsNoValue) {
   }
   expectAimUsage("--point 1,2,3 --fill 1.1", "--fill: not a number above 0, at most 1: 1.1");
   expectAimUsage("--point 1,2,3 --fill 0", "--fill: not a number above 0, at most 1: 0");
-  expectAimUsage("--point 1,2,3 --fov 181", "--fov: not an angle above 0, at most 180: 181");
+  expectAimUsage("--point 1,2,3 --fov 181", "--fov: not an angle between 0 and 180: 181");
+  expectAimUsage("--point 1,2,3 --fov 180", "--fov: not an angle between 0 and 180: 180");
   expectAimUsage("--point 1,2,3 --place up", "--place: not of the form middle|axis: up");
   expectAimUsage("--point 1,2,3 --choice flip",
                  "--choice: not of the form nearest|upright|no-flip: flip");
