@@ -135,6 +135,36 @@ void constructAndGetPanTiltZoom(benchmark::State& state) {
 }
 BENCHMARK(constructAndGetPanTiltZoom);
 
+/// From a point to motor positions, the zoom's by the field of view.
+void aimPoint(benchmark::State& state) {
+  const PTZCameraModelPtr model = exampleModel();
+  Cycle<Vector3_f> targets(exampleTargets());
+  calibration::AimRequest request = {calibration::PointTarget{}, {500, 300, 2500}};
+  request.zoom = calibration::AimZoom::kFieldOfView;
+  request.zoom_value = 0.4;
+  for (auto _ : state) {
+    request.target = calibration::PointTarget{targets.next().cast<double>()};
+    calibration::Aim found = aim(*model, request);
+    benchmark::DoNotOptimize(found);
+  }
+}
+BENCHMARK(aimPoint);
+
+/// From motor positions and a box to those that frame it.
+void aimBox(benchmark::State& state) {
+  const PTZCameraModelPtr model = exampleModel();
+  Cycle<Vector2_f> pixels(examplePixels());
+  calibration::AimRequest request = {calibration::BoxTarget{}, {500, 300, 2500}};
+  request.zoom = calibration::AimZoom::kFill;
+  for (auto _ : state) {
+    const Eigen::Vector2d corner = pixels.next().cast<double>();
+    request.target = calibration::BoxTarget{corner, corner + Eigen::Vector2d(200, 100), 5};
+    calibration::Aim found = aim(*model, request);
+    benchmark::DoNotOptimize(found);
+  }
+}
+BENCHMARK(aimBox);
+
 void zoomXFactorToSteps(benchmark::State& state) {
   const PTZCameraModelPtr model = exampleModel();
   float factor = 1;

@@ -168,7 +168,7 @@ void BranchSolver::centre(FrozenLens* lens, const Vector2d& place) {
 }
 
 /// By how much the head has to turn for the anchor's pixel to move by `shift`, to first order.
-JointAngles BranchSolver::turnFor(const Vector2d& shift, const FrozenLens& lens) const {
+[[gnu::flatten]] JointAngles BranchSolver::turnFor(const Vector2d& shift, const FrozenLens& lens) const {
   const MovingPoint point = task_.chain.pointAt(angles_);
   const Vector2d ray = point.at.head<2>() / point.at.z();
   const Vector2d wanted = lens.movedRay(ray, shift) - ray;

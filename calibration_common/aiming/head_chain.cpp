@@ -75,7 +75,7 @@ HeadChain::HeadChain(const calibration::PanTiltModel& head, const Vector3d& poin
       camera_from_tilt_(widened(head.getTiltToCamera().transform)),
       point_in_pan_(pan_from_base_ * point) {}
 
-HeadPose HeadChain::poseAt(const JointAngles& angles) const {
+[[gnu::flatten]] HeadPose HeadChain::poseAt(const JointAngles& angles) const {
   const Matrix3d camera_from_turned = timesTurn(camera_from_tilt_.rotation, angles.tilt);
   const Matrix3d camera_from_pan = camera_from_turned * tilt_from_pan_.rotation;
   const Matrix3d camera_from_panned = timesTurn(camera_from_pan, angles.pan);
@@ -87,7 +87,7 @@ HeadPose HeadChain::poseAt(const JointAngles& angles) const {
   return pose;
 }
 
-MovingPoint HeadChain::pointAt(const JointAngles& angles) const {
+[[gnu::flatten]] MovingPoint HeadChain::pointAt(const JointAngles& angles) const {
   const Vector3d panned = turned(point_in_pan_, std::cos(angles.pan), std::sin(angles.pan));
   const double c = std::cos(angles.tilt);
   const double s = std::sin(angles.tilt);

@@ -75,7 +75,8 @@ ChosenZoom chooseZoom(const AimTask& task) {
     const bool is_bound = error > 0 && (last == 0 || error > 0.5 * differenceOf(last - 1, last));
     return {scale.zoomAt(last), is_bound ? scale.longEnd() : MotorBound::kNone};
   }
-  return {scale.zoomAt(errorAt(held) <= errorAt(held + 1) ? held : held + 1), MotorBound::kNone};
+  const bool is_held_nearer = errorAt(held) <= errorAt(held + 1);
+  return {scale.zoomAt(is_held_nearer ? held : held + 1), MotorBound::kNone};
 }
 
 }  // namespace norv::internal
