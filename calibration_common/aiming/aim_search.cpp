@@ -78,8 +78,11 @@ void addFilled(const AimTask& task, BranchSolver branch, int start, Aim* aim) {
   SteppedViews held = {};
   while (!search.isDone()) {
     FrozenLens lens(task.model, search.zoom());
-    const SteppedViews views = branch.viewsThrough(&lens);
-    if (views.least_ratio <= 1 || scale.indexOf(search.zoom()) == 0) held = views;
+    const std::int64_t at = scale.indexOf(search.zoom());
+    const bool is_end = at == 0 || at == scale.last();
+    const SteppedViews views =
+        is_end ? branch.viewsThrough(&lens) : branch.roughViewsThrough(&lens);
+    if (views.least_ratio <= 1 || at == 0) held = views;
     search.tell(views.least_ratio, lens.focalLength());
   }
   std::int64_t index = std::max<std::int64_t>(search.held(), 0);

@@ -78,22 +78,49 @@ class SteppedGrid {
 }  // namespace
 
 SteppedViews BranchSolver::viewsThrough(FrozenLens* lens) {
+  SteppedViews views = start(lens);
+  addAll(lens, &views);
+  return views;
+}
+
+SteppedViews BranchSolver::roughViewsThrough(FrozenLens* lens) {
+  // The change with two steps of both motors, doubled for rays far from the axis.
+  constexpr double kSteps = 4;
+  SteppedViews views = start(lens);
+  views.best = viewAt(task_.pan.nearest(views.fit.pan), task_.tilt.nearest(views.fit.tilt), lens,
+                      views.place);
+  views.least_ratio = views.best.ratio;
+  const double room = std::min(views.place.minCoeff(), (task_.size - views.place).minCoeff()) *
+                      task_.request.zoom_value;
+  const double change = kSteps * lens->focalLength() *
+                        (task_.pan.radiansPerStep() + task_.tilt.radiansPerStep()) / room;
+  if (!(std::abs(views.least_ratio - 1) > change && room > 0)) addAll(lens, &views);
+  return views;
+}
+
+/// The exact position.
+SteppedViews BranchSolver::start(FrozenLens* lens) {
   SteppedViews views;
   views.place = task_.placeIn(*lens);
   if (is_exact_ && (!task_.outline.isOnePoint() || task_.wantsFill())) centre(lens, views.place);
   views.fit = fitLimited(task_, angles_);
   views.least_ratio = kInfinity;
-  const MotorJoint::WholeSteps pans = task_.pan.around(views.fit.pan);
-  const MotorJoint::WholeSteps tilts = task_.tilt.around(views.fit.tilt);
+  return views;
+}
+
+/// The whole steps around it.
+void BranchSolver::addAll(FrozenLens* lens, SteppedViews* views) const {
+  views->least_ratio = kInfinity;
+  const MotorJoint::WholeSteps pans = task_.pan.around(views->fit.pan);
+  const MotorJoint::WholeSteps tilts = task_.tilt.around(views->fit.tilt);
   for (int i = 0; i < pans.count; ++i) {
     for (int j = 0; j < tilts.count; ++j) {
-      const SteppedView view = viewAt(pans.values[i], tilts.values[j], lens, views.place);
-      views.least_ratio = std::min(views.least_ratio, view.ratio);
-      if ((i == 0 && j == 0) || isBetter(view, views.best)) views.best = view;
+      const SteppedView view = viewAt(pans.values[i], tilts.values[j], lens, views->place);
+      views->least_ratio = std::min(views->least_ratio, view.ratio);
+      if ((i == 0 && j == 0) || isBetter(view, views->best)) views->best = view;
     }
   }
-  if (views.least_ratio > 1 && std::isfinite(views.least_ratio)) widen(lens, &views);
-  return views;
+  if (views->least_ratio > 1 && std::isfinite(views->least_ratio)) widen(lens, views);
 }
 
 bool BranchSolver::holdsThrough(FrozenLens* lens, SteppedView* view) const {
@@ -168,7 +195,8 @@ void BranchSolver::centre(FrozenLens* lens, const Vector2d& place) {
 }
 
 /// By how much the head has to turn for the anchor's pixel to move by `shift`, to first order.
-[[gnu::flatten]] JointAngles BranchSolver::turnFor(const Vector2d& shift, const FrozenLens& lens) const {
+[[gnu::flatten]] JointAngles BranchSolver::turnFor(const Vector2d& shift,
+                                                   const FrozenLens& lens) const {
   const MovingPoint point = task_.chain.pointAt(angles_);
   const Vector2d ray = point.at.head<2>() / point.at.z();
   const Vector2d wanted = lens.movedRay(ray, shift) - ray;

@@ -40,11 +40,17 @@ class BranchSolver {
   /// nearest holds it, the steps one farther are tried, too.
   SteppedViews viewsThrough(FrozenLens* lens);
 
+  /// The same for a zoom on the way: of a target that fills far more or far less than its share of
+  /// the picture, for whichever steps, only the nearest view.
+  SteppedViews roughViewsThrough(FrozenLens* lens);
+
   /// Whether the steps of `view`, or one of the eight around them, hold the target at another
   /// zoom's lens, too; makes it the view from there.
   bool holdsThrough(FrozenLens* lens, SteppedView* view) const;
 
  private:
+  SteppedViews start(FrozenLens* lens);
+  void addAll(FrozenLens* lens, SteppedViews* views) const;
   void centre(FrozenLens* lens, const Eigen::Vector2d& place);
   JointAngles turnFor(const Eigen::Vector2d& shift, const FrozenLens& lens) const;
   void widen(FrozenLens* lens, SteppedViews* views) const;

@@ -71,9 +71,13 @@ bool FrozenLens::isImaged(const LensInverse::Point& ray) {
   const double s = ray.x * ray.x + ray.y * ray.y;
   if (s <= certain_) return true;
   if (!std::isfinite(s)) return false;
-  if (!inverse_.surelyInside(s)) return inverse_.contains(ray);
-  certain_ = s;
-  return true;
+  // Points farther out are likely to follow.
+  for (const double reach : {4 * s, s}) {
+    if (!inverse_.surelyInside(reach)) continue;
+    certain_ = reach;
+    return true;
+  }
+  return inverse_.contains(ray);
 }
 
 }  // namespace norv::internal

@@ -48,6 +48,8 @@ MotorJoint::WholeSteps MotorJoint::around(const MotorFit& fit) const {
   return {below == above ? 1 : 2, {below, above}};
 }
 
+int MotorJoint::nearest(const MotorFit& fit) const { return limited(std::round(fit.steps)); }
+
 int MotorJoint::limited(double steps) const {
   if (!(steps > lowest_)) return lowest_;
   return steps < highest_ ? static_cast<int>(steps) : highest_;

@@ -38,6 +38,9 @@ class MotorJoint {
   };
   WholeSteps around(const MotorFit& fit) const;
 
+  /// The whole step that is nearest to a position.
+  int nearest(const MotorFit& fit) const;
+
   /// The position `difference` steps from another one, as far as the range allows.
   int stepsFrom(int steps, int difference) const {
     return limited(static_cast<double>(steps) + difference);

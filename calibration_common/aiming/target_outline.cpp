@@ -36,7 +36,8 @@ Vector3d TargetOutline::pointAt(std::size_t i) const {
   return {points.at(i, 0), points.at(i, 1), points.at(i, 2)};
 }
 
-[[gnu::flatten]] Cover TargetOutline::coverIn(const HeadPose& camera_from_base, FrozenLens* lens) const {
+[[gnu::flatten]] Cover TargetOutline::coverIn(const HeadPose& camera_from_base,
+                                              FrozenLens* lens) const {
   if (radius_ > 0) return sphereCover(camera_from_base * anchor_, radius_, lens);
   Cover cover;
   for (std::size_t i = 0; i < count_; ++i) {
