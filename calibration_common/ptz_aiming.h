@@ -107,7 +107,8 @@ enum class AimFailure {
   kNone,            ///< there is one
   kInvalidModel,    ///< the model is not valid, has no image size, or has motors that do not turn
   kInvalidRequest,  ///< a number is not finite or makes no sense: a distance that is not positive,
-                    ///< a share beyond (0, 1], a sphere around the camera, no points
+                    ///< a share beyond (0, 1], a sphere around the camera, no points, a picture
+                    ///< filled with a single point or around a pixel that is not inside of it
   kNoPresentLens,   ///< pixels are asked for, but at the present zoom there is no lens
   kNoRay,           ///< no ray is imaged at a pixel that was given, or at the place
   kNoZoom,          ///< the zoom has no range in which there is a lens
@@ -177,9 +178,13 @@ struct Aim {
 /// Angles are taken modulo full turns into the motors' range, at the turn that is nearest to the
 /// present position. Of the whole steps around the exact position the best are taken; place, zoom
 /// and steps are solved together, since the principal point moves with the zoom. With `kFill` all
-/// of the target lies within its share of the picture, and one zoom step more, with whichever of
-/// the neighbouring steps of pan and tilt, would lose a part, unless the range ends. The zoom is
-/// always one at which there is a lens (`zoomRange`).
+/// of the target lies within its share of the picture, and one zoom step more towards the longer
+/// lens, with whichever of the neighbouring steps of pan and tilt, would lose a part, unless the
+/// range ends. The zoom is always one at which there is a lens (`zoomRange`).
+///
+/// What the head comes near to within half a step of its motors counts as reached. Where a limit
+/// keeps a motor from the target, the other one goes where that is seen nearest to the place, by
+/// angle.
 ///
 /// The inverse is `PTZCameraModelConfiguration::project3dToCamera` at the answer.
 NORV_EXPORT Aim aim(const PTZCameraModel& model, const AimRequest& request);
@@ -194,7 +199,8 @@ struct ZoomRange {
 
 /// Where the zoom motor may go: `min_zoom` to `max_zoom` of the calibration, as far as there is a
 /// finite lens with a positive focal length. A limit that is absent is the end of the samples: the
-/// first one, and the last position before the last one. Empty where there is no such position.
+/// first one, and the last position before the last one. Where such positions lie apart, the
+/// longest run of them; empty where there are none.
 NORV_EXPORT ZoomRange zoomRange(const PTZCameraModel& model);
 
 }  // namespace norv::calibration
