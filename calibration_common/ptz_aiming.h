@@ -115,7 +115,8 @@ enum class AimFailure {
   kOutOfReach,      ///< no angles of the head bring the target there: `PanTiltReach::kOutOfReach`
   kBehind,          ///< `PanTiltReach::kBehind`
   kParallelAxes,    ///< `PanTiltReach::kParallelAxes`
-  kOutOfSight,      ///< the limits of the motors keep the target behind the camera or off its lens
+  kOutOfSight,      ///< nothing of it is seen, or not all with `kFill`, since the limits of the
+                    ///< motors keep it behind the camera or off its lens, or its parts lie around
 };
 
 /// The end of a motor's range that a position is bound by.
@@ -129,29 +130,36 @@ struct AimPosition {
   /// For the zoom, whether another one would have been chosen with a longer range.
   MotorBound zoom_bound = MotorBound::kNone;
 
+  double miss = std::numeric_limits<double>::quiet_NaN();  ///< of `wanted` by `lands`, pixels
   /// Pixel at which the target is seen: the point itself, or the middle of what the points, the
-  /// box or the sphere cover.
-  Eigen::Vector2d lands;
-  Eigen::Vector2d wanted;  ///< where it was to be
-  double miss;             ///< between the two, pixels
+  /// box or the sphere cover, as far as they are seen.
+  Eigen::Vector2d lands = noPixel();
+  Eigen::Vector2d wanted = noPixel();  ///< where it was to be
 
   /// What the target covers, pixels: smallest and largest x and y. Both `lands` for a single point.
-  Eigen::Vector2d low;
-  Eigen::Vector2d high;
-  /// Whether all of it lies in the picture, border included: not when a part of it is not seen.
-  bool is_inside;
+  Eigen::Vector2d low = noPixel();
+  Eigen::Vector2d high = noPixel();
 
   /// How far each motor goes from where it is now, steps.
-  std::int64_t pan_travel;
-  std::int64_t tilt_travel;
-  std::int64_t zoom_travel;
+  std::int64_t pan_travel = 0;
+  std::int64_t tilt_travel = 0;
+  std::int64_t zoom_travel = 0;
 
+  /// Whether all of the target lies before the camera and on its lens.
+  bool is_whole = false;
+  /// Whether, besides, all of it lies in the picture, border included.
+  bool is_inside = false;
   /// Whether the camera's down points below the horizon of the base frame.
-  bool is_upright;
+  bool is_upright = false;
 
   bool isLimited() const {
     return pan_bound != MotorBound::kNone || tilt_bound != MotorBound::kNone ||
            zoom_bound != MotorBound::kNone;
+  }
+
+ private:
+  static Eigen::Vector2d noPixel() {
+    return Eigen::Vector2d::Constant(std::numeric_limits<double>::quiet_NaN());
   }
 };
 

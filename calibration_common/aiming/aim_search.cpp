@@ -58,6 +58,7 @@ AimPosition toPosition(const AimTask& task, const ChosenZoom& zoom, const Steppe
   position.miss = view.miss;
   position.low = view.cover.low;
   position.high = view.cover.high;
+  position.is_whole = view.cover.is_whole;
   position.is_inside = view.cover.is_whole && (view.cover.low.array() >= 0).all() &&
                        (view.cover.high.array() <= task.size.array()).all();
   position.pan_travel = std::int64_t{view.pan} - now.pan;
