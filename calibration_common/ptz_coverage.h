@@ -17,7 +17,8 @@ enum class PtzSight {
   /// On the optical axis, which passes near the picture's middle: apart from the rounding to steps,
   /// and within 1e-6 rad.
   kCentred,
-  /// Anywhere in the picture, its border included, at the shortest zoom of the range.
+  /// Anywhere in the picture, its border included, at the zoom of the range with the shortest focal
+  /// length.
   kInPicture,
 };
 

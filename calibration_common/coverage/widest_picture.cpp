@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "support/numeric/angles.h"
 
@@ -10,11 +11,37 @@ namespace norv::internal {
 using calibration::PTZCameraModel;
 using calibration::ZoomRange;
 
+namespace {
+
+/// The zoom within a range at which the focal length is shortest. It is linear between two samples,
+/// so that this is an end of the range or beside a place where the samples change.
+int widestZoom(const PTZCameraModel& model, const ZoomRange& range) {
+  if (range.empty()) return range.lowest;
+  int widest = range.lowest;
+  double shortest = FrozenLens(model, widest).focalLength();
+  const auto look = [&](std::int64_t zoom) {
+    if (zoom <= range.lowest || zoom > range.highest) return;
+    const double focal_length = FrozenLens(model, static_cast<int>(zoom)).focalLength();
+    if (!(focal_length < shortest)) return;
+    widest = static_cast<int>(zoom);
+    shortest = focal_length;
+  };
+  const calibration::PTZIntrinsicsTable& table = model.getParams().intrinsics();
+  for (std::int64_t i = 0; i < table.samples_size(); ++i) {
+    const std::int64_t change = table.zoom_start() + i * table.zoom_interval();
+    for (const int step : {-1, 0, 1}) look(change + step);
+  }
+  look(range.highest);
+  return widest;
+}
+
+}  // namespace
+
 WidestPicture::WidestPicture(const PTZCameraModel& model)
     : WidestPicture(model, zoomRange(model)) {}
 
 WidestPicture::WidestPicture(const PTZCameraModel& model, const ZoomRange& range)
-    : lens_(model, range.lowest),
+    : lens_(model, widestZoom(model, range)),
       size_(model.getParams().intrinsics().image_width(),
             model.getParams().intrinsics().image_height()),
       is_usable_(!range.empty() && size_.minCoeff() > 0),

@@ -8,8 +8,8 @@
 
 namespace norv::internal {
 
-/// The picture at the shortest zoom of a camera's range, which shows most, and how points lie to
-/// it. Not thread-safe: it keeps what it finds out of the lens.
+/// The picture at the zoom of a camera's range with the shortest focal length, which shows most,
+/// and how points lie to it. Not thread-safe: it keeps what it finds out of the lens.
 class WidestPicture {
  public:
   /// Of a model that has samples.
