@@ -136,6 +136,11 @@ class CheckLayout(unittest.TestCase):
                         add={"support/file.cpp": "\n" * (301 - lines)})
         self.assertEqual(problems_with(add={"tools/main.cpp": "\n" * 301}), [])
 
+    def test_a_test_has_at_most_450_lines(self):
+        self.assertEqual(problems_with(add={"tests/support/new_test.cpp": "\n" * 450}), [])
+        self.expect_one("tests/support/new_test.cpp has 451 lines, more than 450",
+                        add={"tests/support/new_test.cpp": "\n" * 451})
+
     def test_private_headers_declare_in_internal(self):
         self.expect_one("support/lens/new.h is private, but declares nothing in norv::internal",
                         add={"support/lens/new.h": "namespace norv::lens {\n}\n"})
