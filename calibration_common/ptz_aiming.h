@@ -165,7 +165,14 @@ struct AimPosition {
 
 /// The answer: the positions of the different pairs of angles, the best first. Those within the
 /// range of pan and tilt come before those that a limit keeps from the target; the latter are
-/// there only when there are no others, the one that misses least first.
+/// there only when there are no others.
+///
+/// Where a limit keeps the head from the target there is a position for each end of a range from
+/// which turning back would lead away from it: of a pan range that leaves out a sector, for targets
+/// in that sector, both. They are in the order of `AimChoice`, too, but one that misses by more
+/// than twice the angle of another one comes after it. So a loop that follows a target through the
+/// sector goes to the other end once, and one that wobbles in its middle leaves the head where it
+/// is.
 struct Aim {
   static constexpr std::size_t kMaxCount = PanTiltRoots::kMaxCount;
 

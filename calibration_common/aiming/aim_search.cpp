@@ -114,9 +114,12 @@ class AimSearch {
     for (std::size_t i = 0; i < count_; ++i) {
       if (isNearRange(roots_[i])) add(roots_[i]);
     }
-    for (std::size_t i = 0; i < count_ && !hasFree(); ++i) {
+    // What is several points or a sphere is aimed at beside its anchor.
+    const bool may_be_free = task_.wantsFill() || !task_.outline.isOnePoint();
+    for (std::size_t i = 0; i < count_ && may_be_free && !hasFree(); ++i) {
       if (!isNearRange(roots_[i])) add(roots_[i]);
     }
+    if (!hasFree()) addLimited();
     aim_.failure = aim_.empty() ? AimFailure::kOutOfSight : AimFailure::kNone;
     internal::sortPositions(task_, &aim_);
     return aim_;
@@ -163,15 +166,14 @@ class AimSearch {
   /// Whether a root is in the motors' range, or so near that it may be at another zoom.
   bool isNearRange(const PanTiltRoot& root) const {
     constexpr double kNear = 0.02;  // radians
-    const MotorFitBeyond beyond = {task_.pan.fit(root.pan).beyond * task_.pan.radiansPerStep(),
-                                   task_.tilt.fit(root.tilt).beyond * task_.tilt.radiansPerStep()};
-    return beyond.pan <= kNear && beyond.tilt <= kNear;
+    return beyondOf(root) <= kNear;
   }
 
-  struct MotorFitBeyond {
-    double pan;
-    double tilt;
-  };
+  /// By how much a root lies beyond the range of the motors, radians.
+  double beyondOf(const PanTiltRoot& root) const {
+    return std::max(task_.pan.fit(root.pan).beyond * task_.pan.radiansPerStep(),
+                    task_.tilt.fit(root.tilt).beyond * task_.tilt.radiansPerStep());
+  }
 
   /// Whether there is a position that no limit keeps from the target.
   bool hasFree() const {
@@ -179,9 +181,20 @@ class AimSearch {
            aim_.best().tilt_bound == MotorBound::kNone;
   }
 
-  void add(const PanTiltRoot& root) {
+  /// The positions at the ends of the ranges.
+  void addLimited() {
+    aim_.count = 0;
+    const PanTiltRoot* nearest = std::min_element(
+        roots_.begin(), roots_.begin() + count_,
+        [this](const PanTiltRoot& a, const PanTiltRoot& b) { return beyondOf(a) < beyondOf(b); });
+    const internal::LimitEnds ends = limitEnds(task_, {nearest->pan, nearest->tilt});
+    for (std::size_t i = 0; i < ends.count; ++i) add(*nearest, ends.values[i]);
+    for (std::size_t i = 0; i < count_ && ends.count == 0; ++i) add(roots_[i]);
+  }
+
+  void add(const PanTiltRoot& root, std::optional<internal::LimitEnd> end = std::nullopt) {
     constexpr double kExact = 1e-9;
-    BranchSolver branch(task_, {root.pan, root.tilt}, root.miss <= kExact);
+    BranchSolver branch(task_, {root.pan, root.tilt}, root.miss <= kExact, end);
     if (task_.wantsFill()) {
       addFilled(task_, branch, zoom_.zoom, &aim_);
       return;

@@ -103,7 +103,7 @@ SteppedViews BranchSolver::start(FrozenLens* lens) {
   SteppedViews views;
   views.place = task_.placeIn(*lens);
   if (is_exact_ && (!task_.outline.isOnePoint() || task_.wantsFill())) centre(lens, views.place);
-  views.fit = fitLimited(task_, angles_);
+  views.fit = fitLimited(task_, angles_, end_);
   views.least_ratio = kInfinity;
   return views;
 }

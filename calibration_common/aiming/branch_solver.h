@@ -3,6 +3,7 @@
 /// One way in which the head sees the target, followed over the zoom.
 
 #include <cstdint>
+#include <optional>
 
 #include "calibration_common/aiming/aim_task.h"
 #include "calibration_common/aiming/limited_fit.h"
@@ -33,8 +34,10 @@ class BranchSolver {
  public:
   /// `angles` see the outline's anchor near the place. They are kept as they are unless
   /// `is_exact`: near a pose that the head only comes near to there is nothing to converge to.
-  BranchSolver(const AimTask& task, const JointAngles& angles, bool is_exact)
-      : task_(task), angles_(angles), is_exact_(is_exact) {}
+  /// `end` is for `fitLimited`.
+  BranchSolver(const AimTask& task, const JointAngles& angles, bool is_exact,
+               std::optional<LimitEnd> end)
+      : task_(task), angles_(angles), is_exact_(is_exact), end_(end) {}
 
   /// The views at a zoom's lens. Where the target is to fill the picture and none of the four
   /// nearest holds it, the steps one farther are tried, too.
@@ -59,6 +62,7 @@ class BranchSolver {
   const AimTask& task_;
   JointAngles angles_;
   bool is_exact_;
+  std::optional<LimitEnd> end_;
 };
 
 }  // namespace norv::internal

@@ -32,12 +32,6 @@ double turnTowards(const Vector3d& from, const Vector3d& to) {
   return std::atan2(from.x() * to.y() - from.y() * to.x(), from.x() * to.x() + from.y() * to.y());
 }
 
-/// How the cosine between a point and a direction changes as the point moves.
-double cosineSlope(const Vector3d& point, const Vector3d& motion, const Vector3d& ray) {
-  const double square = point.squaredNorm();
-  return (ray.dot(motion) - ray.dot(point) * point.dot(motion) / square) / std::sqrt(square);
-}
-
 /// The angle near `start` at which `slope` vanishes, by the secant method; `start` where that does
 /// not lead to a larger `value`.
 template <class Slope, class Value>
@@ -125,6 +119,11 @@ double HeadChain::bestPan(const JointAngles& angles, const Vector3d& ray) const 
 
 double cosineBetween(const Vector3d& point, const Vector3d& ray) {
   return point.dot(ray) / (point.norm() * ray.norm());
+}
+
+double cosineSlope(const Vector3d& point, const Vector3d& motion, const Vector3d& ray) {
+  const double square = point.squaredNorm();
+  return (ray.dot(motion) - ray.dot(point) * point.dot(motion) / square) / std::sqrt(square);
 }
 
 }  // namespace norv::internal

@@ -59,4 +59,8 @@ class HeadChain {
 /// Cosine of the angle between a point and a direction.
 double cosineBetween(const Eigen::Vector3d& point, const Eigen::Vector3d& ray);
 
+/// How that cosine changes as the point moves, but for the length of `ray`.
+double cosineSlope(const Eigen::Vector3d& point, const Eigen::Vector3d& motion,
+                   const Eigen::Vector3d& ray);
+
 }  // namespace norv::internal

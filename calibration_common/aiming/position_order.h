@@ -13,8 +13,8 @@ double uprightness(const HeadPose& camera_from_base);
 /// from the target give way to those that none does.
 void addPosition(const calibration::AimPosition& position, calibration::Aim* aim);
 
-/// Puts the positions into the order that is asked for; those that a limit keeps from the target
-/// into that of their misses.
+/// Puts the positions into the order that is asked for. Of those that a limit keeps from the target
+/// one that misses by less than half the angle comes first.
 void sortPositions(const AimTask& task, calibration::Aim* aim);
 
 }  // namespace norv::internal
