@@ -37,10 +37,18 @@ class Seeing {
   }
 
   bool sees(const Vector3d& point) {
+    clearance_ = 0;
     if (!is_usable_ || !point.allFinite()) return false;
     if (!picture_) return centres(point);
-    return (shows_axis_ && centres(point)) || search_->finds(point);
+    // Looked for first, since it is found fastest.
+    if (shows_axis_ && centres(point)) return true;
+    const bool is_found = search_->finds(point);
+    clearance_ = search_->clearance();
+    return is_found;
   }
+
+  /// Metres that the last point may move by and remains unseen; 0 where that is not known.
+  double clearance() const { return clearance_; }
 
  private:
   /// Whether the optical axis comes upon the point within the range.
@@ -61,6 +69,7 @@ class Seeing {
   std::optional<internal::WidestPicture> picture_;
   std::optional<internal::PictureSearch> search_;
   bool shows_axis_ = false;
+  double clearance_ = 0;
 };
 
 double elevationAt(int step) { return kPi * step / kElevationSteps - kPi / 2; }
@@ -73,8 +82,10 @@ class Column {
 
   void addTo(std::vector<ElevationSpan>* spans) {
     bool was_seen = false;
+    double hidden_below = -kPi;
     for (int i = 0; i <= kElevationSteps; ++i) {
       const double elevation = elevationAt(i);
+      if (elevation < hidden_below) continue;
       const bool is_seen = sees(elevation);
       if (is_seen && !was_seen) {
         const double lowest = i == 0 ? elevation : edge(elevation, elevationAt(i - 1));
@@ -83,6 +94,7 @@ class Column {
       if (is_seen) spans->back().highest = elevation;
       if (!is_seen && was_seen) spans->back().highest = edge(elevationAt(i - 1), elevation);
       was_seen = is_seen;
+      hidden_below = elevation + seeing_.clearance() / distance_;
     }
   }
 

@@ -54,7 +54,7 @@ struct PtzCoverage {
 /// azimuths spread evenly. Elevations are good to 1e-6 rad; spans, and gaps between them, that
 /// are narrower than half a degree may be missed. No spans for a model that is not valid or whose
 /// head has parallel axes, and for a distance that is not positive and finite. Takes a fifth of
-/// a millisecond per azimuth for `kCentred`, tens of milliseconds for `kInPicture`.
+/// a millisecond per azimuth for `kCentred`, a few milliseconds for `kInPicture`.
 NORV_EXPORT PtzCoverage coverage(const PTZCameraModel& model, double distance,
                                  PtzSight sight = PtzSight::kCentred, std::size_t azimuths = 360);
 

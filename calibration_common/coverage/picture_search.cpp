@@ -11,13 +11,22 @@ namespace {
 using Eigen::Vector3d;
 
 constexpr double kStep = radians(10);
+/// What is halved no more, radians.
+constexpr double kFinestTurn = 0.005;
+/// For a point that is nearer to the arms halving would go on for long.
+constexpr double kMaxRate = 4;
+
+/// How far the camera is at most from the pan frame's origin, metres.
+double armsOf(const JointFrames& frames) {
+  return frames.tilt_shift.norm() + frames.camera_shift.norm();
+}
 
 /// The smallest value of `f` that golden sections of the range come upon, its ends included, down
-/// to 3e-8 of its width; or the first one that is not above 0.
+/// to 2e-7 of its width; or the first one that is not above 0.
 template <class F>
 double findLowest(const AngleRange& range, const F& f) {
   constexpr double kGolden = 0.6180339887498949;
-  constexpr int kSections = 36;
+  constexpr int kSections = 32;
   double low = range.low;
   double high = range.high;
   double best = std::min(f(low), f(high));
@@ -61,12 +70,75 @@ AngleRange PictureSearch::Nodes::around(int i) const {
 
 PictureSearch::PictureSearch(const JointFrames& frames, const HeadRange& range,
                              WidestPicture* picture)
-    : frames_(frames), pans_(range.pan), tilts_(range.tilt), picture_(picture) {}
+    : frames_(frames),
+      pans_(range.pan),
+      tilts_(range.tilt),
+      picture_(picture),
+      last_pan_(range.pan.middle()),
+      last_tilt_(range.tilt.middle()) {}
 
 bool PictureSearch::finds(const Vector3d& point) {
+  prepare(point);
+  if (showsAt(last_pan_, last_tilt_)) return true;
+  if (pan_rate_ + tilt_rate_ < kMaxRate) {
+    outside_ = kPi;
+    const Verdict verdict = judge(pans_.all(), tilts_.all());
+    if (verdict == Verdict::kHidden) {
+      const double from_camera = in_pan_.norm() - armsOf(frames_);
+      clearance_ = outside_ / (1 + outside_) * from_camera;
+    }
+    if (verdict != Verdict::kUnknown) return verdict == Verdict::kSeen;
+  }
+  return findsByGaps();
+}
+
+/// The point turns about the pan axis at its distance from there, about the tilt axis at most as
+/// far away as itself and the arms, and is seen from no nearer than itself without them.
+void PictureSearch::prepare(const Vector3d& point) {
   in_pan_ = frames_.inPan(point);
+  clearance_ = 0;
+  const double arms = armsOf(frames_);
+  const double distance = in_pan_.norm();
+  const double from_camera = std::max(distance - arms, 0.0);
+  pan_rate_ = in_pan_.head<2>().norm() / from_camera;
+  tilt_rate_ = (distance + arms) / from_camera;
+}
+
+bool PictureSearch::showsAt(double pan, double tilt) {
+  const Vector3d in_tilt = frames_.inTilt(in_pan_, pan);
+  if (!(picture_->gapTo(frames_.inCamera(in_tilt, tilt)) <= 0)) return false;
+  last_pan_ = pan;
+  last_tilt_ = tilt;
+  return true;
+}
+
+/// What the middle of a part of the range tells about all of it, and otherwise its halves.
+PictureSearch::Verdict PictureSearch::judge(const AngleRange& pans, const AngleRange& tilts) {
+  const double pan = pans.middle();
+  const double tilt = tilts.middle();
+  const double pan_turn = 0.5 * (pans.high - pans.low) * pan_rate_;
+  const double tilt_turn = 0.5 * (tilts.high - tilts.low) * tilt_rate_;
+  const double outside =
+      picture_->angleOutside(frames_.inCamera(frames_.inTilt(in_pan_, pan), tilt));
+  const double left = outside - pan_turn - tilt_turn;
+  if (left > 0) {
+    outside_ = std::min(outside_, left);
+    return Verdict::kHidden;
+  }
+  if (outside == 0 && showsAt(pan, tilt)) return Verdict::kSeen;
+  if (pan_turn + tilt_turn < kFinestTurn) return Verdict::kUnknown;
+  const bool is_pan = pan_turn > tilt_turn;
+  const AngleRange halves[2] = {{is_pan ? pans.low : tilts.low, is_pan ? pan : tilt},
+                                {is_pan ? pan : tilt, is_pan ? pans.high : tilts.high}};
+  for (const AngleRange& half : halves) {
+    const Verdict verdict = is_pan ? judge(half, tilts) : judge(pans, half);
+    if (verdict != Verdict::kHidden) return verdict;
+  }
+  return Verdict::kHidden;
+}
+
+bool PictureSearch::findsByGaps() {
   fillGrid();
-  if (gaps_.minCoeff() <= 0) return true;
   for (int i = 0; i < pans_.count; ++i) {
     for (int j = 0; j < tilts_.count; ++j) {
       if (isLowest(i, j) && canReachFrom(i, j) && descendsFrom(i, j)) return true;
@@ -77,10 +149,14 @@ bool PictureSearch::finds(const Vector3d& point) {
 
 void PictureSearch::fillGrid() {
   gaps_.resize(pans_.count, tilts_.count);
+  const double turn = pans_.step * pan_rate_ + tilts_.step * tilt_rate_;
   for (int i = 0; i < pans_.count; ++i) {
     const Vector3d in_tilt = frames_.inTilt(in_pan_, pans_.angle(i));
     for (int j = 0; j < tilts_.count; ++j) {
-      gaps_(i, j) = picture_->gapTo(frames_.inCamera(in_tilt, tilts_.angle(j)));
+      const Vector3d in_camera = frames_.inCamera(in_tilt, tilts_.angle(j));
+      // What is not near need not be known well.
+      gaps_(i, j) = picture_->angleOutside(in_camera) > turn ? 2 - in_camera.z() / in_camera.norm()
+                                                             : picture_->gapTo(in_camera);
     }
   }
 }
@@ -95,17 +171,11 @@ bool PictureSearch::isLowest(int i, int j) const {
   return true;
 }
 
-/// Whether a step of both motors may bring the point from where it is into the picture. The point
-/// turns about an axis at most as far away as itself and the arms between, and is seen from no
-/// nearer than itself without them.
+/// Whether a step of both motors may bring the point from where it is into the picture.
 bool PictureSearch::canReachFrom(int i, int j) const {
-  const double arms = frames_.tilt_shift.norm() + frames_.camera_shift.norm();
-  const double distance = in_pan_.norm();
-  if (!(distance > arms)) return true;
-  const double turn = (pans_.step + tilts_.step) * (distance + arms) / (distance - arms);
+  const double turn = pans_.step * pan_rate_ + tilts_.step * tilt_rate_;
   const Vector3d in_tilt = frames_.inTilt(in_pan_, pans_.angle(i));
-  const double angle = angleFromAxis(frames_.inCamera(in_tilt, tilts_.angle(j)));
-  return angle <= picture_->halfAngle() + turn;
+  return !(picture_->angleOutside(frames_.inCamera(in_tilt, tilts_.angle(j))) > turn);
 }
 
 bool PictureSearch::descendsFrom(int i, int j) {

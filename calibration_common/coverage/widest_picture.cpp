@@ -44,22 +44,34 @@ WidestPicture::WidestPicture(const PTZCameraModel& model, const ZoomRange& range
     : lens_(model, widestZoom(model, range)),
       size_(model.getParams().intrinsics().image_width(),
             model.getParams().intrinsics().image_height()),
-      is_usable_(!range.empty() && size_.minCoeff() > 0),
-      half_angle_(is_usable_ ? findHalfAngle() : 0) {}
+      is_usable_(!range.empty() && size_.minCoeff() > 0) {
+  if (is_usable_) findSides();
+}
 
-/// Of the farthest of the picture's corners. Distortion bends the sides between them outwards by
-/// less than the margin that is added; half a turn where a corner has no ray.
-double WidestPicture::findHalfAngle() {
-  constexpr double kMargin = 0.1;
-  double angle = 0;
-  for (const double x : {0.0, size_.x()}) {
-    for (const double y : {0.0, size_.y()}) {
-      const double radius = lens_.rectify({x, y}).norm();
-      if (std::isnan(radius)) return kPi;
-      angle = std::max(angle, std::atan(radius) + kMargin);
+/// From the rays of the border. What bends outwards between those looked at does so by less than
+/// the margin that is added.
+void WidestPicture::findSides() {
+  constexpr double kMargin = 0.01;  // radians
+  constexpr int kParts = 8;         // of each side
+  Eigen::Array2d low = Eigen::Array2d::Zero();
+  Eigen::Array2d high = Eigen::Array2d::Zero();
+  for (int i = 0; i <= kParts; ++i) {
+    const Eigen::Vector2d along = size_ * i / kParts;
+    for (const Eigen::Vector2d& pixel :
+         {Eigen::Vector2d(along.x(), 0), Eigen::Vector2d(along.x(), size_.y()),
+          Eigen::Vector2d(0, along.y()), Eigen::Vector2d(size_.x(), along.y())}) {
+      const Eigen::Array2d ray = lens_.rectify(pixel);
+      if (!ray.isFinite().all()) return;
+      low = low.min(ray);
+      high = high.max(ray);
     }
   }
-  return angle;
+  const Eigen::Array2d first = (low.atan() - kMargin).max(-kPi / 2);
+  const Eigen::Array2d last = (high.atan() + kMargin).min(kPi / 2);
+  sides_ << -std::cos(first.x()), 0, std::sin(first.x()),  //
+      std::cos(last.x()), 0, -std::sin(last.x()),          //
+      0, -std::cos(first.y()), std::sin(first.y()),        //
+      0, std::cos(last.y()), -std::sin(last.y());
 }
 
 double WidestPicture::gapTo(const Eigen::Vector3d& in_camera) {
@@ -68,10 +80,6 @@ double WidestPicture::gapTo(const Eigen::Vector3d& in_camera) {
   const double pixels = std::max((-pixel).maxCoeff(), (pixel - size_).maxCoeff());
   const double gap = pixels / lens_.focalLength();
   return gap > 0 ? gap / (1 + gap) : gap;
-}
-
-double angleFromAxis(const Eigen::Vector3d& in_camera) {
-  return std::atan2(in_camera.head<2>().norm(), in_camera.z());
 }
 
 }  // namespace norv::internal

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <Eigen/Core>
+#include <algorithm>
+#include <cmath>
 
 #include "calibration_common/aiming/frozen_lens.h"
 #include "calibration_common/ptz_aiming.h"
@@ -23,20 +25,23 @@ class WidestPicture {
   /// angle from the optical axis.
   double gapTo(const Eigen::Vector3d& in_camera);
 
-  /// Angle from the optical axis within which the whole picture lies, radians.
-  double halfAngle() const { return half_angle_; }
+  /// At least how far a direction of the camera frame, any length, has to turn to come into the
+  /// picture, radians: by how much it is beyond one of the four planes through the optical centre
+  /// between which the picture lies. Not above 0 where the lens does not tell.
+  double angleOutside(const Eigen::Vector3d& in_camera) const {
+    const double sine = (sides_ * in_camera).maxCoeff() / in_camera.norm();
+    return sine > 0 ? std::asin(std::min(sine, 1.0)) : 0;
+  }
 
  private:
   WidestPicture(const calibration::PTZCameraModel& model, const calibration::ZoomRange& range);
-  double findHalfAngle();
+  void findSides();
 
   FrozenLens lens_;
   Eigen::Vector2d size_;
   bool is_usable_;
-  double half_angle_;
+  /// Unit normals of those planes, outwards; zero where the lens does not tell.
+  Eigen::Matrix<double, 4, 3> sides_ = Eigen::Matrix<double, 4, 3>::Zero();
 };
-
-/// Angle of a point of the camera frame from the optical axis, radians.
-double angleFromAxis(const Eigen::Vector3d& in_camera);
 
 }  // namespace norv::internal

@@ -158,5 +158,31 @@ TEST(CanSee, CentresWhatCanBeAimedAt) {
   EXPECT_GT(centred, 300);
 }
 
+// The boundary leaps over what is far from the picture, and begins with the position before.
+TEST(CanSee, AgreesWithTheBoundaryOfCoverage) {
+  std::mt19937_64 random(30);
+  int seen = 0;
+  int hidden = 0;
+  for (int i = 0; i < 12; ++i) {
+    const PTZCameraModelPtr model = ptzModel(randomPtz(&random));
+    const double distance = std::exp(uniform(&random, 0, 3));
+    const PtzCoverage found = coverage(*model, distance, PtzSight::kInPicture, 3);
+    for (int j = 0; j < 150; ++j) {
+      const double azimuth = 2 * kPi * (j % 3) / 3.0 - kPi;
+      const double elevation = uniform(&random, -kPi / 2, kPi / 2);
+      const bool is_within =
+          std::any_of(found.spans.begin(), found.spans.end(), [&](const ElevationSpan& span) {
+            return std::abs(span.azimuth - azimuth) < 1e-9 && span.lowest <= elevation &&
+                   elevation <= span.highest;
+          });
+      const Vector3d point = found.centre + distance * direction(azimuth, elevation);
+      EXPECT_EQ(canSee(*model, point), is_within) << i << " " << azimuth << " " << elevation;
+      (is_within ? seen : hidden) += 1;
+    }
+  }
+  EXPECT_GT(seen, 200);
+  EXPECT_GT(hidden, 200);
+}
+
 }  // namespace
 }  // namespace norv::calibration
