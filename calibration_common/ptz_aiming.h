@@ -197,9 +197,11 @@ struct Aim {
 /// lens, with whichever of the neighbouring steps of pan and tilt, would lose a part, unless the
 /// range ends. The zoom is always one at which there is a lens (`zoomRange`).
 ///
-/// What the head comes near to within half a step of its motors counts as reached. Where a limit
-/// keeps a motor from the target, the other one goes where that is seen nearest to the place, by
-/// angle.
+/// What the head comes near to within 0.02 radians without reaching it, as targets close to the pan
+/// axis, is aimed at as nearly as it can be: no limit binds such a position, and its miss says how
+/// near it is. Where every pan will do, on the axis, the pan stays where it is, or at the end of
+/// the range that is nearest. Where a limit keeps a motor from the target, the other one goes where
+/// that is seen nearest to the place, by angle.
 ///
 /// The inverse is `PTZCameraModelConfiguration::project3dToCamera` at the answer.
 NORV_EXPORT Aim aim(const PTZCameraModel& model, const AimRequest& request);

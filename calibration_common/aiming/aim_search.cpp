@@ -108,7 +108,7 @@ class AimSearch {
     const Eigen::Vector2d ray = wantedRay();
     if (!ray.allFinite()) return failed(AimFailure::kNoRay);
     const PanTiltRoots roots =
-        task_.model.getPanTiltModel().solveAll(task_.outline.anchor(), ray, searchOptions());
+        task_.model.getPanTiltModel().solveAll(task_.chain.pointOrOnAxis(), ray, searchOptions());
     if (roots.empty()) return failed(failureOf(roots.reach));
     if (!takeOutside(roots)) return failed(AimFailure::kInvalidRequest);
     for (std::size_t i = 0; i < count_; ++i) {
@@ -144,14 +144,12 @@ class AimSearch {
     return lens.rectify(task_.placeIn(lens));
   }
 
-  /// What the head comes near to within half a step of its motors is as good as reached.
+  /// What the head does not reach but comes near to is aimed at as nearly as it can.
   PanTiltSearch searchOptions() const {
     PanTiltSearch options;
-    options.tolerance =
-        std::clamp(0.5 * std::max(task_.pan.radiansPerStep(), task_.tilt.radiansPerStep()),
-                   options.tolerance, 0.01);
-    options.free_pan = task_.pan.angleAt(task_.request.now.pan);
-    options.free_tilt = task_.tilt.angleAt(task_.request.now.tilt);
+    options.tolerance = 0.02;
+    options.free_pan = task_.pan.presentAngle();
+    options.free_tilt = task_.tilt.presentAngle();
     return options;
   }
 

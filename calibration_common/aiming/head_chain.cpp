@@ -1,6 +1,7 @@
 #include "calibration_common/aiming/head_chain.h"
 
 #include <Eigen/Geometry>
+#include <Eigen/LU>
 #include <cmath>
 
 namespace norv::internal {
@@ -11,6 +12,12 @@ using Eigen::Vector3d;
 
 Vector3d turned(const Vector3d& p, double cosine, double sine) {
   return {cosine * p.x() - sine * p.y(), sine * p.x() + cosine * p.y(), p.z()};
+}
+
+/// Whether a direction is that of the z axis, but for what single precision hides.
+bool isAlongZ(const Vector3d& v) {
+  constexpr double kAlong = 1e-6;
+  return v.head<2>().norm() <= kAlong * v.norm();
 }
 
 /// How a point that turns about z moves, per radian.
@@ -67,7 +74,14 @@ HeadChain::HeadChain(const calibration::PanTiltModel& head, const Vector3d& poin
     : pan_from_base_(widened(head.getBaseToPan().transform)),
       tilt_from_pan_(widened(head.getPanToTilt().transform)),
       camera_from_tilt_(widened(head.getTiltToCamera().transform)),
+      point_(point),
       point_in_pan_(pan_from_base_ * point) {}
+
+Vector3d HeadChain::pointOrOnAxis() const {
+  if (!isAlongZ(point_in_pan_)) return point_;
+  const Vector3d on_axis = Vector3d(0, 0, point_in_pan_.z()) - pan_from_base_.translation;
+  return pan_from_base_.rotation.inverse() * on_axis;
+}
 
 [[gnu::flatten]] HeadPose HeadChain::poseAt(const JointAngles& angles) const {
   const Matrix3d camera_from_turned = timesTurn(camera_from_tilt_.rotation, angles.tilt);
@@ -94,9 +108,11 @@ HeadChain::HeadChain(const calibration::PanTiltModel& head, const Vector3d& poin
 double HeadChain::bestTilt(const JointAngles& angles, const Vector3d& ray) const {
   const Vector3d in_tilt =
       tilt_from_pan_ * turned(point_in_pan_, std::cos(angles.pan), std::sin(angles.pan));
+  const Vector3d wanted = camera_from_tilt_.rotation.transpose() * ray;
+  if (isAlongZ(in_tilt) || isAlongZ(wanted)) return angles.tilt;
   const auto at = [&](double tilt) { return pointAt({angles.pan, tilt}); };
   return improve(
-      turnTowards(in_tilt, camera_from_tilt_.rotation.transpose() * ray),
+      turnTowards(in_tilt, wanted),
       [&](double tilt) {
         const MovingPoint p = at(tilt);
         return cosineSlope(p.at, p.by_tilt, ray);
@@ -107,9 +123,11 @@ double HeadChain::bestTilt(const JointAngles& angles, const Vector3d& ray) const
 double HeadChain::bestPan(const JointAngles& angles, const Vector3d& ray) const {
   const Matrix3d camera_from_pan =
       timesTurn(camera_from_tilt_.rotation, angles.tilt) * tilt_from_pan_.rotation;
+  const Vector3d wanted = camera_from_pan.transpose() * ray;
+  if (isAlongZ(point_in_pan_) || isAlongZ(wanted)) return angles.pan;
   const auto at = [&](double pan) { return pointAt({pan, angles.tilt}); };
   return improve(
-      turnTowards(point_in_pan_, camera_from_pan.transpose() * ray),
+      turnTowards(point_in_pan_, wanted),
       [&](double pan) {
         const MovingPoint p = at(pan);
         return cosineSlope(p.at, p.by_pan, ray);

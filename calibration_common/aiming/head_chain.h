@@ -39,13 +39,18 @@ class HeadChain {
  public:
   HeadChain(const calibration::PanTiltModel& head, const Eigen::Vector3d& point);
 
+  /// The point, base frame; one that is beside the pan axis only by what single precision hides,
+  /// on the axis, so that the pan is free.
+  Eigen::Vector3d pointOrOnAxis() const;
+
   HeadPose poseAt(const JointAngles& angles) const;
 
   /// The point at two angles.
   MovingPoint pointAt(const JointAngles& angles) const;
 
   /// The tilt, with the pan as it is, at which the point is seen nearest to the direction `ray` of
-  /// the camera frame; and the pan, with the tilt as it is.
+  /// the camera frame; and the pan, with the tilt as it is. Where every angle will do, since the
+  /// point or the ray lies along the axis, that of `angles`.
   double bestTilt(const JointAngles& angles, const Eigen::Vector3d& ray) const;
   double bestPan(const JointAngles& angles, const Eigen::Vector3d& ray) const;
 
@@ -53,6 +58,7 @@ class HeadChain {
   HeadPose pan_from_base_;
   HeadPose tilt_from_pan_;
   HeadPose camera_from_tilt_;
+  Eigen::Vector3d point_;
   Eigen::Vector3d point_in_pan_;
 };
 

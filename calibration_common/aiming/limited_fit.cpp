@@ -66,11 +66,13 @@ class EndSearch {
 
  private:
   MotorFit tiltFor(const MotorFit& pan) const {
-    return task_.tilt.fit(task_.chain.bestTilt({task_.pan.angleAt(pan.steps), 0}, ray_));
+    return task_.tilt.fit(
+        task_.chain.bestTilt({task_.pan.angleAt(pan.steps), task_.tilt.presentAngle()}, ray_));
   }
 
   MotorFit panFor(const MotorFit& tilt) const {
-    return task_.pan.fit(task_.chain.bestPan({0, task_.tilt.angleAt(tilt.steps)}, ray_));
+    return task_.pan.fit(
+        task_.chain.bestPan({task_.pan.presentAngle(), task_.tilt.angleAt(tilt.steps)}, ray_));
   }
 
   MovingPoint pointAt(const HeadFit& fit) const {

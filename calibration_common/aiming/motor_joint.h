@@ -25,7 +25,8 @@ class MotorJoint {
   double radiansPerStep() const { return scale_ < 0 ? -scale_ : scale_; }
   int lowest() const { return lowest_; }
   int highest() const { return highest_; }
-  int now() const { return now_; }
+  /// Where the motor is, or the end of its range that is nearest, radians.
+  double presentAngle() const { return angleAt(limited(now_)); }
 
   /// The position for `angle` plus any number of full turns: within the range, to half a step, the
   /// one nearest to `now`; where none is, the end of the range that is nearest to one.
