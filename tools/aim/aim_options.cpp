@@ -16,7 +16,7 @@ std::string findMisuseOfTargets(const AimOptions& options) {
     return "--distance goes with --box, or with --pixel alone: a point says by itself where it is";
   }
   if (search.radius && search.points.size() != 1 && !options.track) {
-    return "--radius goes with one --point, or with --track: it makes spheres of points";
+    return "--radius goes with one --point, or with --track: it makes spheres around points";
   }
   return "";
 }

@@ -31,9 +31,9 @@ void judgeLimits(const PTZCameraModelConfiguration& then, Aim* aim) {
   const std::optional<Vector2_f> unlimited = see(free, aim->target, &ignored);
   const float offset = (*aim->lands - unlimited.value_or(*aim->wanted)).norm();
   if (offset <= kMaxOffset) return;
-  aim->obstacles.push_back(
-      fmt::format("the limits of the motors keep the target {} px from where it was to be",
-                  formatFixed(offset, 2)));
+  aim->obstacles.push_back(fmt::format(
+      "the limits of the motors keep the target {} px from where it would land without them",
+      formatFixed(offset, 2)));
 }
 
 /// Looks at the target from where the head has gone.

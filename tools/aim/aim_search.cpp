@@ -2,27 +2,22 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cmath>
 #include <variant>
 
 #include "calibration_common/head_geometry.h"
-#include "tools/aim/search_words.h"
+#include "tools/aim/search_verdict.h"
 #include "tools/aim/sight.h"
 #include "tools/input/motor_positions.h"
-#include "tools/input/zoom_position.h"
 #include "tools/output/number_text.h"
-#include "tools/output/text_table.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {
 namespace {
 
 using calibration::Aim;
+using calibration::AimChoice;
 using calibration::AimFailure;
 using calibration::AimPosition;
-using calibration::AimZoom;
-using calibration::MotorBound;
 using calibration::MotorPositions;
 using calibration::PTZCameraModelPtr;
 
@@ -39,8 +34,9 @@ double shift(const PTZCameraModelConfiguration& from, const PTZCameraModelConfig
   return static_cast<double>((to.project3dToCamera(point) - pixel).norm());
 }
 
-/// By how many pixels the larger of a step of pan and one of tilt moves what is seen at a pixel.
-double stepAt(const PTZCameraModelPtr& model, const AimPosition& at) {
+/// By how many pixels a step of pan and one of tilt together move what is seen where the target is
+/// wanted.
+double stepsAt(const PTZCameraModelPtr& model, const AimPosition& at) {
   const Vector2_f pixel = at.wanted.cast<float>();
   const PTZCameraModelConfiguration here = cameraAt(model, at.motors);
   const auto stepped = [](int position) { return position > 0 ? position - 1 : position + 1; };
@@ -48,14 +44,13 @@ double stepAt(const PTZCameraModelPtr& model, const AimPosition& at) {
   MotorPositions tilt = at.motors;
   pan.pan = stepped(pan.pan);
   tilt.tilt = stepped(tilt.tilt);
-  return std::max(shift(here, cameraAt(model, pan), pixel),
-                  shift(here, cameraAt(model, tilt), pixel));
+  return shift(here, cameraAt(model, pan), pixel) + shift(here, cameraAt(model, tilt), pixel);
 }
 
 double toleranceOf(const PTZCameraModelPtr& model, const SearchOptions& options, const Aim& aim) {
   if (options.tolerance) return *options.tolerance;
-  const double step = aim.empty() ? 1 : stepAt(model, aim.best());
-  return step > 1 ? step : 1;  // 1 where no ray is imaged there
+  const double steps = aim.empty() ? 1 : stepsAt(model, aim.best());
+  return steps > 1 ? steps : 1;  // 1 where no ray is imaged there
 }
 
 void requireModel(const PTZCameraModelPtr& model, const Aim& aim) {
@@ -84,40 +79,20 @@ void remarkOutside(const PTZCameraModelPtr& model, const SearchOptions& options,
   remark("the box's corner", (*options.box)[2], (*options.box)[3]);
 }
 
-void judgeBest(const SearchOptions& options, const calibration::AimRequest& request,
-               SearchAnswer* answer) {
-  const AimPosition& best = answer->aim.best();
-  const bool misses = !(best.miss <= answer->tolerance);
-  const bool head_is_bound =
-      best.pan_bound != MotorBound::kNone || best.tilt_bound != MotorBound::kNone;
-  const std::string miss = formatFixed(best.miss, 2);
-  if (misses && head_is_bound) {
-    answer->obstacles.push_back(
-        {"limited",
-         fmt::format("the limits of the motors keep the target {} px from where it was to be",
-                     miss)});
-  } else if (misses && options.strict) {
-    answer->obstacles.push_back(
-        {"missed", fmt::format("the target lands {} px from where it was to be, more than {} px",
-                               miss, formatFixed(answer->tolerance, 2))});
-  } else if (options.strict && best.isLimited()) {
-    answer->obstacles.push_back({"limited", "the range of a motor limits the answer"});
+/// Where the choice among positions could not be kept.
+void remarkChoice(const PTZCameraModelConfiguration& now, const SearchOptions& options,
+                  SearchAnswer* answer) {
+  if (answer->aim.empty()) return;
+  const bool is_upright = answer->aim.best().is_upright;
+  const bool was_upright = now.getCameraTransform().transform(1, 2) < 0;
+  if (options.choice == AimChoice::kUpright && !is_upright) {
+    answer->remarks.emplace_back("no position was found whose picture is upright");
   }
-  if (request.zoom == AimZoom::kFill && !best.is_inside) {
-    answer->obstacles.push_back({"not-inside", "not all of it is in the picture"});
+  if (options.choice == AimChoice::kNoFlip && is_upright != was_upright) {
+    answer->remarks.push_back(
+        fmt::format("the picture turns {}: no position was found whose picture stays as it is",
+                    is_upright ? "upright" : "upside down"));
   }
-}
-
-void judge(const PTZCameraModelPtr& model, const SearchOptions& options,
-           const calibration::AimRequest& request, SearchAnswer* answer) {
-  if (!answer->aim.empty()) {
-    judgeBest(options, request, answer);
-    return;
-  }
-  const bool blind = answer->aim.failure == AimFailure::kNoPresentLens;
-  answer->obstacles.push_back(
-      {failureWord(answer->aim.failure), blind ? explainMissingLens(cameraAt(model, request.now))
-                                               : explainFailure(answer->aim.failure)});
 }
 
 /// The one point that the target is, or that it has in its middle.
@@ -144,7 +119,8 @@ SearchAnswer searchAim(const PTZCameraModelPtr& model, const SearchOptions& opti
   answer.tolerance = toleranceOf(model, options, answer.aim);
   answer.remarks = explainPositions(now);
   remarkOutside(model, options, &answer);
-  judge(model, options, request, &answer);
+  remarkChoice(now, options, &answer);
+  answer.obstacles = findObstacles(model, options, request, answer.aim, answer.tolerance);
   return answer;
 }
 

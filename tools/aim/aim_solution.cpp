@@ -136,7 +136,7 @@ void remarkOutside(const PTZCameraModelConfiguration& now, const AimRequest& req
 
 Aim findAim(const PTZCameraModelPtr& model, const AimRequest& request) {
   const PTZCameraModelConfiguration now(model, request.at[0], request.at[1], request.at[2]);
-  if (!hasLens(now)) throw ToolError(explainMissingLens(now));
+  if (!hasLens(now)) throw ToolError("--at: " + explainMissingLens(now));
   const PanTiltSystemParameters& head = headOf(now);
   requireMotors(head);
   Aim aim = {};

@@ -121,7 +121,9 @@ void addPlaceAndChoice(CLI::App* aim, SearchOptions* search) {
       ->group(kSearchGroup);
   addParsed(aim, "--choice", "nearest|upright|no-flip",
             "Which of several positions to take: the one reached first, the one whose picture is "
-            "upright, or one whose picture stays as upright as it is (default: nearest)",
+            "most upright, or the first whose picture is upright if it is now, and upside down if "
+            "it is that now (no-flip). Where there is no such position another one is taken, "
+            "which the answer says (default: nearest)",
             &search->choice, parseChoice)
       ->group(kSearchGroup);
 }
@@ -131,7 +133,8 @@ void addDistances(CLI::App* aim, SearchOptions* search) {
             kLeast, kMost, "a positive number",
             [search](double value) { search->distance = value; })
       ->group(kSearchGroup);
-  addNumber(aim, "--radius", "METRES", "Aim at spheres of this radius around the points", kLeast,
+  addNumber(aim, "--radius", "METRES",
+            "A sphere of this radius around the one --point, or around those of --track", kLeast,
             kMost, "a positive number", [search](double value) { search->radius = value; })
       ->group(kSearchGroup);
 }
@@ -142,8 +145,8 @@ void addAnswers(CLI::App* aim, SearchOptions* search) {
                     "Exit with 3 also where the range of a motor, the zoom's too, limits the "
                     "answer, or the target is missed by more than --tolerance");
   addNumber(aim, "--tolerance", "PX",
-            "How far from its place the target may land (default: as far as one step of a motor "
-            "moves it, but 1 at least)",
+            "How far from its place the target may land (default: as far as a step of pan and one "
+            "of tilt together move it, but 1 at least)",
             0, kMost, "a number from 0 on", [search](double value) { search->tolerance = value; })
       ->needs(strict)
       ->group(kSearchGroup);
@@ -155,15 +158,17 @@ void addAnswers(CLI::App* aim, SearchOptions* search) {
 constexpr const char* kFooter =
     "Any option of the second group, or several --point, have the position searched among whole "
     "steps within the range of the motors and of the lens, the short way round; --pixel alone and "
-    "--box then need --distance. Without any, the answer is that of the library's fixed "
-    "operations.\n"
+    "--box then need --distance. Without any of these, the target goes to the optical axis, not to "
+    "the middle of the picture, and the answer is that of the library's fixed operations.\n"
     "Exits with 3, and prints what it found and why, when what was asked for is out of reach: no "
     "solution, a target that is behind the camera, far outside of the picture or kept from its "
     "place by more than a pixel (with the second group, more than --tolerance) by the limits of "
-    "the "
-    "motors, a zoom position without a lens, a box that no zoom shows as a whole. With --track "
-    "only "
-    "--strict makes it 3; it is 1 where a line is no target.";
+    "the motors, points, a box or a sphere that are not seen as a whole, a box that no zoom shows "
+    "as a whole, or a zoom that a box leads to, without a lens there. With --track only --strict "
+    "makes it 3; it is 1 where a line is no target.\n"
+    "Where --at lies beyond the range of a motor a note says so, and the exit status is what it "
+    "would be without. Where it has a zoom without a lens the exit status is 1; with the second "
+    "group it is 3 for --pixel and --box, which need that lens, and the rest is answered.";
 
 /// Throws what CLI11 reports as a wrong command line.
 void requireSense(const AimOptions& options) {

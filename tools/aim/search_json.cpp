@@ -25,6 +25,7 @@ constexpr const char* kPositionKeys[] = {"pan",
                                          "wanted_at",
                                          "distance_pixels",
                                          "covers",
+                                         "whole",
                                          "inside",
                                          "travel",
                                          "upright"};
@@ -93,6 +94,7 @@ json positionJson(const PTZCameraModel& model, const AimPosition* position) {
           {"wanted_at", pixelJson(p.wanted)},
           {"distance_pixels", p.miss},
           {"covers", {p.low.x(), p.low.y(), p.high.x(), p.high.y()}},
+          {"whole", p.is_whole},
           {"inside", p.is_inside},
           {"travel", {p.pan_travel, p.tilt_travel, p.zoom_travel}},
           {"upright", p.is_upright}};

@@ -3,7 +3,8 @@
 #include <string>
 
 #include "calibration_common/ptz_camera_model.h"
-#include "tools/aim/aim_search.h"
+#include "tools/aim/aim_options.h"
+#include "tools/aim/search_answer.h"
 #include "tools/output/json_output.h"
 
 namespace norv::tools {

@@ -3,6 +3,7 @@
 #include "tools/aim/motor_text.h"
 #include "tools/aim/search_report.h"
 #include "tools/aim/search_words.h"
+#include "tools/aim/sight.h"
 #include "tools/output/number_text.h"
 #include "tools/output/text_table.h"
 #include "tools/output/wrapping.h"
@@ -40,35 +41,45 @@ std::string zoomText(const PTZCameraModel& model, const SearchOptions& options) 
   if (!asksForZoom(options)) return "";
   const calibration::ZoomRange range = zoomRange(model);
   const calibration::PTZIntrinsicsTable& table = model.getParams().intrinsics();
-  const bool is_stated = table.has_min_zoom() && table.has_max_zoom();
+  const bool is_stated = table.has_min_zoom() && table.has_max_zoom() &&
+                         table.min_zoom() == range.lowest && table.max_zoom() == range.highest;
   return fmt::format("the zoom is chosen from {} to {}, {}\n", range.lowest, range.highest,
                      is_stated ? "its range" : "where there is a lens");
 }
 
-std::string targetName(const SearchOptions& options) {
+/// What lands where it is said to. `is_whole` is false where only a part of it is seen.
+std::string targetName(const SearchOptions& options, bool is_whole) {
+  const char* const seen = "the middle of what is seen";
   if (options.box) {
-    return fmt::format("the middle of the box, taken {} m away,", nineDigits(*options.distance));
+    return fmt::format("{}, taken {} m away,", is_whole ? "the middle of the box" : seen,
+                       nineDigits(*options.distance));
   }
   if (options.distance) {
     return fmt::format("what the pixel shows, taken {} m away,", nineDigits(*options.distance));
   }
+  if (!is_whole) return seen;
   if (options.points.size() > 1) return "the middle of the points";
   return options.radius ? "the middle of the sphere" : "the target";
 }
 
+std::string spanText(const calibration::PTZIntrinsicsTable& table, const AimPosition& position) {
+  const char* const rest = !position.is_whole   ? "the rest of it is not seen"
+                           : position.is_inside ? "all of it inside"
+                                                : "not all of it inside";
+  return fmt::format("it spans {} to {} of the {}x{} picture,\n  {}\n", pixelText(position.low),
+                     pixelText(position.high), table.image_width(), table.image_height(), rest);
+}
+
 std::string landingText(const PTZCameraModel& model, const SearchOptions& options,
                         const AimPosition& position) {
-  const calibration::PTZIntrinsicsTable& table = model.getParams().intrinsics();
   const bool is_point = position.low == position.high;
-  std::string text = fmt::format("{} lands at {},\n  {} px from {}{}\n", targetName(options),
-                                 pixelText(position.lands), formatFixed(position.miss, 2),
-                                 pixelText(position.wanted),
-                                 is_point && !position.is_inside ? ", outside of the picture" : "");
-  if (is_point) return text;
-  return text + fmt::format("it spans {} to {} of the {}x{} picture,\n  {}\n",
-                            pixelText(position.low), pixelText(position.high), table.image_width(),
-                            table.image_height(),
-                            position.is_inside ? "all of it inside" : "not all of it inside");
+  const calibration::PTZIntrinsicsTable& table = model.getParams().intrinsics();
+  const bool is_inside = position.is_inside || isInPicture(position.lands.cast<float>(), table);
+  std::string text = fmt::format("{} lands at {},\n  {} px from {}{}\n",
+                                 targetName(options, position.is_whole), pixelText(position.lands),
+                                 formatFixed(position.miss, 2), pixelText(position.wanted),
+                                 is_point && !is_inside ? ", outside of the picture" : "");
+  return is_point ? text : text + spanText(table, position);
 }
 
 std::string positionText(const PTZCameraModel& model, const SearchOptions& options,

@@ -17,7 +17,7 @@ FailureWords wordsOf(AimFailure failure) {
     case AimFailure::kInvalidModel:
       return {"invalid-model", "nothing can be aimed with this camera"};
     case AimFailure::kInvalidRequest:
-      return {"invalid-request", "the question makes no sense: is the camera inside of a sphere?"};
+      return {"invalid-request", "the question makes no sense"};
     case AimFailure::kNoPresentLens:
       return {"no-present-lens", "there is no lens at the present zoom position"};
     case AimFailure::kNoRay:
@@ -45,7 +45,13 @@ FailureWords wordsOf(AimFailure failure) {
 
 const char* failureWord(AimFailure failure) { return wordsOf(failure).word; }
 
-std::string explainFailure(AimFailure failure) { return wordsOf(failure).sentence; }
+std::string explainFailure(AimFailure failure, calibration::AimZoom zoom) {
+  if (failure == AimFailure::kOutOfSight && zoom == calibration::AimZoom::kFill) {
+    return "nothing of it is seen, or not all: the limits of the motors keep it away, or its parts "
+           "lie around the camera";
+  }
+  return wordsOf(failure).sentence;
+}
 
 const char* boundWord(calibration::MotorBound bound) {
   if (bound == calibration::MotorBound::kLowest) return "lowest";

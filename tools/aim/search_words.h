@@ -11,8 +11,9 @@ namespace norv::tools {
 /// For programs; "none" where there is a position.
 const char* failureWord(calibration::AimFailure failure);
 
-/// A sentence for people.
-std::string explainFailure(calibration::AimFailure failure);
+/// A sentence for people, about a question with this choice of the zoom.
+std::string explainFailure(calibration::AimFailure failure,
+                           calibration::AimZoom zoom = calibration::AimZoom::kKeep);
 
 /// "lowest", "highest", or null.
 const char* boundWord(calibration::MotorBound bound);

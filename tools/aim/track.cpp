@@ -1,6 +1,7 @@
 #include "tools/aim/track.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <memory>
@@ -29,9 +30,12 @@ using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
       fmt::format("{}: cannot be read: {}", path, std::generic_category().message(error)));
 }
 
+/// A folder opens as well, and would fail only once its answer has begun.
 OpenFile openTrack(const std::string& path) {
   OpenFile file(path == "-" ? stdin : std::fopen(path.c_str(), "re"));
   if (!file) refuseFile(path, errno);
+  struct stat status = {};
+  if (fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) refuseFile(path, EISDIR);
   return file;
 }
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tools/aim/aim_search.h"
+#include "tools/aim/search_answer.h"
 #include "tools/aim/track_line.h"
 
 namespace norv::tools {

@@ -22,7 +22,10 @@ CLI::Option* addParsedInto(CLI::App* app, const std::string& name, const std::st
           name, [parse, set](const std::string& text) { set(*parse(text)); }, description)
       ->type_name(type)
       ->check([parse, type](const std::string& text) {
-        return parse(text) ? std::string() : fmt::format("not of the form {}: {}", type, text);
+        const bool is_choice = type.find('|') != std::string::npos;
+        return parse(text)
+                   ? std::string()
+                   : fmt::format("not {} {}: {}", is_choice ? "one of" : "of the form", type, text);
       });
 }
 

@@ -83,7 +83,7 @@ TEST(AimCommand, PositionsWithoutALens) {
   const StoredPtz calibration(plainPtz());
   for (const char* zoom : {"11000", "12000", "2147483647"}) {
     expectToolRefuses(calibration.aim("--at 0,0," + std::string(zoom) + " --pixel 0,0"),
-                      calibration.path() + ": zoom position " + zoom +
+                      calibration.path() + ": --at: zoom position " + zoom +
                           " is at or beyond the last lens sample, where the lens is not known");
   }
 }
@@ -94,7 +94,7 @@ TEST(AimCommand, PositionsBelowTheFirstSample) {
   // From a whole interval below it on there is no lens; nearer, that of the first two goes on.
   for (const char* zoom : {"-1000", "-2147483648"}) {
     expectToolRefuses(calibration.aim("--at 0,0," + std::string(zoom) + " --pixel 0,0"),
-                      calibration.path() + ": zoom position " + zoom +
+                      calibration.path() + ": --at: zoom position " + zoom +
                           " is below the first lens sample, where the lens is not known");
   }
   EXPECT_THAT(toolOutput(calibration.aim("--at 0,0,-999 --pixel 960,540")),
@@ -106,10 +106,11 @@ TEST(AimCommand, PositionsBetweenSamplesThatGiveNone) {
   PTZCameraParameters ptz = plainPtz();
   ptz.mutable_intrinsics()->mutable_samples(1)->set_focal_length(std::nan(""));
   const StoredPtz calibration(ptz);
-  expectToolRefuses(calibration.aim("--at 0,0,500 --pixel 0,0"),
-                    calibration.path() +
-                        ": zoom position 500 is between lens samples that give none, where the "
-                        "lens is not known");
+  expectToolRefuses(
+      calibration.aim("--at 0,0,500 --pixel 0,0"),
+      calibration.path() +
+          ": --at: zoom position 500 is between lens samples that give none, where the "
+          "lens is not known");
 }
 
 TEST(AimCommand, FitsATerminalOf80Columns) {

@@ -166,7 +166,7 @@ TEST(AimCommand, LimitOfAMotor) {
             "the target lands at 1091.32, 540.00,\n"
             "  131.32 px from 960.00, 540.00\n"
             "not reached: the limits of the motors keep the target 131.58 px from where it\n"
-            "  was to be\n");
+            "  would land without them\n");
   const json aim = toolRefusalJson(calibration.aim("--at 0,0,0 --point " + point));
   EXPECT_EQ(aim["reached"], false);
   EXPECT_EQ(aim["limited"], true);
@@ -186,8 +186,8 @@ TEST(AimCommand, LimitThatHardlyMattersIsNoObstacle) {
   const json near = toolRefusalJson(calibration.aim("--at 200,0,10000 --pixel 3970.04,540"));
   EXPECT_EQ(near["unlimited_pan"], 400);
   EXPECT_EQ(near["note"],
-            "the limits of the motors keep the target 15.00 px from where it was to be; pixel "
-            "3970.04,540 lies outside of the 1920x1080 picture");
+            "the limits of the motors keep the target 15.00 px from where it would land without "
+            "them; pixel 3970.04,540 lies outside of the 1920x1080 picture");
 }
 
 TEST(AimCommand, LimitsOfBothMotors) {
@@ -257,7 +257,7 @@ TEST(AimCommand, TargetOutsideOfThePicture) {
                   "\nthe target lands at 2223.43, 540.00,\n"
                   "  1263.43 px from 960.00, 540.00, outside of the picture\n"
                   "not reached: the limits of the motors keep the target 1263.43 px from where it\n"
-                  "  was to be\n"));
+                  "  would land without them\n"));
 }
 
 TEST(AimCommand, TargetBehindTheCamera) {

@@ -39,7 +39,7 @@ TEST(AimSearchUsage, WhatDoesNotGoTogether) {
   expectAimUsage("--point 1,2,3 --pixel 1,1 --distance 3", distance);
   expectAimUsage("--track x --distance 3", distance);
   const std::string radius =
-      "--radius goes with one --point, or with --track: it makes spheres of points";
+      "--radius goes with one --point, or with --track: it makes spheres around points";
   expectAimUsage("--point 1,2,3 --point 1,2,4 --radius 1", radius);
   expectAimUsage("--box 1,1,9,9 --distance 3 --radius 1", radius);
   expectAimUsage("--pixel 1,1 --distance 3 --radius 1", radius);
@@ -82,9 +82,9 @@ TEST(AimSearchUsage, WhatIsNoValue) {
   expectAimUsage("--point 1,2,3 --fill 0", "--fill: not a number above 0, at most 1: 0");
   expectAimUsage("--point 1,2,3 --fov 181", "--fov: not an angle between 0 and 180: 181");
   expectAimUsage("--point 1,2,3 --fov 180", "--fov: not an angle between 0 and 180: 180");
-  expectAimUsage("--point 1,2,3 --place up", "--place: not of the form middle|axis: up");
+  expectAimUsage("--point 1,2,3 --place up", "--place: not one of middle|axis: up");
   expectAimUsage("--point 1,2,3 --choice flip",
-                 "--choice: not of the form nearest|upright|no-flip: flip");
+                 "--choice: not one of nearest|upright|no-flip: flip");
   expectAimUsage("--point 1,2,3 --strict --tolerance -1",
                  "--tolerance: not a number from 0 on: -1");
   expectAimUsage("--track ''", "--track: the name of the file is empty");

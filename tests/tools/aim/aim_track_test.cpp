@@ -204,6 +204,9 @@ TEST_F(AimTrack, FilesThatCannotBeRead) {
   testing::expectToolRefuses(aim(missing), missing + ": cannot be read: No such file or directory");
   const std::string folder = folder_.path("");
   testing::expectToolRefuses(aim(folder), folder + ": cannot be read: Is a directory");
+  // Nor does the header line come before.
+  testing::expectToolRefuses(calibration.aim("--at 0,0,0 --track '" + folder + "'"),
+                             folder + ": cannot be read: Is a directory");
   const ProgramResult full = testing::runProgram(
       testing::toolCommand() + calibration.aim("--at 0,0,0 --track /dev/null") + " > /dev/full");
   EXPECT_EQ(full.status, 1);

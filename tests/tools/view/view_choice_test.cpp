@@ -105,7 +105,7 @@ TEST_F(ViewCommand, RefusesWhatDoesNotFitTheFile) {
 }
 
 TEST_F(ViewCommand, HasNoKindWithoutPictures) {
-  expectUsage("view --kind base", "--kind: not of the form robot|ptz: base", "view");
+  expectUsage("view --kind base", "--kind: not one of robot|ptz: base", "view");
   EXPECT_EQ(toolOutput("view --kind ptz " + kPtz + " --at 0,0,0"),
             toolOutput("view " + kPtz + " --at 0,0,0"));
   EXPECT_EQ(toolOutput("view --kind robot --camera head_camera --size 640x480"),

@@ -95,7 +95,7 @@ TEST_F(ViewCommand, RefusesStepsThatAPictureDoesNotAllow) {
   expectUsage("view " + lab + " --cropped 1,2,3", "--cropped: not of the form X,Y,WxH: 1,2,3",
               "view");
   expectUsage("view " + lab + " --binned 2", "--binned: not of the form CxR: 2", "view");
-  expectUsage("view " + lab + " --flipped vh", "--flipped: not of the form h|v|hv: vh", "view");
+  expectUsage("view " + lab + " --flipped vh", "--flipped: not one of h|v|hv: vh", "view");
 }
 
 TEST_F(ViewCommand, HelpHasTheStepsInTheirOrder) {
