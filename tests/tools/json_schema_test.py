@@ -122,6 +122,8 @@ class JsonSchema(unittest.TestCase):
             self.assertEqual(found["alternatives"] is None, "--all" not in question)
         held = self.document("aim_search", 3, *at, "--box", "500,400,503,402", "--distance", "5", "--strict")
         self.assertEqual((held["zoom_bound"], held["reason"]), ("highest", "limited"))
+        parts = self.document("aim_search", 3, *at, "--point", "5,0,0", "--point=-3,5.196,0", "--point=-3,-5.196,0")
+        self.assertEqual((parts["whole"], parts["reason"]), (False, "not-whole"))
         blind = self.document("aim_search", 3, "aim", self.head, "--at", "0,0,11000", "--pixel", "1,1", "--distance", "3",
                               "--all")
         self.assertEqual((blind["pan"], blind["reason"], blind["alternatives"]), (None, "no-present-lens", []))
