@@ -95,6 +95,7 @@ TEST(AimVerdict, SphereBehindTheLimitsFillsNoPicture) {
   PTZCameraParameters ptz = plainPtz();
   ptz.mutable_pan_tilt()->set_min_pan(-100);
   ptz.mutable_pan_tilt()->set_max_pan(100);
+  ptz.mutable_pan_tilt()->set_max_tilt(100);
   const StoredPtz calibration(ptz);
   const std::string sphere = "--at 0,0,0 --point -5,-1,0 --radius 0.1";
   const json aim = toolRefusalJson(calibration.aim(sphere + " --fill 0.5"));
