@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "calibration_common/pan_tilt_solver.h"
+#include "calibration_common/pointing/head_pose.h"
 #include "calibration_common/pointing/root_search.h"
 #include "calibration_common/stored_pose.h"
 #include "support/logging.h"
-#include "support/numeric/matrix_rows.h"
 
 namespace norv::calibration {
 namespace {
@@ -108,14 +108,8 @@ void PanTiltModel::writeToPB(PanTiltSystemParameters* params) const {
 }
 
 CameraTransform PanTiltModel::getFullTransform(float pan, float tilt) const {
-  using internal::toRows;
-  const auto pan_rotation = internal::rotationZRows((pan - pan_offset_) * pan_scale_);
-  const auto tilt_rotation = internal::rotationZRows((tilt - tilt_offset_) * tilt_scale_);
-  const auto camera_from_base = toRows(tilt_to_camera_.transform) * tilt_rotation *
-                                toRows(pan_to_tilt_.transform) * pan_rotation *
-                                toRows(base_to_pan_.transform);
   CameraTransform pose;
-  pose.setTransform(internal::toMatrix(camera_from_base), CameraTransform::kForward);
+  pose.setTransform(internal::forwardPose(*this, pan, tilt), CameraTransform::kForward);
   return pose;
 }
 

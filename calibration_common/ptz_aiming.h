@@ -194,8 +194,9 @@ struct Aim {
 /// present position. Of the whole steps around the exact position the best are taken; place, zoom
 /// and steps are solved together, since the principal point moves with the zoom. With `kFill` all
 /// of the target lies within its share of the picture, and one zoom step more towards the longer
-/// lens, with whichever of the neighbouring steps of pan and tilt, would lose a part, unless the
-/// range ends. The zoom is always one at which there is a lens (`zoomRange`).
+/// lens would lose a part, with these steps of pan and tilt as with any of the four around the
+/// exact position, unless the range ends. The zoom is always one at which there is a lens
+/// (`zoomRange`).
 ///
 /// What the head comes near to within 0.02 radians without reaching it, as targets close to the pan
 /// axis, is aimed at as nearly as it can be: no limit binds such a position, and its miss says how

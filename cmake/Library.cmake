@@ -70,6 +70,7 @@ set(library_sources
   calibration_common/loading/calibration_reading.cpp
   calibration_common/loading/load_reporting.cpp
   calibration_common/pointing/head_equations.cpp
+  calibration_common/pointing/head_pose.cpp
   calibration_common/pointing/root_search.cpp
   calibration_common/review/base_checks.cpp
   calibration_common/review/camera_checks.cpp

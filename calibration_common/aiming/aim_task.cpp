@@ -1,5 +1,7 @@
 #include "calibration_common/aiming/aim_task.h"
 
+#include "calibration_common/pointing/head_pose.h"
+
 namespace norv::internal {
 
 using calibration::AimPlace;
@@ -23,9 +25,8 @@ Eigen::Vector2d AimTask::placeIn(const FrozenLens& lens) const {
 }
 
 HeadPose AimTask::poseAt(int pan_steps, int tilt_steps) const {
-  const CameraTransform pose = model.getPanTiltModel().getFullTransform(
-      static_cast<float>(pan_steps), static_cast<float>(tilt_steps));
-  return widened(pose.transform);
+  return widened(forwardPose(model.getPanTiltModel(), static_cast<float>(pan_steps),
+                             static_cast<float>(tilt_steps)));
 }
 
 }  // namespace norv::internal

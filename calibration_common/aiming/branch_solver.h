@@ -2,11 +2,13 @@
 
 /// One way in which the head sees the target, followed over the zoom.
 
-#include <cstdint>
+#include <Eigen/Core>
 #include <optional>
 
 #include "calibration_common/aiming/aim_task.h"
+#include "calibration_common/aiming/cover_slopes.h"
 #include "calibration_common/aiming/limited_fit.h"
+#include "calibration_common/aiming/step_candidates.h"
 
 namespace norv::internal {
 
@@ -47,22 +49,46 @@ class BranchSolver {
   /// the picture, for whichever steps, only the nearest view.
   SteppedViews roughViewsThrough(FrozenLens* lens);
 
-  /// Whether the steps of `view`, or one of the eight around them, hold the target at another
-  /// zoom's lens, too; makes it the view from there.
+  /// Whether the steps of `view` hold the target at another zoom's lens, too; makes it the view
+  /// through that.
   bool holdsThrough(FrozenLens* lens, SteppedView* view) const;
 
  private:
+  /// Steps from a position, of either motor.
+  struct StepReach {
+    int first;
+    int last;
+  };
+
+  struct StepSearch {
+    std::optional<SteppedView> found;
+    double least_ratio;  ///< of the steps that were asked about
+  };
+
   SteppedViews start(FrozenLens* lens);
-  void addAll(FrozenLens* lens, SteppedViews* views) const;
+  bool followCentre(const FrozenLens& lens, const Eigen::Vector2d& place);
   void centre(FrozenLens* lens, const Eigen::Vector2d& place);
   JointAngles turnFor(const Eigen::Vector2d& shift, const FrozenLens& lens) const;
-  void widen(FrozenLens* lens, SteppedViews* views) const;
+  double roomAt(const Eigen::Vector2d& place) const;
+
+  void addAll(FrozenLens* lens, SteppedViews* views);
+  void addHolding(FrozenLens* lens, SteppedViews* views);
+  StepSearch searchAround(const SteppedView& base, const StepReach& reach, FrozenLens* lens);
+  SteppedView viewFrom(const SteppedView& base, const StepCandidate& steps, FrozenLens* lens,
+                       const Eigen::Vector2d& place) const;
+  double keepSlopes(const SteppedView& base, FrozenLens* lens);
+
+  Cover coverAt(int pan, int tilt, FrozenLens* lens) const;
   SteppedView viewAt(int pan, int tilt, FrozenLens* lens, const Eigen::Vector2d& place) const;
 
   const AimTask& task_;
   JointAngles angles_;
   bool is_exact_;
   std::optional<LimitEnd> end_;
+  bool is_centred_ = false;    ///< whether there is a `centred_`
+  Cover centred_;              ///< from the exact position, moved to the place
+  double centred_length_ = 0;  ///< the focal length with which it was found, pixels
+  std::optional<CoverSlopes> slopes_;
 };
 
 }  // namespace norv::internal
