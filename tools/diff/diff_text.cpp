@@ -193,6 +193,24 @@ std::string gapsText(const std::vector<ZoomDifference>& zooms) {
   return text;
 }
 
+bool hasLens(const CameraParameters::Intrinsics& camera) {
+  return std::isfinite(camera.fx) && camera.fx > 0;
+}
+
+/// The zooms at which a calibration has no lens: the samples do not lie around them, or are of
+/// none.
+std::string blindZoomsText(const std::vector<ZoomDifference>& zooms) {
+  std::string text;
+  for (const ZoomDifference& at : zooms) {
+    const bool has_a = hasLens(at.image.a);
+    const bool has_b = hasLens(at.image.b);
+    if (has_a && has_b) continue;
+    const char* const whose = has_b ? "A" : has_a ? "B" : "A and B";
+    text += fmt::format("  zoom {}: nothing to compare, no lens in {}\n", at.zoom, whose);
+  }
+  return text;
+}
+
 std::string headTable(const std::vector<HeadPoseDifference>& poses) {
   Rows rows = {{"pan", "tilt", "turned, deg", "moved, mm", "x", "y", "z"}};
   for (const HeadPoseDifference& at : poses) {
@@ -211,8 +229,9 @@ std::string textOf(const PtzDifference& ptz) {
   }
   if (!ptz.zooms.empty()) {
     text += "lens, pixels of " + sizeText(ptz.size_a) + "\n" + lensTable(ptz.zooms) +
-            gapsText(ptz.zooms) + "\non the robot, head at home, largest difference in pixels\n" +
-            robotTable(ptz.zooms) + "\n";
+            gapsText(ptz.zooms) + blindZoomsText(ptz.zooms) +
+            "\non the robot, head at home, largest difference in pixels\n" + robotTable(ptz.zooms) +
+            "\n";
   }
   return text + "pose of the camera\n" + headTable(ptz.poses);
 }

@@ -33,6 +33,7 @@ using testing::expectBadUsage;
 using testing::expectFitsTerminal;
 using testing::expectToolRefuses;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using testing::pinholeCamera;
 using testing::ProgramResult;
 using testing::robotOf;
@@ -201,6 +202,22 @@ TEST_F(DiffCommand, PanTiltZoomCameras) {
   const std::string other = write("other.bin", b);
   EXPECT_THAT(toolRefusal("diff " + path_a + " " + other + " --fail-above 9"),
               HasSubstr("  image sizes 1920x1080 and 1280x1080: no pixels can be compared\n"));
+}
+
+TEST_F(DiffCommand, ZoomsWithoutALens) {
+  PTZCameraParameters a = examplePtz();
+  a.mutable_intrinsics()->set_max_zoom(-5000);
+  const std::string path = write("a.bin", a);
+  const std::string text = toolOutput("diff " + path + " " + path);
+  expectFitsTerminal(text);
+  EXPECT_THAT(text, HasSubstr("  zoom -5000: nothing to compare, no lens in A and B\n"));
+  PTZCameraParameters b = examplePtz();
+  b.mutable_intrinsics()->mutable_samples(0)->set_focal_length(-1500);
+  EXPECT_THAT(toolOutput("diff " + write("c.bin", examplePtz()) + " " + write("b.bin", b)),
+              HasSubstr("  zoom 0: nothing to compare, no lens in B\n"));
+  EXPECT_THAT(
+      toolOutput("diff " + write("c.bin", examplePtz()) + " " + write("d.bin", examplePtz())),
+      Not(HasSubstr("nothing to compare")));
 }
 
 TEST_F(DiffCommand, ManyDistancesFitTheTerminal) {
