@@ -56,7 +56,8 @@ struct BoxTarget {
   double distance;
 };
 
-/// A sphere, metres: centred as its outline is.
+/// A sphere, metres: centred as its outline is, or as its centre where the outline is beyond the
+/// lens.
 struct SphereTarget {
   Eigen::Vector3d centre;
   double radius;
@@ -115,8 +116,8 @@ enum class AimFailure {
   kOutOfReach,      ///< no angles of the head bring the target there: `PanTiltReach::kOutOfReach`
   kBehind,          ///< `PanTiltReach::kBehind`
   kParallelAxes,    ///< `PanTiltReach::kParallelAxes`
-  kOutOfSight,      ///< nothing of it is seen, or not all with `kFill`, since the limits of the
-                    ///< motors keep it behind the camera or off its lens, or its parts lie around
+  kOutOfSight,      ///< nothing of it is seen, since the limits of the motors keep it behind the
+                    ///< camera or off its lens, or its parts lie around
 };
 
 /// The end of a motor's range that a position is bound by.
@@ -132,7 +133,8 @@ struct AimPosition {
 
   double miss = std::numeric_limits<double>::quiet_NaN();  ///< of `wanted` by `lands`, pixels
   /// Pixel at which the target is seen: the point itself, or the middle of what the points, the
-  /// box or the sphere cover, as far as they are seen.
+  /// box or the sphere cover. Where only a part is seen (`is_whole`), the middle of that part; of a
+  /// sphere whose outline is beyond the lens, its centre.
   Eigen::Vector2d lands = noPixel();
   Eigen::Vector2d wanted = noPixel();  ///< where it was to be
 

@@ -95,6 +95,8 @@ Cover sphereCover(const Vector3d& centre, double radius, FrozenLens* lens) {
       cover.is_whole = false;
     }
   }
+  // So near that its outline is beyond the lens: what is seen of it is its middle.
+  if (Vector2d middle; cover.empty() && lens->project(centre, &middle)) cover.add(middle);
   if (!cover.is_whole) return cover;
   SampledOutline outline(&rays, pixels);
   for (const int coordinate : {0, 1}) {

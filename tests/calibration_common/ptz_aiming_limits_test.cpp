@@ -117,5 +117,27 @@ TEST(AimingLimits, TakesNoEndFromWhichTurningBackWouldHelp) {
   EXPECT_EQ(above.best().pan_bound, MotorBound::kNone);
 }
 
+TEST(AimingLimits, KeepsABallThatIsTooNearForTheLens) {
+  // Half a metre of radius 1 m ahead: 30 degrees off the axis, which this long lens does not image.
+  AimRequest request = {SphereTarget{{1.1, 0, 1.3}, 0.5}, {0, 0, 5000}};
+  const PTZCameraModelPtr model = ptzModel(examplePtz());
+  for (const AimZoom zoom : {AimZoom::kKeep, AimZoom::kFocalLength}) {
+    request.zoom = zoom;
+    request.zoom_value = 8000;
+    const Aim found = aim(*model, request);
+    ASSERT_FALSE(found.empty());
+    const AimPosition& best = found.best();
+    EXPECT_FALSE(best.is_whole);
+    EXPECT_FALSE(best.is_inside);
+    EXPECT_EQ(best.low, best.lands);
+    EXPECT_EQ(best.high, best.lands);
+    const PTZCameraModelConfiguration camera(model, best.motors.pan, best.motors.tilt,
+                                             best.motors.zoom);
+    const Eigen::Vector2d centre = camera.project3dToCamera({1.1F, 0, 1.3F}).cast<double>();
+    EXPECT_LT((best.lands - centre).norm(), 0.02);
+    EXPECT_LT(best.miss, 0.0005 * static_cast<double>(camera.getIntrinsics()(0, 0)));
+  }
+}
+
 }  // namespace
 }  // namespace norv::testing
