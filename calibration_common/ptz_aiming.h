@@ -105,11 +105,14 @@ struct AimRequest {
 
 /// Why there is no position.
 enum class AimFailure {
-  kNone,            ///< there is one
-  kInvalidModel,    ///< the model is not valid, has no image size, or has motors that do not turn
+  kNone,          ///< there is one
+  kInvalidModel,  ///< the model is not valid, has no image size, or has motors that do not turn or
+                  ///< whose offset is so large that single precision loses the steps
   kInvalidRequest,  ///< a number is not finite or makes no sense: a distance that is not positive,
-                    ///< a share beyond (0, 1], a sphere around the camera, no points, a picture
-                    ///< filled with a single point or around a pixel that is not inside of it
+                    ///< a share beyond (0, 1], a sphere around the present camera or around any
+                    ///< that sees its centre at the place, no points, a picture filled with a
+                    ///< single point (a box of equal corners is one) or around a pixel that is not
+                    ///< inside of it
   kNoPresentLens,   ///< pixels are asked for, but at the present zoom there is no lens
   kNoRay,           ///< no ray is imaged at a pixel that was given, or at the place
   kNoZoom,          ///< the zoom has no range in which there is a lens
@@ -120,7 +123,8 @@ enum class AimFailure {
                     ///< camera or off its lens, or its parts lie around
 };
 
-/// The end of a motor's range that a position is bound by.
+/// The end of a motor's range that a position is bound by: it is there, or at one of the two steps
+/// before if the target is seen nearer to the place from there.
 enum class MotorBound { kNone, kLowest, kHighest };
 
 /// A position of the motors, and the target looked at from there.
@@ -193,7 +197,9 @@ struct Aim {
 /// Where the camera must go.
 ///
 /// Angles are taken modulo full turns into the motors' range, at the turn that is nearest to the
-/// present position. Of the whole steps around the exact position the best are taken; place, zoom
+/// present position that single precision still tells from its neighbours: steps of 5e-4 radians up
+/// to 2.8 million from the offset. Of the whole steps around the exact position, or of an end that
+/// binds a motor and the two before it, the best are taken; place, zoom
 /// and steps are solved together, since the principal point moves with the zoom. With `kFill` all
 /// of the target lies within its share of the picture, and one zoom step more towards the longer
 /// lens would lose a part, with these steps of pan and tilt as with any of the four around the

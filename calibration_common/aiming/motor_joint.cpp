@@ -21,10 +21,25 @@ MotorJoint::MotorJoint(double scale, double offset, int lowest, int highest, int
       offset_(offset),
       lowest_(std::min(lowest, highest)),  // where they cross the highest wins
       highest_(highest),
-      now_(now) {}
+      now_(now) {
+  if (!turns()) return;
+  const double least = std::clamp<double>(std::ceil(offset_ - reach()), lowest_, highest_);
+  highest_ = limited(std::floor(offset_ + reach()));
+  lowest_ = static_cast<int>(least);
+}
 
 bool MotorJoint::turns() const {
-  return std::isfinite(scale_) && std::isfinite(offset_) && scale_ != 0;
+  if (!std::isfinite(scale_) || !std::isfinite(offset_) || scale_ == 0) return false;
+  return reach() * radiansPerStep() >= kPi && offset_ - reach() <= highest_ &&
+         offset_ + reach() >= lowest_;
+}
+
+/// The angle is (steps - offset) * scale with three roundings of half a unit in 2^24: of the steps,
+/// of the difference and of the product. They may make half a step, or 1e-6 radians.
+double MotorJoint::reach() const {
+  constexpr double kUnits = 16777216;
+  const double allowed = std::max(0.5, 1e-6 / radiansPerStep());
+  return (kUnits * allowed - std::abs(offset_)) / 3;
 }
 
 MotorFit MotorJoint::fit(double angle) const {
@@ -43,9 +58,16 @@ MotorFit MotorJoint::fit(double angle) const {
 }
 
 MotorJoint::WholeSteps MotorJoint::around(const MotorFit& fit) const {
-  const int below = limited(std::floor(fit.steps));
-  const int above = limited(std::ceil(fit.steps));
-  return {below == above ? 1 : 2, {below, above}};
+  const bool is_highest = fit.bound == MotorBound::kHighest;
+  const int inside = fit.bound == MotorBound::kNone ? 0 : 2;
+  const double first = std::floor(fit.steps) - (is_highest ? inside : 0);
+  const double last = std::ceil(fit.steps) + (is_highest ? 0 : inside);
+  WholeSteps result = {0, {}};
+  const int end = limited(last);
+  for (int step = limited(first);; ++step) {
+    result.values[result.count++] = step;
+    if (step == end) return result;
+  }
 }
 
 int MotorJoint::nearest(const MotorFit& fit) const { return limited(std::round(fit.steps)); }

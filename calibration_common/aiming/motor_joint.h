@@ -18,7 +18,8 @@ class MotorJoint {
  public:
   MotorJoint(double scale, double offset, int lowest, int highest, int now);
 
-  /// Whether scale and offset are finite, and the scale is not zero.
+  /// Whether scale and offset are finite, the scale is not zero, and single precision tells the
+  /// steps of the range, at half a turn to either side of the offset at least, from each other.
   bool turns() const;
 
   double angleAt(double steps) const { return (steps - offset_) * scale_; }
@@ -32,10 +33,11 @@ class MotorJoint {
   /// one nearest to `now`; where none is, the end of the range that is nearest to one.
   MotorFit fit(double angle) const;
 
-  /// The two whole steps around `steps`, or the ends of the range beyond which they are: each once.
+  /// The two whole steps around a position; at an end that binds it, this and the two before it.
+  /// Those beyond the range are left out.
   struct WholeSteps {
     int count;
-    int values[2];
+    int values[3];
   };
   WholeSteps around(const MotorFit& fit) const;
 
@@ -49,6 +51,9 @@ class MotorJoint {
 
  private:
   int limited(double steps) const;
+
+  /// By how many steps from the offset single precision still tells one from the next.
+  double reach() const;
 
   double scale_;
   double offset_;

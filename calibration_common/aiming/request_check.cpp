@@ -39,6 +39,7 @@ bool makesSense(const SphereTarget& target) {
 bool isPoint(const AimTarget& target) {
   if (const auto* points = std::get_if<PointsTarget>(&target)) return points->count == 1;
   if (const auto* sphere = std::get_if<SphereTarget>(&target)) return sphere->radius == 0;
+  if (const auto* box = std::get_if<BoxTarget>(&target)) return box->corner == box->opposite;
   return std::holds_alternative<PixelTarget>(target) || std::holds_alternative<PointTarget>(target);
 }
 

@@ -27,6 +27,8 @@ class PresentCamera {
                                                          static_cast<float>(request.now.tilt))
                                        .inverse)) {}
 
+  const Vector3d& centre() const { return world_from_camera_.translation; }  ///< metres
+
   bool hasLens() const { return lens_.isUsable(); }
 
   /// The point at a pixel, metres; NaN where there is none.
@@ -54,6 +56,10 @@ class TargetPlacing {
     return placed(TargetOutline(target));
   }
   PlacedTarget operator()(const SphereTarget& target) const {
+    const PresentCamera camera(model_, request_);
+    if (target.radius > 0 && (target.centre - camera.centre()).norm() <= target.radius) {
+      return {std::nullopt, AimFailure::kInvalidRequest};
+    }
     return placed(TargetOutline(target));
   }
 

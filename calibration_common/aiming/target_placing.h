@@ -16,7 +16,8 @@ struct PlacedTarget {
 };
 
 /// The target of a request that `checkAim` lets pass: pixels and boxes as they are seen from the
-/// present position. `kNoPresentLens` and `kNoRay` are for these alone.
+/// present position. `kNoPresentLens` and `kNoRay` are for these alone, `kInvalidRequest`
+/// for a sphere around the present camera.
 PlacedTarget placeTarget(const calibration::PTZCameraModel& model,
                          const calibration::AimRequest& request);
 

@@ -78,6 +78,22 @@ TEST(AimingRange, TakesTheTurnThatIsNearest) {
   EXPECT_TRUE(isAt(aimAt(plainHead(), towards(-450, 0), {450, 0, 170}).best(), 550, 0));
 }
 
+TEST(AimingRange, KeepsToStepsThatSinglePrecisionTellsApart) {
+  for (const int now : {kLeast, -300000000, 300000000, kMost}) {
+    const Aim found = aimAt(plainHead(), towards(100, 50), {now, now, 170});
+    ASSERT_FALSE(found.empty());
+    EXPECT_LT(found.best().miss, 10) << "a step has 12.6 pixels";
+    EXPECT_FALSE(found.best().isLimited());
+    EXPECT_LT(std::abs(found.best().motors.pan), 1 << 22);
+  }
+  // Finer steps than single precision tells apart, all of which make 1e-6 radians.
+  PTZCameraParameters fine = plainHead();
+  fine.mutable_pan_tilt()->set_pan_scale(1e-8F);
+  const Aim found = aimAt(fine, towards(300, 50), {0, 0, 170});
+  ASSERT_FALSE(found.empty());
+  EXPECT_LT(found.best().miss, 0.05);
+}
+
 TEST(AimingRange, TakesTheNearestTurnWithinTheRange) {
   PTZCameraParameters params = plainHead();
   limitPan(-480, 520, &params);

@@ -59,6 +59,8 @@ TEST(Aiming, SaysThatTheModelIsInvalid) {
   expectInvalid([](auto* p) { p->mutable_pan_tilt()->set_tilt_scale(HUGE_VALF); });
   expectInvalid([](auto* p) { p->mutable_pan_tilt()->set_pan_offset(std::nanf("")); });
   expectInvalid([](auto* p) { p->mutable_pan_tilt()->mutable_pan_to_tilt()->set_a(0, kNaN); });
+  // The next number of single precision is 64 steps, 1.8 degrees, farther.
+  expectInvalid([](auto* p) { p->mutable_pan_tilt()->set_pan_offset(1e9F); });
 }
 
 TEST(Aiming, RefusesRequestsThatMakeNoSense) {
@@ -87,6 +89,9 @@ TEST(Aiming, RefusesRequestsThatMakeNoSense) {
       zoomed(at(PixelTarget{{3, 3}, 1}), AimZoom::kFill, 0.5),
       zoomed(at(PointsTarget{{points, 3}, 1}), AimZoom::kFill, 0.5),
       zoomed(at(SphereTarget{kPoint, 0}), AimZoom::kFill, 0.5),
+      zoomed(at(BoxTarget{{800, 500}, {800, 500}, 5}), AimZoom::kFill, 0.5),
+      // Around the head itself, where no angles bring its centre into the picture.
+      at(SphereTarget{{0.1, 0, 1.26}, 2}),
       zoomed(at(SphereTarget{kPoint, 1}), AimZoom::kFill, 0),
       zoomed(at(SphereTarget{kPoint, 1}), AimZoom::kFill, 1.01),
       zoomed(atPoint(), AimZoom::kFieldOfView, 0),
