@@ -4,11 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
+#include <random>
 
 #include "calibration_common/ptz_aiming.h"
 #include "testing/example_ptz.h"
 #include "testing/ptz_pointing.h"
+#include "testing/random_head.h"
 
 namespace norv::testing {
 namespace {
@@ -115,6 +116,49 @@ TEST(AimingLimits, TakesNoEndFromWhichTurningBackWouldHelp) {
   EXPECT_EQ(above.best().motors.pan, -430);
   EXPECT_EQ(above.best().motors.tilt, 100);
   EXPECT_EQ(above.best().pan_bound, MotorBound::kNone);
+}
+
+/// Where the camera sees a point from a position, pixels from the middle; infinite where it lies
+/// behind.
+double missFrom(const PTZCameraModelPtr& model, int pan, int tilt, const Vector3d& point) {
+  const PTZCameraModelConfiguration camera(model, pan, tilt, kZoom);
+  const Vector3_f world = point.cast<float>();
+  const Eigen::Vector4f in_camera = camera.getCameraTransform().transform * world.homogeneous();
+  if (!(in_camera.z() > 0)) return HUGE_VAL;
+  return (camera.project3dToCamera(world).cast<double>() - Eigen::Vector2d(1000, 500)).norm();
+}
+
+TEST(AimingLimits, TriesTheStepsBeforeAnEnd) {
+  std::mt19937_64 random(12);
+  int limited = 0;
+  for (int i = 0; i < 400; ++i) {
+    PTZCameraParameters params = plainPtz(threeSamples());
+    auto* head = params.mutable_pan_tilt();
+    *head = randomHead(&random);
+    head->set_pan_scale(0.02F);
+    head->set_tilt_scale(0.02F);
+    head->set_pan_offset(0);
+    head->set_tilt_offset(0);
+    head->set_min_pan(-40);
+    head->set_max_pan(40);
+    head->clear_min_tilt();
+    head->clear_max_tilt();
+    const Vector3d point(uniform(&random, -6, 6), uniform(&random, -6, 6), uniform(&random, -6, 6));
+    const PTZCameraModelPtr model = ptzModel(params);
+    const Aim found = aim(*model, {PointTarget{point}, {0, 0, kZoom}});
+    if (found.empty() || found.best().pan_bound == MotorBound::kNone) continue;
+    ++limited;
+    const int inwards = found.best().pan_bound == MotorBound::kHighest ? -1 : 1;
+    const int end = -40 * inwards;
+    for (const int inside : {0, 1, 2}) {
+      // What single precision hides, some hundredths of a pixel.
+      EXPECT_LT(
+          found.best().miss,
+          1.0001 * missFrom(model, end + inside * inwards, found.best().motors.tilt, point) + 0.1)
+          << i << " " << inside;
+    }
+  }
+  EXPECT_GT(limited, 30);
 }
 
 TEST(AimingLimits, KeepsABallThatIsTooNearForTheLens) {
