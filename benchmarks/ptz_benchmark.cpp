@@ -80,8 +80,8 @@ void aim(benchmark::State& state) { aimAtTargets(state, calibration::AimZoom::kK
 BENCHMARK(aim);
 
 /// At a ball that is to fill most of the picture.
-void aimWithZoom(benchmark::State& state) { aimAtTargets(state, calibration::AimZoom::kFill); }
-BENCHMARK(aimWithZoom);
+void aimSphere(benchmark::State& state) { aimAtTargets(state, calibration::AimZoom::kFill); }
+BENCHMARK(aimSphere);
 
 void constructConfiguration(benchmark::State& state) {
   const PTZCameraModelPtr model = exampleModel();

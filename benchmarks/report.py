@@ -61,7 +61,9 @@ ROWS = [
 BOUNDS = [
     ("`getIntrinsics`, hit", "getIntrinsicsHit", 6.0),
     ("`getIntrinsics`, miss", "getIntrinsicsMiss", 12.0),
-    ("`aim` with zoom", "aimWithZoom", 3000.0),
+    ("`aim` at a point, with a field of view", "aimPoint", 3000.0),
+    ("`aim` at a box, filling the picture", "aimBox", 3000.0),
+    ("`aim` at a sphere, filling the picture", "aimSphere", 3000.0),
 ]
 
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}

@@ -53,8 +53,11 @@ ChosenZoom keepZoom(const calibration::ZoomRange& zooms, int now) {
 ChosenZoom chooseZoom(const AimTask& task) {
   const ZoomScale scale(task.model, task.zooms);
   ZoomSearch search(scale, task.request.now.zoom);
+  double held_error = 0;
+  double lost_error = 0;
   while (!search.isDone()) {
     const Length length = lengthAt(task, search.zoom());
+    (length.ratio <= 1 ? held_error : lost_error) = length.error;
     search.tell(length.ratio, length.focal_length);
   }
   const auto errorAt = [&](std::int64_t index) {
@@ -75,8 +78,7 @@ ChosenZoom chooseZoom(const AimTask& task) {
     const bool is_bound = error > 0 && (last == 0 || error > 0.5 * differenceOf(last - 1, last));
     return {scale.zoomAt(last), is_bound ? scale.longEnd() : MotorBound::kNone};
   }
-  const bool is_held_nearer = errorAt(held) <= errorAt(held + 1);
-  return {scale.zoomAt(is_held_nearer ? held : held + 1), MotorBound::kNone};
+  return {scale.zoomAt(held_error <= lost_error ? held : held + 1), MotorBound::kNone};
 }
 
 }  // namespace norv::internal

@@ -51,7 +51,7 @@ class Report(unittest.TestCase):
         self.assertEqual(table({"getIntrinsicsHit": 9.0})["`getIntrinsics`, hit"][2:], ["1.500", "1 **above**"])
 
     def test_a_bound_in_microseconds(self):
-        self.assertEqual(table({"aimWithZoom": 2500.0})["`aim` with zoom"], ["2.5 us ± 1 %", "3 us", "0.833", "1"])
+        self.assertEqual(table({"aimBox": 2500.0})["`aim` at a box, filling the picture"], ["2.5 us ± 1 %", "3 us", "0.833", "1"])
         self.assertEqual(table({})["`aim` with zoom"], ["not measured", "3 us", "", "1"])
 
     def test_what_did_not_run_is_not_measured(self):
