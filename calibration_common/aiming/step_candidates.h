@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <utility>
 
 namespace norv::internal {
@@ -16,9 +17,12 @@ struct StepCandidate {
 /// A few of them, taken out in order of the miss.
 class StepCandidates {
  public:
-  static constexpr int kMaxCount = 16;
+  static constexpr std::size_t kMaxCount = 16;
 
-  void add(const StepCandidate& candidate) { candidates_[count_++] = candidate; }
+  /// At most `kMaxCount` are kept.
+  void add(const StepCandidate& candidate) {
+    if (count_ < candidates_.size()) candidates_[count_++] = candidate;
+  }
 
   /// Null when all were taken. Valid until the next call.
   const StepCandidate* takeNearest() {
@@ -33,7 +37,7 @@ class StepCandidates {
 
  private:
   std::array<StepCandidate, kMaxCount> candidates_;
-  int count_ = 0;
+  std::size_t count_ = 0;
 };
 
 }  // namespace norv::internal
