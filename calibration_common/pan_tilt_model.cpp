@@ -109,7 +109,9 @@ void PanTiltModel::writeToPB(PanTiltSystemParameters* params) const {
 
 CameraTransform PanTiltModel::getFullTransform(float pan, float tilt) const {
   CameraTransform pose;
-  pose.setTransform(internal::forwardPose(*this, pan, tilt), CameraTransform::kForward);
+  pose.setTransform(internal::forwardPose(posesOf(*this), (pan - pan_offset_) * pan_scale_,
+                                          (tilt - tilt_offset_) * tilt_scale_),
+                    CameraTransform::kForward);
   return pose;
 }
 

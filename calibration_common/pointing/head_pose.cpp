@@ -4,12 +4,10 @@
 
 namespace norv::internal {
 
-Matrix4x4_f forwardPose(const calibration::PanTiltModel& head, float pan, float tilt) {
-  const auto pan_rotation = rotationZRows((pan - head.getPanOffset()) * head.getPanScale());
-  const auto tilt_rotation = rotationZRows((tilt - head.getTiltOffset()) * head.getTiltScale());
-  return toMatrix(toRows(head.getTiltToCamera().transform) * tilt_rotation *
-                  toRows(head.getPanToTilt().transform) * pan_rotation *
-                  toRows(head.getBaseToPan().transform));
+Matrix4x4_f forwardPose(const PanTiltPoses& head, float pan_angle, float tilt_angle) {
+  return toMatrix(toRows(head.tilt_to_camera.transform) * rotationZRows(tilt_angle) *
+                  toRows(head.pan_to_tilt.transform) * rotationZRows(pan_angle) *
+                  toRows(head.base_to_pan.transform));
 }
 
 }  // namespace norv::internal

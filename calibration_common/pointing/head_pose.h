@@ -1,13 +1,12 @@
 #pragma once
 
-#include "calibration_common/pan_tilt_model.h"
+#include "calibration_common/pan_tilt_solver.h"
 #include "support/matrix_types.h"
 
 namespace norv::internal {
 
-/// camera_from_base of a head at two motor positions, steps, to the bits of
-/// `PanTiltModel::getFullTransform`: the product is formed in single precision from the camera's
-/// side. Without the inverse, which takes as long as all else.
-Matrix4x4_f forwardPose(const calibration::PanTiltModel& head, float pan, float tilt);
+/// camera_from_base of a head at two angles of its joints, radians: the product is formed in single
+/// precision from the camera's side. Without the inverse, which takes as long as all else.
+Matrix4x4_f forwardPose(const PanTiltPoses& head, float pan_angle, float tilt_angle);
 
 }  // namespace norv::internal
