@@ -52,7 +52,7 @@ class Report(unittest.TestCase):
 
     def test_a_bound_in_microseconds(self):
         self.assertEqual(table({"aimBox": 2500.0})["`aim` at a box, filling the picture"], ["2.5 us ± 1 %", "3 us", "0.833", "1"])
-        self.assertEqual(table({})["`aim` with zoom"], ["not measured", "3 us", "", "1"])
+        self.assertEqual(table({})["`aim` at a box, filling the picture"], ["not measured", "3 us", "", "1"])
 
     def test_what_did_not_run_is_not_measured(self):
         self.assertEqual(table({})[DISABLED], ["not measured", "", "", "1"])
