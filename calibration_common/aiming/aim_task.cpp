@@ -27,10 +27,12 @@ Eigen::Vector2d AimTask::placeIn(const FrozenLens& lens) const {
 HeadPose AimTask::poseAt(int pan_steps, int tilt_steps) const {
   const calibration::PanTiltModel& head = model.getPanTiltModel();
   // Rounded as `PanTiltModel::getFullTransform` does.
-  const float pan = (static_cast<float>(pan_steps) - head.getPanOffset()) * head.getPanScale();
-  const float tilt = (static_cast<float>(tilt_steps) - head.getTiltOffset()) * head.getTiltScale();
-  return widened(
-      forwardPose({head.getBaseToPan(), head.getPanToTilt(), head.getTiltToCamera()}, pan, tilt));
+  const float pan_angle =
+      (static_cast<float>(pan_steps) - head.getPanOffset()) * head.getPanScale();
+  const float tilt_angle =
+      (static_cast<float>(tilt_steps) - head.getTiltOffset()) * head.getTiltScale();
+  return widened(forwardPose({head.getBaseToPan(), head.getPanToTilt(), head.getTiltToCamera()},
+                             pan_angle, tilt_angle));
 }
 
 }  // namespace norv::internal
