@@ -175,6 +175,48 @@ void checkLanding(const PTZCameraModelPtr& model, const AimPosition& at, const V
   require((sight.pixel - at.lands).norm() <= sight.error, "what is said to land there does");
 }
 
+/// The points of the world that a target consists of; none for a sphere.
+std::vector<Vector3d> pointsOf(const PTZCameraModelPtr& model, const Question& question) {
+  const AimRequest& request = question.request;
+  const PTZCameraModelConfiguration now(model, request.now.pan, request.now.tilt, request.now.zoom);
+  const auto seenAt = [&](const Vector2d& pixel, double distance) -> Vector3d {
+    const Vector3d ray = now.projectPixelToRay(pixel.cast<float>()).cast<double>();
+    return now.getCameraCenter().cast<double>() + distance * ray.normalized();
+  };
+  if (const auto* const point = std::get_if<PointTarget>(&request.target)) return {point->point};
+  if (const auto* const pixel = std::get_if<PixelTarget>(&request.target)) {
+    return {seenAt(pixel->pixel, pixel->distance)};
+  }
+  if (const auto* const box = std::get_if<BoxTarget>(&request.target)) {
+    const Vector2d& a = box->corner;
+    const Vector2d& b = box->opposite;
+    return {seenAt(a, box->distance), seenAt(b, box->distance),
+            seenAt({a.x(), b.y()}, box->distance), seenAt({b.x(), a.y()}, box->distance)};
+  }
+  return question.points;
+}
+
+/// The rectangle that is told is the one around the points, if all of them are seen.
+void checkCover(const PTZCameraModelPtr& model, const AimPosition& at,
+                const std::vector<Vector3d>& points) {
+  if (!at.is_whole || points.empty()) return;
+  Vector2d low = Vector2d::Constant(HUGE_VAL);
+  Vector2d high = -low;
+  double error = 0;
+  for (const Vector3d& point : points) {
+    if (!isOrdinary(model, at.motors, point)) return;
+    const Sight sight = look(model, at.motors, point);
+    low = low.cwiseMin(sight.pixel);
+    high = high.cwiseMax(sight.pixel);
+    error = std::fmax(error, sight.error);
+  }
+  // Single precision holds 7 digits of numbers far from the picture.
+  error += 1e-6 * (low.norm() + high.norm());
+  if (!(error < 50)) return;
+  require((low - at.low).norm() <= 2 * error, "it covers what is said, to the lowest");
+  require((high - at.high).norm() <= 2 * error, "and to the highest");
+}
+
 void checkInside(const PTZCameraModelPtr& model, const AimPosition& at,
                  const std::vector<Vector3d>& points) {
   const auto& lens = model->getParams().intrinsics();
@@ -224,9 +266,10 @@ void checkPosition(const PTZCameraModelPtr& model, const Question& question,
           "the way is the difference");
   if (const auto* const point = std::get_if<PointTarget>(&question.request.target)) {
     checkLanding(model, at, point->point);
-    if (at.is_inside) checkInside(model, at, {point->point});
   }
-  if (at.is_inside) checkInside(model, at, question.points);
+  const std::vector<Vector3d> points = pointsOf(model, question);
+  checkCover(model, at, points);
+  if (at.is_inside) checkInside(model, at, points);
 }
 
 void checkSight(const PTZCameraModel& model, Input* input) {
