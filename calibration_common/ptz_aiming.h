@@ -29,16 +29,22 @@ struct MotorPositions {
   int zoom = 0;
 };
 
+/// Numbers that were not set, which `aim` refuses.
+template <class Vector>
+inline Vector unsetNumbers() {
+  return Vector::Constant(std::numeric_limits<double>::quiet_NaN());
+}
+
 /// What the picture of the present position shows at a pixel, `distance` metres from the optical
 /// centre.
 struct PixelTarget {
-  Eigen::Vector2d pixel;
-  double distance;
+  Eigen::Vector2d pixel = unsetNumbers<Eigen::Vector2d>();
+  double distance = 0;
 };
 
 /// A point of the world, metres: the base frame of the head.
 struct PointTarget {
-  Eigen::Vector3d point;
+  Eigen::Vector3d point = unsetNumbers<Eigen::Vector3d>();
 };
 
 /// Several points of the world, one at least; what is centred is the middle of what they cover in
@@ -51,16 +57,16 @@ struct PointsTarget {
 /// A box in the picture of the present position, given by opposite corners, each of its four
 /// corners `distance` metres from the optical centre; centred as several points are.
 struct BoxTarget {
-  Eigen::Vector2d corner;
-  Eigen::Vector2d opposite;
-  double distance;
+  Eigen::Vector2d corner = unsetNumbers<Eigen::Vector2d>();
+  Eigen::Vector2d opposite = unsetNumbers<Eigen::Vector2d>();
+  double distance = 0;
 };
 
 /// A sphere, metres: centred as its outline is, or as its centre where the outline is beyond the
 /// lens.
 struct SphereTarget {
-  Eigen::Vector3d centre;
-  double radius;
+  Eigen::Vector3d centre = unsetNumbers<Eigen::Vector3d>();
+  double radius = 0;
 };
 
 using AimTarget = std::variant<PixelTarget, PointTarget, PointsTarget, BoxTarget, SphereTarget>;
@@ -139,12 +145,12 @@ struct AimPosition {
   /// Pixel at which the target is seen: the point itself, or the middle of what the points, the
   /// box or the sphere cover. Where only a part is seen (`is_whole`), the middle of that part; of a
   /// sphere whose outline is beyond the lens, its centre.
-  Eigen::Vector2d lands = noPixel();
-  Eigen::Vector2d wanted = noPixel();  ///< where it was to be
+  Eigen::Vector2d lands = unsetNumbers<Eigen::Vector2d>();
+  Eigen::Vector2d wanted = unsetNumbers<Eigen::Vector2d>();  ///< where it was to be
 
   /// What the target covers, pixels: smallest and largest x and y. Both `lands` for a single point.
-  Eigen::Vector2d low = noPixel();
-  Eigen::Vector2d high = noPixel();
+  Eigen::Vector2d low = unsetNumbers<Eigen::Vector2d>();
+  Eigen::Vector2d high = unsetNumbers<Eigen::Vector2d>();
 
   /// How far each motor goes from where it is now, steps.
   std::int64_t pan_travel = 0;
@@ -161,11 +167,6 @@ struct AimPosition {
   bool isLimited() const {
     return pan_bound != MotorBound::kNone || tilt_bound != MotorBound::kNone ||
            zoom_bound != MotorBound::kNone;
-  }
-
- private:
-  static Eigen::Vector2d noPixel() {
-    return Eigen::Vector2d::Constant(std::numeric_limits<double>::quiet_NaN());
   }
 };
 
