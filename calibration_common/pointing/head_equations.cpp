@@ -24,8 +24,8 @@ double largest(const Vector3d& v) { return v.cwiseAbs().maxCoeff(); }
 
 }  // namespace
 
-HeadEquations makeHeadEquations(const PanTiltPoses& head, const Vector3d& world,
-                                const Vector2d& dev) {
+[[gnu::flatten]] HeadEquations makeHeadEquations(const PanTiltPoses& head, const Vector3d& world,
+                                                 const Vector2d& dev) {
   const Vector3d in_pan = rotationOf(head.base_to_pan) * world + translationOf(head.base_to_pan);
   const Matrix3d turn = rotationOf(head.pan_to_tilt);
   HeadEquations equations;
@@ -89,13 +89,13 @@ bool refine(const HeadEquations& equations, PanAndRange* at) {
     const double distance = 0.5 * (y.head<2>().squaredNorm() - on_ray.head<2>().squaredNorm());
     const double distance_by_pan = y.head<2>().dot(slope.head<2>());
     const double distance_by_range = -on_ray.head<2>().dot(d.head<2>());
-    const double determinant = slope.z() * distance_by_range + d.z() * distance_by_pan;
-    double turn = -(height * distance_by_range + d.z() * distance) / determinant;
-    const double change = -(slope.z() * distance - distance_by_pan * height) / determinant;
+    const double scale = -1 / (slope.z() * distance_by_range + d.z() * distance_by_pan);
+    double turn = scale * (height * distance_by_range + d.z() * distance);
+    const double change = scale * (slope.z() * distance - distance_by_pan * height);
     if (!std::isfinite(turn) || !std::isfinite(change)) return false;
     turn = std::clamp(turn, -0.5, 0.5);
-    const double norm = std::sqrt(1 + turn * turn);
-    *at = {(at->cos_pan - turn * at->sin_pan) / norm, (at->sin_pan + turn * at->cos_pan) / norm,
+    const double shrink = 1 / std::sqrt(1 + turn * turn);
+    *at = {shrink * (at->cos_pan - turn * at->sin_pan), shrink * (at->sin_pan + turn * at->cos_pan),
            at->range + change};
     const double step = std::max(std::abs(turn), std::abs(change));
     if (step < kRounding || (step < kSmall && step < 1e-3 * last)) return true;

@@ -71,7 +71,8 @@ bool hasParallelAxes(const PanTiltPoses& head) {
   const auto x = static_cast<double>(m(2, 0));
   const auto y = static_cast<double>(m(2, 1));
   const auto z = static_cast<double>(m(2, 2));
-  return std::hypot(x, y) <= kMinAxesSine * std::sqrt(x * x + y * y + z * z);
+  const double square = x * x + y * y;
+  return square <= kMinAxesSine * kMinAxesSine * (square + z * z);
 }
 
 /// An angle of (-pi, pi]: of minus a half turn the one that is positive.
@@ -84,10 +85,14 @@ bool isBefore(const PanTiltRoot& a, const PanTiltRoot& b) {
 /// Collects roots of one question.
 class RootSearch {
  public:
-  RootSearch(const HeadEquations& equations, const Vector2d& dev, const PanTiltSearch& search)
-      : equations_(equations), ray_(dev.homogeneous().normalized()), search_(search) {}
+  RootSearch(const HeadEquations& equations, const Vector2d& dev, const PanTiltSearch& search,
+             PanTiltRoots* roots)
+      : equations_(equations),
+        ray_(dev.homogeneous().normalized()),
+        search_(search),
+        roots_(*roots) {}
 
-  PanTiltRoots run() {
+  void run() {
     if (isOnPanAxis()) {
       addEveryPan();
     } else {
@@ -96,7 +101,6 @@ class RootSearch {
       for (std::size_t i = 0; i < starts.count && !found_exact_; ++i) addNearest(starts.points[i]);
       conclude(any_tilt_ ? PanTiltReach::kAnyTilt : PanTiltReach::kReached);
     }
-    return roots_;
   }
 
  private:
@@ -198,7 +202,7 @@ class RootSearch {
   }
 
   /// The tilt that goes with a pan and a range, and what the whole chain makes of them.
-  PanTiltRoot rootAt(const PanAndRange& at) {
+  [[gnu::flatten]] PanTiltRoot rootAt(const PanAndRange& at) {
     const Vector3d y = equations_.pointAt(at.cos_pan, at.sin_pan);
     const Vector3d on_ray = equations_.origin + at.range * equations_.direction;
     const Vector2d from = y.head<2>();
@@ -209,7 +213,7 @@ class RootSearch {
     root.pan = positiveHalfTurn(std::atan2(at.sin_pan, at.cos_pan));
     root.tilt = positiveHalfTurn(std::atan2(tilt_sin, tilt_cos));
     double norm = std::sqrt(tilt_cos * tilt_cos + tilt_sin * tilt_sin);
-    const bool is_on_axis = from.norm() <= kOnAxis && to.norm() <= kOnAxis;
+    const bool is_on_axis = std::max(from.squaredNorm(), to.squaredNorm()) <= kOnAxis * kOnAxis;
     any_tilt_ = any_tilt_ || is_on_axis;
     // Where one of them lies on the tilt axis, all tilts come as near.
     if (is_on_axis || norm < kNoDirection) {
@@ -237,8 +241,8 @@ class RootSearch {
 
   const HeadEquations& equations_;
   Vector3d ray_;
-  PanTiltSearch search_;
-  PanTiltRoots roots_;
+  const PanTiltSearch& search_;
+  PanTiltRoots& roots_;
   std::array<PanAndRange, PanTiltRoots::kMaxCount> known_;
   double isolation_ = 1;  ///< the least distance between two roots, roughly
   bool found_exact_ = false;
@@ -250,14 +254,15 @@ class RootSearch {
 
 PanTiltRoots searchRoots(const PanTiltPoses& head, const Vector3d& world, const Vector2d& dev,
                          const PanTiltSearch& search) {
-  PanTiltRoots none;
+  PanTiltRoots roots;
   const HeadEquations equations = makeHeadEquations(head, world, dev);
-  if (!isFinite(equations)) return none;
+  if (!isFinite(equations)) return roots;
   if (hasParallelAxes(head)) {
-    none.reach = PanTiltReach::kParallelAxes;
-    return none;
+    roots.reach = PanTiltReach::kParallelAxes;
+    return roots;
   }
-  return RootSearch(equations, dev, search).run();
+  RootSearch(equations, dev, search, &roots).run();
+  return roots;
 }
 
 }  // namespace norv::internal

@@ -74,14 +74,14 @@ double findLinePair(const AxisConic& axes) {
 
 /// Cuts the line a x + b y + k = 0, in axes, with the circle.
 void cut(const AxisConic& axes, double a, double b, double k, CirclePoints* points) {
-  const double norm = length(a, b);
-  const double distance = -k / norm;
+  const double scale = 1 / length(a, b);
+  const double distance = -k * scale;
   if (!std::isfinite(distance)) return;
   const bool is_beside = std::abs(distance) > 1;
   const double along = is_beside ? std::copysign(1.0, distance) : distance;
   const double across = std::sqrt((1 - along) * (1 + along));
-  const double nx = (axes.cosine * a - axes.sine * b) / norm;
-  const double ny = (axes.sine * a + axes.cosine * b) / norm;
+  const double nx = scale * (axes.cosine * a - axes.sine * b);
+  const double ny = scale * (axes.sine * a + axes.cosine * b);
   points->points[points->count++] = {along * nx - across * ny, along * ny + across * nx, is_beside};
   if (is_beside) return;
   points->points[points->count++] = {along * nx + across * ny, along * ny - across * nx, false};
@@ -107,11 +107,6 @@ CirclePoints meetLine(const Conic& conic) {
 CirclePoints meetUnitCircle(const Conic& conic) {
   if (isLine(conic)) return meetLine(conic);
   CirclePoints points;
-  if (eccentricity(conic) == 0) {
-    // Less that multiple of the circle it is a line.
-    cut({1, 0, 0, 0, 0}, conic.x, conic.y, conic.one + conic.xx, &points);
-    return points;
-  }
   const AxisConic axes = toAxes(conic);
   if (!std::isfinite(axes.constant + axes.gamma + axes.delta)) return points;
   const double tau = findLinePair(axes);
