@@ -104,9 +104,11 @@ int scalingExponent(const Polynomial<kCount>& c) {
 
 template <std::size_t kCount>
 double firstPositiveZero(const Polynomial<kCount>& polynomial) {
-  if (std::all_of(polynomial.begin(), polynomial.end(), [](double c) { return c >= 0; })) {
-    return kInfinity;
-  }
+  const auto all = [&](auto holds) {
+    return std::all_of(polynomial.begin(), polynomial.end(), holds);
+  };
+  if (!all([](double c) { return std::isfinite(c); })) return 0;
+  if (all([](double c) { return c >= 0; })) return kInfinity;
   const int exponent = scalingExponent(polynomial);
   Polynomial<kCount> scaled;
   // With t = u / (1 - u) and n the degree, (1 - u)^n times the polynomial has the Bernstein

@@ -13,8 +13,9 @@ using Sextic = Polynomial<7>;
 /// Smallest positive zero of a polynomial that is 1 at 0; infinity where it has none. For degrees
 /// of 6 and 13.
 ///
-/// The coefficients must be finite. A minimum that rounding cannot tell from zero may count as one.
-/// Takes a fraction of a microsecond where the coefficients change their sign once.
+/// 0 where a coefficient is not finite: nothing is known of it. A minimum that rounding cannot tell
+/// from zero may count as one. Takes a fraction of a microsecond where the coefficients change
+/// their sign once.
 template <std::size_t kCount = 7>
 double firstPositiveZero(const Polynomial<kCount>& polynomial);
 

@@ -38,6 +38,12 @@ TEST(FirstPositiveZero, NoneWithoutNegativeCoefficients) {
   EXPECT_EQ(firstPositiveZero(withZeros({-1, -2, -3, -4, -5, -6})), kInfinity);
 }
 
+TEST(FirstPositiveZero, NothingIsKnownOfWhatIsNotFinite) {
+  EXPECT_EQ(firstPositiveZero({1, kInfinity}), 0);
+  EXPECT_EQ(firstPositiveZero({1, -1, -kInfinity}), 0);
+  EXPECT_EQ(firstPositiveZero({1, std::nan(""), 1}), 0);
+}
+
 TEST(FirstPositiveZero, NoneThoughCoefficientsAreNegative) {
   // (1 - s)^2 + 0.01.
   EXPECT_EQ(firstPositiveZero({1, -2 / 1.01, 1 / 1.01}), kInfinity);
