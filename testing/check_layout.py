@@ -10,7 +10,7 @@ import re
 import sys
 
 LIBRARY = ("calibration_common", "support")
-PRODUCT = LIBRARY + ("tools", "examples")
+PRODUCT = LIBRARY + ("interop", "tools", "examples")
 # The only headers beside those on the ground floor of support/ that users include.
 PUBLIC_CALIBRATION_HEADERS = {
     "adjusted_calibration.h",
@@ -33,14 +33,17 @@ PUBLIC_CALIBRATION_HEADERS = {
 }
 MAX_LIBRARY_FILE_LINES = 300
 MAX_TEST_FILE_LINES = 450
-VERBS = ("adjust", "aim", "convert", "diff", "show", "validate", "view")
+VERBS = ("adjust", "aim", "convert", "diff", "export", "import", "show", "validate", "view")
 
 # Files whose path matches the first expression never include one whose path matches the second, neither
 # themselves nor by way of others.
 NEVER = [
-    ("support knows no calibration", r"support/", r"(calibration_common|tools)/"),
+    ("support knows no calibration", r"support/", r"(calibration_common|interop|tools)/"),
     ("the library knows no test and no tool", r"(support|calibration_common)/",
-     r"(tools|tests|testing|benchmarks|fuzz|examples)/"),
+     r"(interop|tools|tests|testing|benchmarks|fuzz|examples)/"),
+    ("other programs' formats know what a message is, and not what is done with it", r"interop/",
+     r"(calibration_common|tools|tests|testing|benchmarks|fuzz|examples)/"),
+    ("syntaxes know no format", r"interop/syntax/", r"interop/formats/"),
     ("the tool knows no test", r"(tools|examples)/", r"(tests|testing|benchmarks|fuzz)/"),
     ("the log knows no matrices", r"support/(log/|logging|log_)", r"Eigen/"),
     ("the lens knows no sensor", r"support/lens(/|_)", r"support/sensor(/|_)"),
@@ -135,11 +138,13 @@ def check_public_headers(root):
 
 
 def check_users_headers(root):
-    """Programs outside the library include its public headers alone."""
-    for path in source_files(root, ("tools", "examples")):
+    """Programs outside the library include its public headers alone, and of interop/ those on its ground floor."""
+    for path in source_files(root, ("interop", "tools", "examples")):
         for included in includes_of(root, path):
             if is_private_to_library(included):
                 yield f"{path} includes {included}, which is not installed"
+            if path.parts[0] != "interop" and re.match(r"interop/.*/", included):
+                yield f"{path} includes {included}, which is private to interop/"
 
 
 def unit_of(path):
@@ -171,7 +176,7 @@ def find_circle(arrows):
 
 
 def check_circles(root):
-    files = source_files(root, LIBRARY + ("tools",))
+    files = source_files(root, LIBRARY + ("interop", "tools"))
     units = {unit_of(path) for path in files}
     arrows = {}
     for path in files:
@@ -185,7 +190,7 @@ def check_circles(root):
 
 
 def check_file_sizes(root):
-    for folders, limit in ((LIBRARY, MAX_LIBRARY_FILE_LINES), (("tests",), MAX_TEST_FILE_LINES)):
+    for folders, limit in ((LIBRARY + ("interop",), MAX_LIBRARY_FILE_LINES), (("tests",), MAX_TEST_FILE_LINES)):
         for path in source_files(root, folders):
             lines = len((root / path).read_text(encoding="utf-8").splitlines())
             if lines > limit:

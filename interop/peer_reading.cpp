@@ -1,0 +1,31 @@
+#include "interop/peer_reading.h"
+
+namespace norv::interop {
+namespace {
+
+PeerFile read(const SourceFile& /*file*/, PeerFormat format, const ReadOptions& /*options*/) {
+  switch (format) {
+    case PeerFormat::kRos:
+    case PeerFormat::kKalibr:
+    case PeerFormat::kOpenCv:
+    case PeerFormat::kMrcal:
+    case PeerFormat::kColmap:
+    case PeerFormat::kBasalt:
+      break;
+  }
+  throw FormatError({}, "", "is of no format that is read");
+}
+
+}  // namespace
+
+PeerReading readCameras(const SourceFile& file, PeerFormat format, const ReadOptions& options) {
+  try {
+    return read(file, format, options);
+  } catch (const FormatError& error) {
+    FormatProblem problem = error.problem();
+    problem.file = file.name;
+    return problem;
+  }
+}
+
+}  // namespace norv::interop

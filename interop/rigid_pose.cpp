@@ -1,0 +1,42 @@
+#include "interop/rigid_pose.h"
+
+#include <Eigen/Geometry>
+#include <Eigen/LU>
+
+namespace norv::interop {
+
+RigidPose compose(const RigidPose& a_from_b, const RigidPose& b_from_c) {
+  return {a_from_b.rotation * b_from_c.rotation,
+          a_from_b.rotation * b_from_c.translation + a_from_b.translation};
+}
+
+RigidPose inverse(const RigidPose& a_from_b) {
+  const Eigen::Matrix3d rotation = a_from_b.rotation.inverse();
+  return {rotation, -(rotation * a_from_b.translation)};
+}
+
+Eigen::Matrix3d rotationFromQuaternion(double w, double x, double y, double z) {
+  return Eigen::Quaterniond(w, x, y, z).normalized().toRotationMatrix();
+}
+
+Eigen::Vector4d quaternionFromRotation(const Eigen::Matrix3d& rotation) {
+  const Eigen::Quaterniond turn = Eigen::Quaterniond(rotation).normalized();
+  const double sign = turn.w() < 0 ? -1 : 1;
+  return {sign * turn.w(), sign * turn.x(), sign * turn.y(), sign * turn.z()};
+}
+
+Eigen::Matrix3d rotationFromVector(const Eigen::Vector3d& vector) {
+  const double angle = vector.norm();
+  if (angle == 0) return Eigen::Matrix3d::Identity();
+  return Eigen::AngleAxisd(angle, vector / angle).toRotationMatrix();
+}
+
+Eigen::Vector3d vectorFromRotation(const Eigen::Matrix3d& rotation) {
+  const Eigen::Vector4d turn = quaternionFromRotation(rotation);
+  const Eigen::Vector3d half = turn.tail<3>();
+  const double sine = half.norm();
+  if (sine == 0) return Eigen::Vector3d::Zero();
+  return half * (2 * std::atan2(sine, turn[0]) / sine);
+}
+
+}  // namespace norv::interop
