@@ -34,7 +34,8 @@ struct ExportOutcome {
   std::vector<ExportedCamera> cameras;
 };
 
-/// The full frame's camera of a calibration, its doubles; or what keeps it from being one.
+/// The full frame's camera of a calibration, its doubles, the pose being camera_from_robot; or, as
+/// a sentence, what keeps it from being one.
 std::variant<WrittenCamera, std::string> fullFrameCamera(
     const calibration::CameraCalibration& camera);
 

@@ -2,6 +2,7 @@
 
 /// Calibrations of other programs made into ours.
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <variant>
@@ -30,20 +31,36 @@ struct ImportOptions {
   double max_error = 0.1;  ///< what a lens may deviate by in the place of another one, pixels
 };
 
+/// Where the pose of an imported camera comes from.
+enum class PoseSource {
+  kFile,     ///< its file, moved into the robot's frame
+  kOptions,  ///< `ImportOptions::extrinsics`
+  kNone      ///< nowhere: it is the identity
+};
+
 /// One camera that was imported.
 struct ImportedCamera {
   calibration::CameraCalibration calibration;
-  std::string file;
-  PeerFormat format;
-  calibration::PixelOrigin pixel_origin;   ///< from which the file's pixels were counted
-  PeerCamera source;                       ///< as it stands in the file
+  std::size_t file = 0;  ///< index in `ImportOutcome::files`
+  PeerCamera source;     ///< as it stands there
+  PoseSource pose_source = PoseSource::kNone;
   std::optional<LensDeviation> deviation;  ///< of the imported lens; none where it is the same
 };
 
+/// What was found out about one file.
+struct ImportedFile {
+  std::string name;
+  PeerFormat format = PeerFormat::kRos;
+  calibration::PixelOrigin pixel_origin =
+      calibration::PixelOrigin::kPixelCentre;  ///< of its pixels
+  std::string parent;                          ///< of its poses, as `PeerFile::parent`
+  std::vector<NotTakenOver> not_taken_over;
+  std::vector<std::string> notes;  ///< sentences
+};
+
 struct ImportOutcome {
+  std::vector<ImportedFile> files;  ///< COLMAP's images.txt is part of its cameras.txt
   std::vector<ImportedCamera> cameras;
-  std::vector<NotTakenOver> not_taken_over;  ///< keys with their file before them, "FILE: KEY"
-  std::vector<std::string> notes;            ///< sentences
 };
 
 /// The cameras of all files, in order. Camera matrix, lens and pose pass through as the same

@@ -17,6 +17,9 @@ struct LensDeviation {
   double rms = 0;
 };
 
+/// "max E px, rms E px at WxH".
+std::string describe(const LensDeviation& deviation, const calibration::PixelSize& size);
+
 /// The largest and the mean deviation of `target` from `source`, of the rays that `source` has at
 /// the points of the grid; or why there is none, such as "reaches 97 degrees from the axis, where a
 /// picture of straight lines ends". Thread-safe.

@@ -1,0 +1,26 @@
+#include "interop/peer_writing.h"
+
+namespace norv::interop {
+
+std::variant<PeerWriting, std::string> writeCameras(const std::vector<WrittenCamera>& cameras,
+                                                    const WriteOptions& options) {
+  if (cameras.empty()) return "there is no camera to write";
+  switch (options.format) {
+    case PeerFormat::kRos:
+    case PeerFormat::kKalibr:
+    case PeerFormat::kOpenCv:
+    case PeerFormat::kMrcal:
+    case PeerFormat::kColmap:
+    case PeerFormat::kBasalt:
+      break;
+  }
+  return std::string("this format is not written");
+}
+
+int coefficientsOf(PeerFormat format) {
+  constexpr int kBrown = 4;
+  constexpr int kRational = 8;
+  return format == PeerFormat::kKalibr ? kBrown : kRational;
+}
+
+}  // namespace norv::interop
