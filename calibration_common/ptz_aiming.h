@@ -103,7 +103,8 @@ struct AimRequest {
 
   AimZoom zoom = AimZoom::kKeep;
   /// For `kFill` the share, in (0, 1], of the picture within which the target has to lie: of what
-  /// there is on each side of the place. For `kFieldOfView` radians, for `kFocalLength` pixels.
+  /// there is on each side of the place. For `kFieldOfView` radians, for `kFocalLength` pixels:
+  /// where a zoom table turns back and has that at several zooms, one of them is taken.
   double zoom_value = 1;
 
   AimChoice choice = AimChoice::kNearest;
@@ -202,9 +203,10 @@ struct Aim {
 /// to 2.8 million from the offset. Of the whole steps around the exact position, or of an end that
 /// binds a motor and the two before it, the best are taken; place, zoom
 /// and steps are solved together, since the principal point moves with the zoom. With `kFill` all
-/// of the target lies within its share of the picture, and one zoom step more towards the longer
-/// lens would lose a part, with these steps of pan and tilt as with any of the four around the
-/// exact position, unless the range ends. The zoom is always one at which there is a lens
+/// of the target that is before the camera (`is_whole`) lies within its share of the picture, and
+/// one zoom step more towards the longer lens would lose a part, with these steps of pan and tilt
+/// as with any of the four around the exact position, unless the range ends. The zoom is always one
+/// at which there is a lens
 /// (`zoomRange`).
 ///
 /// What the head comes near to within 0.02 radians without reaching it, as targets close to the pan
