@@ -1,0 +1,10 @@
+// basalt's calibrations.
+
+#include "fuzz/fuzz_readings.h"
+#include "fuzz/fuzz_support.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  norv::fuzz::requireSoundReading(norv::fuzz::asString(data, size),
+                                  norv::interop::PeerFormat::kBasalt);
+  return 0;
+}
