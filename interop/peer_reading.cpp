@@ -1,14 +1,17 @@
 #include "interop/peer_reading.h"
 
+#include "interop/formats/mrcal.h"
+
 namespace norv::interop {
 namespace {
 
-PeerFile read(const SourceFile& /*file*/, PeerFormat format, const ReadOptions& /*options*/) {
+PeerFile read(const SourceFile& file, PeerFormat format, const ReadOptions& options) {
   switch (format) {
+    case PeerFormat::kMrcal:
+      return readMrcal(file, options);
     case PeerFormat::kRos:
     case PeerFormat::kKalibr:
     case PeerFormat::kOpenCv:
-    case PeerFormat::kMrcal:
     case PeerFormat::kColmap:
     case PeerFormat::kBasalt:
       break;

@@ -27,9 +27,9 @@ constexpr std::array<LensRow, 6> kLenses = {{{"LENSMODEL_PINHOLE", 0},
 
 /// Lenses that mrcal has and nothing else here can hold. Some have their configuration behind the
 /// name.
-constexpr std::array<std::string_view, 5> kRefusedLenses = {
-    "LENSMODEL_SPLINED_STEREOGRAPHIC", "LENSMODEL_CAHVORE", "LENSMODEL_CAHVOR", "LENSMODEL_LATLON",
-    "LENSMODEL_LONLAT"};
+constexpr std::array<std::string_view, 5> kRefusedLenses = {"LENSMODEL_SPLINED_STEREOGRAPHIC",
+                                                            "LENSMODEL_CAHVORE", "LENSMODEL_CAHVOR",
+                                                            "LENSMODEL_LATLON", "LENSMODEL_LONLAT"};
 
 /// The lens' name, which mrcal called differently before 2.0.
 Field lensField(Fields* fields) {

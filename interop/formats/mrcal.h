@@ -14,10 +14,10 @@ namespace norv::interop {
 /// The camera of a .cameramodel file, without a name; its pose's parent is "reference". Throws
 /// FormatError. Thread-safe. The inverse is `writeMrcal`.
 ///
-/// LENSMODEL_PINHOLE, _OPENCV4, _OPENCV5, _OPENCV8 and _OPENCV12 have their coefficients in OpenCV's
-/// order; LENSMODEL_STEREOGRAPHIC is a radial map; other lenses are refused. `extrinsics`, since 2.5
-/// `rt_cam_ref`, is a vector of rotation (Rodrigues) and a translation in metres, p_camera = R
-/// p_reference + t.
+/// LENSMODEL_PINHOLE, _OPENCV4, _OPENCV5, _OPENCV8 and _OPENCV12 have their coefficients in
+/// OpenCV's order; LENSMODEL_STEREOGRAPHIC is a radial map; other lenses are refused. `extrinsics`,
+/// since 2.5 `rt_cam_ref`, is a vector of rotation (Rodrigues) and a translation in metres,
+/// p_camera = R p_reference + t.
 PeerFile readMrcal(const SourceFile& file, const ReadOptions& options);
 
 /// The file of one camera, its lens the shortest that has all coefficients which are not zero.

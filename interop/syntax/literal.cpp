@@ -64,11 +64,13 @@ class LiteralParser {
     }
   }
 
-  /// The values up to a closing bracket, with commas between them. Returns whether a comma came last.
+  /// The values up to a closing bracket, with commas between them. Returns whether a comma came
+  /// last.
   bool fillItems(char close, int depth, Node* node) {
     bool has_comma = false;
     for (text_.skipBlanks(); !text_.take(close); text_.skipBlanks()) {
-      if (!node->items.empty() && !has_comma) throw FormatError(text_.place(), "", "a comma or a bracket is missing");
+      if (!node->items.empty() && !has_comma)
+        throw FormatError(text_.place(), "", "a comma or a bracket is missing");
       node->items.push_back(value(depth + 1));
       text_.skipBlanks();
       has_comma = text_.take(',');

@@ -25,9 +25,7 @@ unsigned long digitOf(char c) {
 }
 
 void appendUtf8(unsigned long code, std::string* out) {
-  const auto tail = [&](int shift) {
-    *out += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
-  };
+  const auto tail = [&](int shift) { *out += static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
   if (code < 0x80) {
     *out += static_cast<char>(code);
   } else if (code < 0x800) {

@@ -34,8 +34,8 @@ class LiteralText {
   bool isAtString() const { return lengthOfPrefix() != std::string::npos; }
 
   /// The contents of the string that comes next, without its quotes and with its escapes resolved:
-  /// UTF-8, or the bytes of a byte string. Throws FormatError at the string where it has no end, and
-  /// for an escape that cannot be resolved.
+  /// UTF-8, or the bytes of a byte string. Throws FormatError at the string where it has no end,
+  /// and for an escape that cannot be resolved.
   std::string takeString();
 
   /// The number or name that comes next; empty where there is none.

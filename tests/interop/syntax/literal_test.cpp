@@ -93,7 +93,8 @@ TEST(Literal, RefusesWhatIsNone) {
   EXPECT_EQ(problemOf("r'a\\"), "f:1:1: a string without an end");
   EXPECT_EQ(problemOf("'\\x4'"), "f:1:5: an escape with too few digits");
   EXPECT_EQ(problemOf("'\\UFFFFFFFF'"), "f:1:3: an escape that stands for no character");
-  EXPECT_EQ(problemOf("'\\N{DASH}'"), "f:1:3: an escape by the name of a character, which is not read");
+  EXPECT_EQ(problemOf("'\\N{DASH}'"),
+            "f:1:3: an escape by the name of a character, which is not read");
   EXPECT_EQ(problemOf("@"), "f:1:1: a value is missing");
   EXPECT_EQ(problemOf(std::string("[\0]", 3)), "f: has a null character");
 }
