@@ -70,7 +70,7 @@ PeerLens peerLensOf(const LensRow& row, const std::vector<double>& intrinsics) {
   return is_plain ? PeerLens(lens.rational) : PeerLens(lens);
 }
 
-calibration::PixelSize sizeOf(const Field& field) {
+calibration::PixelSize imagerSize(const Field& field) {
   const std::vector<Field> items = itemsOf(field);
   if (items.size() != 2) {
     refuse(field, "has " + std::to_string(items.size()) + " numbers where 2 are needed");
@@ -112,7 +112,7 @@ PeerFile readMrcal(const SourceFile& file, const ReadOptions& options) {
   const Field list = fields.get("intrinsics");
   const std::vector<double> intrinsics = numbersOf(list, 4 + row.coefficients);
   PeerCamera camera;
-  camera.size = sizeOf(fields.get("imagersize"));
+  camera.size = imagerSize(fields.get("imagersize"));
   camera.fx = focalLengthOf(list, intrinsics, 0);
   camera.fy = focalLengthOf(list, intrinsics, 1);
   setPrincipalPoint(intrinsics[2], intrinsics[3], usedOrigin(PeerFormat::kMrcal, options), &camera);

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "testing/peer_samples.h"
+#include "testing/peer_formulas.h"
 
 namespace norv::interop {
 namespace {
