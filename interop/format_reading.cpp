@@ -1,6 +1,7 @@
 #include "interop/peer_reading.h"
 
 #include "interop/formats/mrcal.h"
+#include "interop/formats/ros.h"
 
 namespace norv::interop {
 namespace {
@@ -10,6 +11,7 @@ PeerFile read(const SourceFile& file, PeerFormat format, const ReadOptions& opti
     case PeerFormat::kMrcal:
       return readMrcal(file, options);
     case PeerFormat::kRos:
+      return readRos(file, options);
     case PeerFormat::kKalibr:
     case PeerFormat::kOpenCv:
     case PeerFormat::kColmap:

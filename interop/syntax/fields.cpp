@@ -8,22 +8,19 @@
 #include <system_error>
 
 namespace norv::interop {
-namespace {
 
-/// The words that programs write for what is not finite, in small letters and without a sign.
-bool isNotFiniteWord(std::string text) {
+void refuse(const Field& field, const std::string& sentence) {
+  throw FormatError(field.node->place, field.path, sentence);
+}
+
+bool isNotFiniteWord(const std::string& word) {
+  std::string text = word;
   std::transform(text.begin(), text.end(), text.begin(), [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   });
   if (!text.empty() && (text[0] == '-' || text[0] == '+')) text.erase(0, 1);
   if (!text.empty() && text[0] == '.') text.erase(0, 1);
   return text == "nan" || text == "inf" || text == "infinity";
-}
-
-}  // namespace
-
-void refuse(const Field& field, const std::string& sentence) {
-  throw FormatError(field.node->place, field.path, sentence);
 }
 
 double parseNumber(const std::string& text, Place place, const std::string& key) {

@@ -22,6 +22,10 @@ struct Field {
 /// FormatError of a field.
 [[noreturn]] void refuse(const Field& field, const std::string& sentence);
 
+/// Whether a word is what programs write for a number that is not finite: "nan", ".NaN", "-inf",
+/// "Infinity" and the like.
+bool isNotFiniteWord(const std::string& word);
+
 /// The number that a word is: decimal, of the range of double, not in quotes. Anything else is
 /// refused, by words for what is not finite too.
 double numberOf(const Field& field);
