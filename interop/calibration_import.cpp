@@ -85,7 +85,7 @@ std::string stemOf(const std::string& path) {
   const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
   const std::size_t dot = base.find_last_of('.');
   const std::string stem = dot == std::string::npos || dot == 0 ? base : base.substr(0, dot);
-  return stem.empty() || stem == "-" ? "camera" : stem;
+  return stem.empty() || stem == "-" || stem == "standard input" ? "camera" : stem;
 }
 
 /// Collects what the files hold.

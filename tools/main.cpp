@@ -19,6 +19,8 @@
 #include "tools/aim/aim_usage.h"
 #include "tools/convert/convert_command.h"
 #include "tools/diff/diff_command.h"
+#include "tools/export/export_command.h"
+#include "tools/import/import_command.h"
 #include "tools/show/show_command.h"
 #include "tools/tool_answer.h"
 #include "tools/tool_error.h"
@@ -103,6 +105,8 @@ ExitStatus run(int argc, char** argv) {
   norv::tools::ConvertOptions convert;
   norv::tools::DiffVerbOptions diff;
   norv::tools::ViewVerbOptions view;
+  norv::tools::ImportVerbOptions imported;
+  norv::tools::ExportVerbOptions exported;
   const CLI::App* show_verb = norv::tools::addShowCommand(&app, &show);
   const CLI::App* aim_verb = norv::tools::addAimCommand(&app, &aim);
   norv::tools::addAdjustCommand(&app, &adjust);
@@ -110,6 +114,8 @@ ExitStatus run(int argc, char** argv) {
   const CLI::App* convert_verb = norv::tools::addConvertCommand(&app, &convert);
   const CLI::App* diff_verb = norv::tools::addDiffCommand(&app, &diff);
   const CLI::App* view_verb = norv::tools::addViewCommand(&app, &view);
+  const CLI::App* import_verb = norv::tools::addImportCommand(&app, &imported);
+  const CLI::App* export_verb = norv::tools::addExportCommand(&app, &exported);
   describeProgram(&app);
   std::vector<std::string> words = wordsOf(argc, argv);
   std::reverse(words.begin(), words.end());  // as CLI11 takes them
@@ -127,6 +133,8 @@ ExitStatus run(int argc, char** argv) {
   if (validate_verb->parsed()) return print(norv::tools::runValidateCommand(validate));
   if (diff_verb->parsed()) return print(norv::tools::runDiffCommand(diff));
   if (view_verb->parsed()) return runView(app, view);
+  if (import_verb->parsed()) return print(norv::tools::runImportCommand(imported));
+  if (export_verb->parsed()) return print(norv::tools::runExportCommand(exported));
   if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
   return print(norv::tools::runAdjustCommand(adjust));
 }

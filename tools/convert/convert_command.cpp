@@ -13,6 +13,7 @@
 #include "tools/convert/message_losses.h"
 #include "tools/input/input_error.h"
 #include "tools/input/json_reading.h"
+#include "tools/input/text_comments.h"
 #include "tools/output/atomic_file.h"
 #include "tools/output/json_message.h"
 #include "tools/tool_error.h"
@@ -90,23 +91,6 @@ std::string nameFields(const Paths& paths) {
                                const Paths& losses) {
   throw ToolError(fmt::format("{}: {} cannot hold {}; --lossy writes the rest", input.name,
                               describeFormat(format), nameFields(losses)));
-}
-
-/// Whether a text has a comment: a # outside of quotes. Quotes end with the line at the latest.
-bool hasComment(const std::string& text) {
-  char quote = '\0';
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (quote == '\0' && c == '#') return true;
-    if (quote != '\0' && c == '\\') {
-      ++i;
-    } else if (c == quote || c == '\n') {
-      quote = '\0';
-    } else if (quote == '\0' && (c == '"' || c == '\'')) {
-      quote = c;
-    }
-  }
-  return false;
 }
 
 std::string notesAbout(const CalibrationInput& input, InputFormat format, const Paths& losses) {

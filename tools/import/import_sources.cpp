@@ -1,0 +1,58 @@
+#include "tools/import/import_sources.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "tools/input/calibration_input.h"
+#include "tools/tool_error.h"
+
+namespace norv::tools {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isThere(const fs::path& path) {
+  std::error_code ignored;
+  return fs::exists(path, ignored);
+}
+
+void readFolder(const std::string& path, ImportSources* sources) {
+  const fs::path folder = path;
+  if (!isThere(folder / "cameras.txt")) {
+    const std::string hint =
+        isThere(folder / "cameras.bin")
+            ? "; COLMAP's model_converter makes one of the binary files that it has"
+            : "";
+    throw ToolError(path + ": is a folder without COLMAP's cameras.txt" + hint);
+  }
+  sources->files.push_back(readSource(folder / "cameras.txt"));
+  if (isThere(folder / "images.txt")) sources->files.push_back(readSource(folder / "images.txt"));
+  for (const char* name : {"rigs.txt", "frames.txt"}) {
+    if (!isThere(folder / name)) continue;
+    sources->not_taken_over.push_back(
+        {folder / name, "cameras and their poses come from cameras.txt and images.txt"});
+  }
+}
+
+}  // namespace
+
+interop::SourceFile readSource(const std::string& path) {
+  // The word that stands for a calibration elsewhere is a file's name here.
+  CalibrationInput input = readInput(path == "default" ? "./default" : path);
+  return {std::move(input.name), std::move(input.data)};
+}
+
+ImportSources readSources(const std::vector<std::string>& paths) {
+  ImportSources sources;
+  for (const std::string& path : paths) {
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored)) {
+      readFolder(path, &sources);
+    } else {
+      sources.files.push_back(readSource(path));
+    }
+  }
+  return sources;
+}
+
+}  // namespace norv::tools
