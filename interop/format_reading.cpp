@@ -1,5 +1,7 @@
 #include "interop/peer_reading.h"
 
+#include "interop/formats/basalt.h"
+#include "interop/formats/kalibr.h"
 #include "interop/formats/mrcal.h"
 #include "interop/formats/ros.h"
 
@@ -13,9 +15,11 @@ PeerFile read(const SourceFile& file, PeerFormat format, const ReadOptions& opti
     case PeerFormat::kRos:
       return readRos(file, options);
     case PeerFormat::kKalibr:
+      return readKalibr(file, options);
+    case PeerFormat::kBasalt:
+      return readBasalt(file, options);
     case PeerFormat::kOpenCv:
     case PeerFormat::kColmap:
-    case PeerFormat::kBasalt:
       break;
   }
   throw FormatError({}, "", "is of no format that is read");

@@ -21,6 +21,14 @@ double focalLengthOf(const Field& list, const std::vector<double>& numbers, std:
                     fmt::format("is a focal length, which must be above 0: {}", value));
 }
 
+calibration::PixelSize sizeOf(const Field& list) {
+  const std::vector<Field> sides = itemsOf(list);
+  if (sides.size() != 2) {
+    refuse(list, fmt::format("has {} numbers where 2 are needed", sides.size()));
+  }
+  return {integerOf(sides[0], 1, kMaxSide), integerOf(sides[1], 1, kMaxSide)};
+}
+
 void setPrincipalPoint(double cx, double cy, calibration::PixelOrigin origin, PeerCamera* camera) {
   camera->cx = cx + cornerOffset(origin);
   camera->cy = cy + cornerOffset(origin);

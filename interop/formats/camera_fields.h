@@ -20,6 +20,9 @@ double focalLengthOf(const Field& field);
 /// The same of the element `index` of a list of numbers.
 double focalLengthOf(const Field& list, const std::vector<double>& numbers, std::size_t index);
 
+/// A picture's width and height, a list of two; refused unless each is from 1 to `kMaxSide`.
+calibration::PixelSize sizeOf(const Field& list);
+
 /// Sets the principal point from one that is counted from `origin`.
 void setPrincipalPoint(double cx, double cy, calibration::PixelOrigin origin, PeerCamera* camera);
 
