@@ -1,6 +1,7 @@
 #include "interop/peer_reading.h"
 
 #include "interop/formats/basalt.h"
+#include "interop/formats/colmap.h"
 #include "interop/formats/kalibr.h"
 #include "interop/formats/mrcal.h"
 #include "interop/formats/ros.h"
@@ -10,6 +11,8 @@ namespace {
 
 PeerFile read(const SourceFile& file, PeerFormat format, const ReadOptions& options) {
   switch (format) {
+    case PeerFormat::kColmap:
+      return readColmapCameras(file, options);
     case PeerFormat::kMrcal:
       return readMrcal(file, options);
     case PeerFormat::kRos:
@@ -19,7 +22,6 @@ PeerFile read(const SourceFile& file, PeerFormat format, const ReadOptions& opti
     case PeerFormat::kBasalt:
       return readBasalt(file, options);
     case PeerFormat::kOpenCv:
-    case PeerFormat::kColmap:
       break;
   }
   throw FormatError({}, "", "is of no format that is read");

@@ -1,7 +1,6 @@
 // Stands in until the real ones land: whoever lands one removes it here, the last one removes this
 // file.
 #include "interop/lens_fit.h"
-#include "interop/peer_reading.h"
 
 namespace norv::interop {
 
@@ -22,12 +21,5 @@ std::variant<calibration::CameraModel, std::string> fitLens(const PeerCamera& so
   if (const auto exact = exactModel(source)) return *exact;
   return std::string("pending");
 }
-
-PeerReading readColmap(const SourceFile& cameras, const SourceFile& /*images*/,
-                       const ReadOptions& options) {
-  return readCameras(cameras, PeerFormat::kColmap, options);
-}
-
-bool isColmapImages(const std::string& /*contents*/) { return false; }
 
 }  // namespace norv::interop

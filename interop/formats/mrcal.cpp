@@ -83,12 +83,15 @@ std::optional<RigidPose> poseOf(Fields* fields) {
   const std::optional<Field> old_key = fields->find("extrinsics");
   const std::optional<Field> new_key = fields->find("rt_cam_ref");
   if (!old_key && !new_key) return std::nullopt;
-  const std::vector<double> numbers = numbersOf(old_key ? *old_key : *new_key, 6);
+  const Field field = old_key ? *old_key : *new_key;
+  const std::vector<double> numbers = numbersOf(field, 6);
   if (old_key && new_key && numbersOf(*new_key, 6) != numbers) {
     refuse(*new_key, "is not the same as extrinsics");
   }
-  return RigidPose{rotationFromVector({numbers[0], numbers[1], numbers[2]}),
-                   {numbers[3], numbers[4], numbers[5]}};
+  const RigidPose pose = {rotationFromVector({numbers[0], numbers[1], numbers[2]}),
+                          {numbers[3], numbers[4], numbers[5]}};
+  if (!pose.rotation.allFinite()) refuse(field, "is a rotation beyond the range of double");
+  return pose;
 }
 
 std::string reasonFor(const std::string& key) {
