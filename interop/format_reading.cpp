@@ -4,6 +4,7 @@
 #include "interop/formats/colmap.h"
 #include "interop/formats/kalibr.h"
 #include "interop/formats/mrcal.h"
+#include "interop/formats/opencv.h"
 #include "interop/formats/ros.h"
 
 namespace norv::interop {
@@ -11,18 +12,18 @@ namespace {
 
 PeerFile read(const SourceFile& file, PeerFormat format, const ReadOptions& options) {
   switch (format) {
-    case PeerFormat::kColmap:
-      return readColmapCameras(file, options);
-    case PeerFormat::kMrcal:
-      return readMrcal(file, options);
     case PeerFormat::kRos:
       return readRos(file, options);
     case PeerFormat::kKalibr:
       return readKalibr(file, options);
+    case PeerFormat::kOpenCv:
+      return readOpenCv(file, options);
+    case PeerFormat::kMrcal:
+      return readMrcal(file, options);
+    case PeerFormat::kColmap:
+      return readColmapCameras(file, options);
     case PeerFormat::kBasalt:
       return readBasalt(file, options);
-    case PeerFormat::kOpenCv:
-      break;
   }
   throw FormatError({}, "", "is of no format that is read");
 }
