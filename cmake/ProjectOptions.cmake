@@ -32,6 +32,12 @@ if(CAMERA_PARAMETERS_SANITIZERS)
   add_link_options("-fsanitize=${CAMERA_PARAMETERS_SANITIZERS}")
 endif()
 
+if(CAMERA_PARAMETERS_FUZZERS)
+  # The library too: a fuzzer goes on from inputs that reach new code there.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(CAMERA_PARAMETERS_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   find_program(CAMERA_PARAMETERS_CCACHE_PROGRAM ccache)
   mark_as_advanced(CAMERA_PARAMETERS_CCACHE_PROGRAM)

@@ -2,6 +2,8 @@
 
 #include <Eigen/Geometry>
 #include <Eigen/LU>
+#include <algorithm>
+#include <cmath>
 
 namespace norv::interop {
 
@@ -16,7 +18,13 @@ RigidPose inverse(const RigidPose& a_from_b) {
 }
 
 Eigen::Matrix3d rotationFromQuaternion(double w, double x, double y, double z) {
-  return Eigen::Quaterniond(w, x, y, z).normalized().toRotationMatrix();
+  // By a power of two, which rounds nothing: squares neither overflow nor vanish.
+  const double size = std::max({std::abs(w), std::abs(x), std::abs(y), std::abs(z)});
+  const int exponent = -std::ilogb(size);
+  return Eigen::Quaterniond(std::scalbn(w, exponent), std::scalbn(x, exponent),
+                            std::scalbn(y, exponent), std::scalbn(z, exponent))
+      .normalized()
+      .toRotationMatrix();
 }
 
 Eigen::Vector4d quaternionFromRotation(const Eigen::Matrix3d& rotation) {

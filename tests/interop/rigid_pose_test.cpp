@@ -95,5 +95,16 @@ TEST(RotationFromQuaternion, NormalisesAndHasTheOrderOfHamilton) {
   }
 }
 
+TEST(RotationFromQuaternion, IsTheSameForAnyLength) {
+  const Eigen::Matrix3d rotation = rotationFromQuaternion(0.4, -0.7, 0.1, 0.3);
+  for (const double length : {0x1p-1060, 0x1p-600, 0x1p600, 0x1p1023}) {
+    // The shortest has no more than 14 bits left.
+    const double tolerance = length < 1e-310 ? 1e-3 : 0;
+    const Eigen::Matrix3d scaled =
+        rotationFromQuaternion(0.4 * length, -0.7 * length, 0.1 * length, 0.3 * length);
+    EXPECT_LE((scaled - rotation).cwiseAbs().maxCoeff(), tolerance) << length;
+  }
+}
+
 }  // namespace
 }  // namespace norv::interop

@@ -116,6 +116,12 @@ TEST(Mrcal, KnowsTheKeysOfItsOlderAndNewerVersions) {
   EXPECT_EQ(without.parent, "");
 }
 
+TEST(Mrcal, RefusesARotationThatExceedsDouble) {
+  EXPECT_EQ(problemOf(pinhole("'extrinsics': [1e200, 0, 0, 1, 2, 3]")),
+            "f:3:15: extrinsics: is a rotation beyond the range of double");
+  EXPECT_EQ(problemOf(pinhole("'extrinsics': [1e150, 0, 0, 1, 2, 3]")), "");
+}
+
 TEST(Mrcal, NamesWhatItDoesNotTakeOver) {
   const std::string inputs(3000000, 'z');
   const PeerFile file =
