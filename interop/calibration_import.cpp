@@ -118,7 +118,7 @@ class Importer {
     if (!options_.names.empty() && options_.names.size() != outcome_.cameras.size()) {
       name_.clear();
       throw FormatError({}, "",
-                        fmt::format("{} names are given for {} cameras", options_.names.size(),
+                        fmt::format("names given: {}, cameras: {}", options_.names.size(),
                                     outcome_.cameras.size()));
     }
     refuseEqualNames();
