@@ -1,3 +1,5 @@
+#include "interop/formats/colmap.h"
+#include "interop/formats/mrcal.h"
 #include "interop/peer_writing.h"
 
 namespace norv::interop {
@@ -6,11 +8,13 @@ std::variant<PeerWriting, std::string> writeCameras(const std::vector<WrittenCam
                                                     const WriteOptions& options) {
   if (cameras.empty()) return "there is no camera to write";
   switch (options.format) {
+    case PeerFormat::kMrcal:
+      return writeMrcal(cameras, options);
+    case PeerFormat::kColmap:
+      return writeColmap(cameras, options);
     case PeerFormat::kRos:
     case PeerFormat::kKalibr:
     case PeerFormat::kOpenCv:
-    case PeerFormat::kMrcal:
-    case PeerFormat::kColmap:
     case PeerFormat::kBasalt:
       break;
   }

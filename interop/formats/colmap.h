@@ -21,8 +21,9 @@ PeerFile readColmapCameras(const SourceFile& file, const ReadOptions& options);
 /// world's unit is the metre. The lens is the shortest that has all coefficients which are not
 /// zero. The inverse is `readColmap`.
 ///
-/// Refuses skew, focal lengths and sizes that are not above 0, numbers that are not finite, and
-/// names of which COLMAP would make the same one: it takes no blanks, which become underscores.
+/// Refuses skew, focal lengths that are not above 0, numbers that are not finite, rotations that
+/// are none, poses of some cameras alone, and names of which COLMAP would make the same one: it
+/// takes no blanks, which become underscores.
 std::variant<PeerWriting, std::string> writeColmap(const std::vector<WrittenCamera>& cameras,
                                                    const WriteOptions& options);
 

@@ -70,14 +70,6 @@ PeerLens peerLensOf(const LensRow& row, const std::vector<double>& intrinsics) {
   return is_plain ? PeerLens(lens.rational) : PeerLens(lens);
 }
 
-calibration::PixelSize imagerSize(const Field& field) {
-  const std::vector<Field> items = itemsOf(field);
-  if (items.size() != 2) {
-    refuse(field, "has " + std::to_string(items.size()) + " numbers where 2 are needed");
-  }
-  return {integerOf(items[0], 1, kMaxSide), integerOf(items[1], 1, kMaxSide)};
-}
-
 /// mrcal 2.5 renamed the key, and writes both for programs that know the old one alone.
 std::optional<RigidPose> poseOf(Fields* fields) {
   const std::optional<Field> old_key = fields->find("extrinsics");
@@ -115,7 +107,7 @@ PeerFile readMrcal(const SourceFile& file, const ReadOptions& options) {
   const Field list = fields.get("intrinsics");
   const std::vector<double> intrinsics = numbersOf(list, 4 + row.coefficients);
   PeerCamera camera;
-  camera.size = imagerSize(fields.get("imagersize"));
+  camera.size = sizeOf(fields.get("imagersize"));
   camera.fx = focalLengthOf(list, intrinsics, 0);
   camera.fy = focalLengthOf(list, intrinsics, 1);
   setPrincipalPoint(intrinsics[2], intrinsics[3], usedOrigin(PeerFormat::kMrcal, options), &camera);

@@ -21,8 +21,9 @@ namespace norv::interop {
 PeerFile readMrcal(const SourceFile& file, const ReadOptions& options);
 
 /// The file of one camera, its lens the shortest that has all coefficients which are not zero.
-/// Refuses skew, focal lengths and sizes that are not above 0, numbers that are not finite, and any
-/// other number of cameras than one. Without a pose the identity is written: mrcal needs one.
+/// Refuses skew, focal lengths that are not above 0, numbers that are not finite, rotations that
+/// are none, and any other number of cameras than one. Without a pose the identity is written:
+/// mrcal needs one.
 std::variant<PeerWriting, std::string> writeMrcal(const std::vector<WrittenCamera>& cameras,
                                                   const WriteOptions& options);
 
