@@ -60,7 +60,7 @@ RigidPose cameraFromImu(const Field& element, PeerFile* file) {
                                      {number("px"), number("py"), number("pz")}};
   fields.listRest([](const std::string& /*key*/) { return "not a number of a pose"; },
                   &file->not_taken_over);
-  return inverse(imu_from_camera);
+  return finitePose(element, inverse(imu_from_camera));
 }
 
 PeerFile readCalibration(const Field& calibration, calibration::PixelOrigin origin) {

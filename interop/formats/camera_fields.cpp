@@ -59,4 +59,11 @@ RigidPose poseOfRows(const Field& rows) {
   return pose;
 }
 
+RigidPose finitePose(const Field& field, const RigidPose& pose) {
+  if (!pose.rotation.allFinite() || !pose.translation.allFinite()) {
+    refuse(field, "gives a pose beyond the range of double");
+  }
+  return pose;
+}
+
 }  // namespace norv::interop

@@ -33,4 +33,8 @@ calibration::LensDistortion<double> lensOf(const std::vector<double>& coefficien
 /// 0, 0, 1).
 RigidPose poseOfRows(const Field& rows);
 
+/// The pose, which was computed from the field; refused where a number of it is beyond the range of
+/// double.
+RigidPose finitePose(const Field& field, const RigidPose& pose);
+
 }  // namespace norv::interop

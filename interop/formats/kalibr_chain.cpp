@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <Eigen/LU>
+#include <cmath>
 #include <cstddef>
 #include <string>
 
@@ -16,7 +17,7 @@ namespace {
 RigidPose poseOf(const Field& rows) {
   RigidPose pose = poseOfRows(rows);
   const double determinant = pose.rotation.determinant();
-  if (!(determinant > 0)) {
+  if (!(determinant > 0 && std::isfinite(determinant))) {
     refuse(rows,
            fmt::format("has no rotation: its determinant is {:.6g}, which must be 1", determinant));
   }
@@ -52,7 +53,7 @@ std::optional<RigidPose> poseBehind(const std::optional<RigidPose>& before,
     file->not_taken_over.push_back({link.path, "the camera before it has no pose"});
     return pose;
   }
-  const RigidPose by_chain = compose(camera_from_previous, *before);
+  const RigidPose by_chain = finitePose(link, compose(camera_from_previous, *before));
   if (!pose) return by_chain;
   checkAgreement(link, by_chain, *pose);
   return pose;

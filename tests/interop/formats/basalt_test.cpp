@@ -192,6 +192,9 @@ TEST(Basalt, RefusesPosesThatAreNone) {
             "f:1:23: T_imu_cam[0].px: is not finite: NaN");
   EXPECT_EQ(poseRefusal(R"({"px": 1e999, "py": 2, "pz": 3, "qx": 0, "qy": 0, "qz": 0, "qw": 1})"),
             "f:1:23: T_imu_cam[0].px: exceeds the range of double: 1e999");
+  EXPECT_EQ(poseRefusal(R"({"px": 1.7e308, "py": 1.7e308, "pz": 0, "qx": 0, "qy": 0, )"
+                        R"("qz": 0.38268, "qw": 0.92388})"),
+            "f:1:16: T_imu_cam[0]: gives a pose beyond the range of double");
   EXPECT_EQ(poseRefusal("[1, 2, 3]"), "f:1:16: T_imu_cam[0]: is not a map of keys and values");
 }
 

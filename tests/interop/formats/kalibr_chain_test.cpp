@@ -171,6 +171,16 @@ TEST(KalibrChain, RefusesRowsThatAreNoPose) {
             "f:1:123: cam0.T_cam_imu[0][3]: is not finite: .inf");
 }
 
+TEST(KalibrChain, RefusesPosesBeyondTheRangeOfDouble) {
+  EXPECT_EQ(refusalOf(camera(0,
+                             ", T_cam_imu: [[1e150, 0, 0, 0], [0, 1e150, 0, 0], "
+                             "[0, 0, 1e150, 0], [0, 0, 0, 1]]")),
+            "f:1:112: cam0.T_cam_imu: has no rotation: its determinant is inf, which must be 1");
+  EXPECT_EQ(refusalOf(camera(0, "") + camera(1, shift("T_cn_cnm1", "1.5e308")) +
+                      camera(2, shift("T_cn_cnm1", "1.5e308"))),
+            "f:3:112: cam2.T_cn_cnm1: gives a pose beyond the range of double");
+}
+
 TEST(KalibrChain, RefusesAnImuThatTheFirstCameraDoesNotKnow) {
   EXPECT_EQ(refusalOf(camera(0, "") + camera(1, shift("T_cam_imu", "1"))),
             "f:2:112: cam1.T_cam_imu: cam0 has none, so that the poses have no common frame");
