@@ -136,11 +136,13 @@ inline bool hasSameDoubles(const interop::PeerCamera& read, const calibration::C
          read.size == calibration::PixelSize{model.width, model.height};
 }
 
-/// The largest difference of an element of two rotations, or that of the translations as a part of
-/// their length.
+/// The summed differences of two rotations' elements, or that of the translations as a part of
+/// their length or of a metre, whichever is larger.
 inline double poseDifference(const interop::RigidPose& read, const interop::RigidPose& written) {
-  return std::fmax((read.rotation - written.rotation).cwiseAbs().maxCoeff(),
-                   (read.translation - written.translation).norm() / written.translation.norm());
+  const double turn = (read.rotation - written.rotation).cwiseAbs().sum();
+  const double shift = (read.translation - written.translation).norm();
+  const double largest = std::fmax(turn, shift / std::fmax(1, written.translation.norm()));
+  return std::isfinite(turn + shift) ? largest : HUGE_VAL;
 }
 
 /// Requires the cameras that were written; returns the largest `poseDifference`.

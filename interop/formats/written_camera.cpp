@@ -19,12 +19,27 @@ bool isFinite(const CameraModel& model) {
   return is_finite;
 }
 
+bool isPlainCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+/// Whether the byte goes on with a character of UTF-8 that began before it.
+bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; }
+
 bool isSide(int side) { return side >= 1 && side <= kMaxSide; }
 
 }  // namespace
 
 std::string callCamera(const WrittenCamera& camera) {
   return camera.name.empty() ? "a camera without a name" : "camera " + toPrintable(camera.name);
+}
+
+std::string underscored(std::string_view name) {
+  std::string result;
+  for (const char c : name) {
+    if (!isContinuation(c)) result += isPlainCharacter(c) ? c : '_';
+  }
+  return result;
 }
 
 std::optional<std::string> findUnwritable(const WrittenCamera& camera, std::string_view format) {

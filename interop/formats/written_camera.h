@@ -13,6 +13,10 @@ namespace norv::interop {
 /// What sentences call it, fit for a terminal: "camera left", "a camera without a name".
 std::string callCamera(const WrittenCamera& camera);
 
+/// The name with an underscore in the place of each character but letters of ASCII, digits and
+/// underscores.
+std::string underscored(std::string_view name);
+
 /// As a sentence, why a format, called `format` in it, cannot hold the camera, its pose aside:
 /// numbers that are not finite, a size that is not from 1 to `kMaxSide`, skew, a focal length that
 /// is not above 0.
