@@ -2,6 +2,8 @@
 #include "interop/formats/colmap.h"
 #include "interop/formats/kalibr.h"
 #include "interop/formats/mrcal.h"
+#include "interop/formats/opencv.h"
+#include "interop/formats/ros.h"
 #include "interop/peer_writing.h"
 
 namespace norv::interop {
@@ -10,19 +12,20 @@ std::variant<PeerWriting, std::string> writeCameras(const std::vector<WrittenCam
                                                     const WriteOptions& options) {
   if (cameras.empty()) return "there is no camera to write";
   switch (options.format) {
+    case PeerFormat::kRos:
+      return writeRos(cameras, options);
     case PeerFormat::kKalibr:
       return writeKalibr(cameras, options);
+    case PeerFormat::kOpenCv:
+      return writeOpenCv(cameras, options);
     case PeerFormat::kMrcal:
       return writeMrcal(cameras, options);
     case PeerFormat::kColmap:
       return writeColmap(cameras, options);
     case PeerFormat::kBasalt:
       return writeBasalt(cameras, options);
-    case PeerFormat::kRos:
-    case PeerFormat::kOpenCv:
-      break;
   }
-  return std::string("this format is not written");
+  return "this is no format";
 }
 
 int coefficientsOf(PeerFormat format) {
