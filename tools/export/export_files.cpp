@@ -11,14 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A calibration is easily lost to a mistyped name.
-void requireOtherFile(const std::string& output, const std::string& calibration) {
-  std::error_code ignored;
-  if (fs::equivalent(output, calibration, ignored)) {
-    throw ToolError(output + ": is the calibration itself, which is not to be written over");
-  }
-}
-
 void makeFolder(const std::string& path) {
   std::error_code error;
   fs::create_directories(path, error);

@@ -13,6 +13,7 @@
 #include "tools/import/point_check.h"
 #include "tools/input/calibration_kind.h"
 #include "tools/input/camera_choice.h"
+#include "tools/output/atomic_file.h"
 #include "tools/tool_error.h"
 
 namespace norv::tools {
@@ -25,16 +26,22 @@ using calibration::RobotCalibration;
 using interop::ImportOutcome;
 using interop::NotTakenOver;
 
-/// The stored pose of a camera of a calibration, both named by "FILE:CAMERA".
-CameraExtrinsics readExtrinsics(const std::string& place) {
+/// The file's part of "FILE:CAMERA".
+std::string fileOf(const std::string& place) {
   const std::size_t colon = place.rfind(':');
   if (colon == std::string::npos || colon == 0) {
     throw ToolError(place + ": is not FILE:CAMERA, a calibration and a camera of it");
   }
-  CalibrationInput input = readInput(place.substr(0, colon));
+  return place.substr(0, colon);
+}
+
+/// The stored pose of a camera of a calibration, both named by "FILE:CAMERA".
+CameraExtrinsics readExtrinsics(const std::string& place) {
+  const std::string file = fileOf(place);
+  CalibrationInput input = readInput(file);
   RobotCalibration robot;
   parseExpected(&input, CalibrationKind::kRobot, &robot);
-  const std::string name = place.substr(colon + 1);
+  const std::string name = place.substr(file.size() + 1);
   for (int i = robot.camera_calibration_size() - 1; i >= 0; --i) {
     const CameraCalibration& camera = robot.camera_calibration(i);
     if (camera.name() != name) continue;
@@ -56,6 +63,14 @@ interop::ImportOptions importOptionsOf(const ImportVerbOptions& options) {
   if (options.extrinsics_of) wanted.extrinsics = readExtrinsics(*options.extrinsics_of);
   if (options.size) wanted.reading.size = {options.size->width, options.size->height};
   return wanted;
+}
+
+/// Throws ToolError where the output is what something is read from.
+void requireOtherFiles(const ImportVerbOptions& options, const ImportSources& sources) {
+  const std::string& output = options.output_path.value();
+  for (const std::string& path : sources.paths) requireOtherFile(output, path);
+  if (options.check_path) requireOtherFile(output, *options.check_path);
+  if (options.extrinsics_of) requireOtherFile(output, fileOf(*options.extrinsics_of));
 }
 
 ImportOutcome importAll(const ImportSources& sources, const interop::ImportOptions& options) {
@@ -142,6 +157,7 @@ CLI::App* addImportCommand(CLI::App* app, ImportVerbOptions* options) {
 ToolAnswer runImportCommand(const ImportVerbOptions& options) {
   ImportTarget target = readTarget(options);
   const ImportSources sources = readSources(options.paths);
+  if (options.output_path) requireOtherFiles(options, sources);
   const ImportOutcome outcome = importAll(sources, importOptionsOf(options));
   const std::vector<NotTakenOver> left = allNotTakenOver(sources, outcome);
   const std::string left_text = notTakenOverText(left);

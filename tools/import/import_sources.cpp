@@ -16,6 +16,11 @@ bool isThere(const fs::path& path) {
   return fs::exists(path, ignored);
 }
 
+void readFile(const std::string& path, ImportSources* sources) {
+  sources->files.push_back(readSource(path));
+  if (path != "-") sources->paths.push_back(sources->files.back().name);
+}
+
 void readFolder(const std::string& path, ImportSources* sources) {
   const fs::path folder = path;
   if (!isThere(folder / "cameras.txt")) {
@@ -25,8 +30,8 @@ void readFolder(const std::string& path, ImportSources* sources) {
             : "";
     throw ToolError(path + ": is a folder without COLMAP's cameras.txt" + hint);
   }
-  sources->files.push_back(readSource(folder / "cameras.txt"));
-  if (isThere(folder / "images.txt")) sources->files.push_back(readSource(folder / "images.txt"));
+  readFile(folder / "cameras.txt", sources);
+  if (isThere(folder / "images.txt")) readFile(folder / "images.txt", sources);
   for (const char* name : {"rigs.txt", "frames.txt"}) {
     if (!isThere(folder / name)) continue;
     sources->not_taken_over.push_back(
@@ -49,7 +54,7 @@ ImportSources readSources(const std::vector<std::string>& paths) {
     if (fs::is_directory(path, ignored)) {
       readFolder(path, &sources);
     } else {
-      sources.files.push_back(readSource(path));
+      readFile(path, &sources);
     }
   }
   return sources;

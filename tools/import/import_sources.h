@@ -10,6 +10,7 @@ namespace norv::tools {
 /// Files of other programs, as they are to be imported.
 struct ImportSources {
   std::vector<interop::SourceFile> files;
+  std::vector<std::string> paths;                     ///< of these, but standard input
   std::vector<interop::NotTakenOver> not_taken_over;  ///< files of folders, by their paths
 };
 

@@ -15,7 +15,7 @@
 
 namespace norv::testing {
 
-inline const std::string kPeerSamples = CAMERA_PARAMETERS_SOURCE_DIR "/tests/data/interop/";
+inline const std::string kSamples = CAMERA_PARAMETERS_SOURCE_DIR "/tests/data/interop/";
 
 /// A ROS file of a camera without a fault.
 inline std::string rosFile(const std::string& name, const std::string& further = "") {
