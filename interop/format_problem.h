@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace norv::interop {
@@ -40,5 +41,9 @@ class FormatError : public std::exception {
  private:
   FormatProblem problem_;
 };
+
+/// The problem of a file called `file` that holds `text`. A place beyond the end of its line, or of
+/// the text, is moved there: parsers count characters that they looked for in vain.
+FormatProblem problemOf(const FormatError& error, const std::string& file, std::string_view text);
 
 }  // namespace norv::interop

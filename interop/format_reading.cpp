@@ -34,9 +34,7 @@ PeerReading readCameras(const SourceFile& file, PeerFormat format, const ReadOpt
   try {
     return read(file, format, options);
   } catch (const FormatError& error) {
-    FormatProblem problem = error.problem();
-    problem.file = file.name;
-    return problem;
+    return problemOf(error, file.name, file.contents);
   }
 }
 

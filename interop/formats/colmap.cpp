@@ -13,12 +13,6 @@
 namespace norv::interop {
 namespace {
 
-FormatProblem problemOf(const SourceFile& file, const FormatError& error) {
-  FormatProblem problem = error.problem();
-  problem.file = file.name;
-  return problem;
-}
-
 /// The camera at the place of an image.
 PeerCamera cameraOf(const PeerCamera& camera, const ColmapImage& image,
                     const std::optional<double>& metres_per_unit) {
@@ -93,14 +87,14 @@ PeerReading readColmap(const SourceFile& cameras, const SourceFile& images,
   try {
     read = colmapCameras(cameras.contents, usedOrigin(PeerFormat::kColmap, options));
   } catch (const FormatError& error) {
-    return problemOf(cameras, error);
+    return problemOf(error, cameras.name, cameras.contents);
   }
   try {
     const ColmapImages read_images = colmapImages(images.contents);
     if (read_images.images.empty()) return withoutImages(std::move(read));
     return join(read, read_images, options);
   } catch (const FormatError& error) {
-    return problemOf(images, error);
+    return problemOf(error, images.name, images.contents);
   }
 }
 
