@@ -9,6 +9,7 @@
 
 #include "interop/formats/matrix_fields.h"
 #include "interop/formats/opencv_keys.h"
+#include "interop/syntax/json_comments.h"
 #include "interop/syntax/xml.h"
 #include "interop/syntax/yaml.h"
 
@@ -129,23 +130,25 @@ class Reader {
   PeerFile file_;
 };
 
-bool isXml(const std::string& text) {
+/// The first character that is no blank, by which the syntaxes differ; '\0' where there is none.
+char firstCharacter(const std::string& text) {
   constexpr const char* kByteOrderMark = "\xEF\xBB\xBF";
   const std::size_t begin = text.compare(0, 3, kByteOrderMark) == 0 ? 3 : 0;
   const std::size_t first = text.find_first_not_of(" \t\r\n", begin);
-  return first != std::string::npos && text[first] == '<';
+  return first == std::string::npos ? '\0' : text[first];
 }
 
 }  // namespace
 
 PeerFile readOpenCv(const SourceFile& file, const ReadOptions& options) {
-  if (!isXml(file.contents)) {
-    const Node root = parseYaml(file.contents);
-    return Reader({&root, ""}, options).read();
+  const char first = firstCharacter(file.contents);
+  if (first == '<') {
+    const Node document = parseXml(file.contents);
+    const Field root = Fields({&document, ""}).get("opencv_storage");
+    return Reader({root.node, ""}, options).read();
   }
-  const Node document = parseXml(file.contents);
-  const Field root = Fields({&document, ""}).get("opencv_storage");
-  return Reader({root.node, ""}, options).read();
+  const Node root = parseYaml(first == '{' ? withoutJsonComments(file.contents) : file.contents);
+  return Reader({&root, ""}, options).read();
 }
 
 }  // namespace norv::interop

@@ -278,6 +278,19 @@ TEST(OpenCv, XmlIsReadAsTheSameTree) {
   EXPECT_EQ(kOpenCv.refusal("<opencv></opencv>"), "f: opencv_storage: is missing");
 }
 
+TEST(OpenCv, CommentsInJsonCountForNothing) {
+  // Where and how OpenCV writes the flags of a calibration.
+  const std::string text =
+      replaced(sampleText("opencv/opencv8.json"), ",\n    \"camera_matrix\"",
+               "\n    // flags: \"+zero_tangent_dist\n    ,\n    \"camera_matrix\"");
+  const PeerFile file = kOpenCv.file(text);
+  EXPECT_LE(largestError(file.cameras[0], "opencv8.json"), 1e-9);
+  EXPECT_EQ(detectFormat(text), PeerFormat::kOpenCv);
+  EXPECT_EQ(
+      kOpenCv.refusal(replaced(text, "\"cols\": 1,", "\"cols\": 1, /* as OpenCV */ \"cols\": 1,")),
+      "f:18:36: cols: stands there twice");
+}
+
 TEST(OpenCv, JsonIsReadAsTheSameTree) {
   const std::string text = sampleText("opencv/opencv8.json");
   const PeerFile file = kOpenCv.file(text);
