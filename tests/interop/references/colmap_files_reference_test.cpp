@@ -166,7 +166,7 @@ void expectReadsOurs(int coefficients, const std::string& lens, unsigned seed) {
                                     written.cx,
                                     written.cy};
     expected.insert(expected.end(), k.begin(), k.begin() + coefficients);
-    EXPECT_EQ(numbersFrom(words, 1, words.size()), expected);
+    EXPECT_EQ(testing::bitsOf(numbersFrom(words, 1, words.size())), testing::bitsOf(expected));
     const auto& image = images.at(static_cast<int>(i) + 1);
     EXPECT_EQ(image.at(8), rig[i].name);
     EXPECT_EQ(image.at(7), std::to_string(i + 1));

@@ -8,14 +8,17 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <random>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "interop/peer_reading.h"
+#include "interop/peer_writing.h"
 #include "testing/peer_formulas.h"
 #include "testing/random_camera.h"
+#include "testing/same_bits.h"
 
 namespace norv::interop::testing {
 
@@ -48,6 +51,24 @@ inline DrawnCamera drawCamera(std::size_t coefficients, std::mt19937* random) {
     camera.coefficients.push_back(number(-kLargest.at(i), kLargest.at(i)));
   }
   return camera;
+}
+
+/// A camera to be written, and the same one as it would be read.
+struct BothCameras {
+  WrittenCamera written;
+  PeerCamera peer;
+};
+
+/// Pixels counted from the image's corner, a lens of at most eight coefficients, no pose.
+inline BothCameras drawBoth(std::size_t coefficients, std::mt19937* random) {
+  DrawnCamera drawn = drawCamera(coefficients, random);
+  drawn.coefficients.resize(8);
+  const std::vector<double>& k = drawn.coefficients;
+  const calibration::LensDistortion<double> lens = {k[0], k[1], k[2], k[3], k[4], k[5], k[6], k[7]};
+  return {{"left",
+           {drawn.size.width, drawn.size.height, drawn.fx, drawn.fy, 0, drawn.cx, drawn.cy, lens},
+           {}},
+          {"left", drawn.size, drawn.fx, drawn.fy, 0, drawn.cx, drawn.cy, lens, {}}};
 }
 
 /// 41 x 31 points up to 35 degrees beside a camera and 29 above and below, in depths of their own,
@@ -107,6 +128,13 @@ inline void expectDrawn(const PeerCamera& camera, const DrawnCamera& drawn, doub
   ASSERT_LE(expected.size(), read.size());
   expected.resize(read.size());
   EXPECT_EQ(read, expected);
+}
+
+/// By which numbers are the same doubles, the sign of a zero included.
+inline std::vector<std::uint64_t> bitsOf(const std::vector<double>& numbers) {
+  std::vector<std::uint64_t> bits;
+  for (const double number : numbers) bits.push_back(norv::testing::bitsOf(number));
+  return bits;
 }
 
 /// The pixel of a point, from the image's corner: by the second formulas of the lenses, but for a

@@ -12,7 +12,6 @@
 namespace norv::interop {
 namespace {
 
-using calibration::PixelOrigin;
 using nlohmann::json;
 using norv::testing::TemporaryFolder;
 using ::testing::ElementsAre;
@@ -142,19 +141,10 @@ TEST(MrcalFilesReference, ProjectsByOurModels) {
   std::mt19937 random(83);
   std::vector<PeerCamera> cameras;
   for (const std::size_t coefficients : {0U, 4U, 5U, 8U}) {
-    testing::DrawnCamera drawn = testing::drawCamera(coefficients, &random);
-    drawn.coefficients.resize(8);
-    const std::vector<double>& k = drawn.coefficients;
-    const calibration::LensDistortion<double> lens = {k[0], k[1], k[2], k[3],
-                                                      k[4], k[5], k[6], k[7]};
-    cameras.push_back(
-        {"left", drawn.size, drawn.fx, drawn.fy, 0, drawn.cx, drawn.cy, lens, std::nullopt});
-    const WrittenCamera written = {
-        "left",
-        {drawn.size.width, drawn.size.height, drawn.fx, drawn.fy, 0, drawn.cx, drawn.cy, lens},
-        {}};
-    folder.write(std::to_string(cameras.size() - 1) + ".cameramodel",
-                 norv::testing::peerTextOf({written}, options));
+    const testing::BothCameras camera = testing::drawBoth(coefficients, &random);
+    folder.write(std::to_string(cameras.size()) + ".cameramodel",
+                 norv::testing::peerTextOf({camera.written}, options));
+    cameras.push_back(camera.peer);
   }
   const json models = byMrcal("read", folder);
   double largest = 0;
