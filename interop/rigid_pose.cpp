@@ -6,6 +6,23 @@
 #include <cmath>
 
 namespace norv::interop {
+namespace {
+
+/// The orthogonal factor of the polar decomposition, by Newton's iteration (Higham: Computing the
+/// polar decomposition - with applications, SIAM J. Sci. Stat. Comput. 7, 1986). It doubles the
+/// correct digits each time; matrices that are far from rotations need not get to the end.
+Eigen::Matrix3d nearestRotation(Eigen::Matrix3d matrix) {
+  constexpr int kMaxSteps = 20;
+  constexpr double kExact = 2e-15;
+  for (int i = 0; i < kMaxSteps; ++i) {
+    const Eigen::Matrix3d excess = matrix.transpose() * matrix - Eigen::Matrix3d::Identity();
+    if (excess.cwiseAbs().maxCoeff() <= kExact) break;
+    matrix = (matrix + matrix.inverse().transpose()).eval() / 2;
+  }
+  return matrix;
+}
+
+}  // namespace
 
 RigidPose compose(const RigidPose& a_from_b, const RigidPose& b_from_c) {
   return {a_from_b.rotation * b_from_c.rotation,
@@ -28,7 +45,7 @@ Eigen::Matrix3d rotationFromQuaternion(double w, double x, double y, double z) {
 }
 
 Eigen::Vector4d quaternionFromRotation(const Eigen::Matrix3d& rotation) {
-  const Eigen::Quaterniond turn = Eigen::Quaterniond(rotation).normalized();
+  const Eigen::Quaterniond turn = Eigen::Quaterniond(nearestRotation(rotation)).normalized();
   const double sign = turn.w() < 0 ? -1 : 1;
   return {sign * turn.w(), sign * turn.x(), sign * turn.y(), sign * turn.z()};
 }

@@ -24,14 +24,15 @@ RigidPose inverse(const RigidPose& a_from_b);
 /// The rotation of a quaternion of any length but zero, which is normalised first.
 Eigen::Matrix3d rotationFromQuaternion(double w, double x, double y, double z);
 
-/// w, x, y, z of length 1 with w >= 0: the quaternion of the rotation next to `rotation`. The
-/// inverse of `rotationFromQuaternion`.
+/// w, x, y, z of length 1 with w >= 0: the quaternion of the rotation next to `rotation`, that is
+/// with the least sum of squared differences of elements. `rotation` may be rounded or scaled, but
+/// must not mirror. The inverse of `rotationFromQuaternion`.
 Eigen::Vector4d quaternionFromRotation(const Eigen::Matrix3d& rotation);
 
 /// The rotation about the vector by its length, radians (Rodrigues' formula).
 Eigen::Matrix3d rotationFromVector(const Eigen::Vector3d& vector);
 
-/// The vector of length at most pi of the rotation next to `rotation`. The inverse of
+/// The vector of length at most pi of the rotation next to `rotation`, as above. The inverse of
 /// `rotationFromVector`.
 Eigen::Vector3d vectorFromRotation(const Eigen::Matrix3d& rotation);
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <Eigen/Geometry>
+#include <Eigen/SVD>
 #include <cmath>
 #include <random>
 
@@ -92,6 +93,20 @@ TEST(RotationFromQuaternion, NormalisesAndHasTheOrderOfHamilton) {
     EXPECT_GE(q[0], 0);
     EXPECT_NEAR(q.norm(), 1, 1e-15 * 2);
     EXPECT_LT((rotationFromQuaternion(q[0], q[1], q[2], q[3]) - turned).norm(), 4e-15);
+  }
+}
+
+TEST(QuaternionFromRotation, IsOfTheNearestRotation) {
+  std::mt19937 random(5);
+  for (int i = 0; i < 100; ++i) {
+    const Eigen::Matrix3d exact = rotationFromVector(randomVector(&random, 4));
+    const Eigen::Matrix3d rounded = (exact * 1000).array().round().matrix() / 1000;
+    const Eigen::JacobiSVD<Eigen::Matrix3d> svd(rounded, Eigen::ComputeFullU | Eigen::ComputeFullV);
+    const Eigen::Matrix3d nearest = svd.matrixU() * svd.matrixV().transpose();
+    for (const double scale : {1.0, 0.125, 64.0}) {
+      const Eigen::Vector4d q = quaternionFromRotation(rounded * scale);
+      EXPECT_LT((rotationFromQuaternion(q[0], q[1], q[2], q[3]) - nearest).norm(), 1e-14);
+    }
   }
 }
 
