@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <limits>
+#include <regex>
+#include <sstream>
 #include <string>
 
 #include "interop/peer_writing.h"
@@ -143,6 +145,36 @@ TEST(KalibrWriting, RefusesPosesOfSomeCamerasAndTopicsOfSeveral) {
             "camera left has no pose, and Kalibr's chain has those of all cameras or of none");
   EXPECT_EQ(refusalToWrite(rigOf({"a-b", "a b"}), forKalibr()),
             "camera a b would share the topic /a_b/image_raw with another one");
+}
+
+/// What a line's list holds, without blanks; none where it is no list.
+std::vector<std::string> itemsOf(const std::string& line) {
+  const std::size_t open = line.find('[');
+  std::vector<std::string> items;
+  if (open == std::string::npos) return items;
+  std::istringstream list(line.substr(open + 1, line.find(']') - open - 1));
+  for (std::string item; std::getline(list >> std::ws, item, ',');) items.push_back(item);
+  return items;
+}
+
+TEST(KalibrWriting, WritesNumbersThatPythonTakesForFloats) {
+  // PyYAML follows YAML 1.1, whose floats have a point, and a sign in the exponent.
+  const std::regex is_float(R"([-+]?[0-9]+\.[0-9]*([eE][-+][0-9]+)?)");
+  const std::regex is_integer("[1-9][0-9]*");
+  std::mt19937 random(20261121);
+  std::size_t count = 0;
+  for (int i = 0; i < 100; ++i) {
+    std::istringstream text(peerTextOf(randomRig(2, 4, &random), forKalibr()));
+    for (std::string line; std::getline(text, line);) {
+      const bool is_size = line.find("resolution") != std::string::npos;
+      for (const std::string& item : itemsOf(line)) {
+        EXPECT_TRUE(std::regex_match(item, is_size ? is_integer : is_float)) << line;
+        ++count;
+      }
+    }
+  }
+  // Two sizes, four intrinsics, four coefficients, and three poses in both.
+  EXPECT_EQ(count, 100U * (2 * (2 + 4 + 4) + 3 * 16));
 }
 
 TEST(KalibrWriting, ReadsBackAThousandCameras) {
