@@ -120,7 +120,7 @@ class NormDescent {
                  Eigen::Ref<Eigen::VectorXd> b) const {
     const auto rows = static_cast<Eigen::Index>(barrier_.rows());
     const double weight = std::sqrt(barrier_weight_);
-    barrier_.putDerivatives(lensOf(c), a.topRows(rows));
+    barrier_.putDerivatives(lensOf(c), problem_.free, a.topRows(rows));
     a.topRows(rows) *= weight;
     b.head(rows).setConstant(weight);
     a.bottomRows(a.cols()).setZero();

@@ -105,7 +105,7 @@ bool hasTangential(const LensProblem& problem) {
 
 LensCoefficients search(const LensProblem& problem, const RisingBarrier::Care& care,
                         const std::optional<LensCoefficients>& near) {
-  const RisingBarrier barrier(problem.unit, care, problem.free);
+  const RisingBarrier barrier(problem.unit, care);
   if (!hasTangential(problem)) return bestFrom(problem, barrier, {linearStart(problem, 0)});
   std::vector<LensCoefficients> starts = startsOf(problem, barrier);
   if (near) starts.push_back(broughtWithin(barrier, *near));

@@ -3,7 +3,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <utility>
 
 namespace norv::interop {
 namespace {
@@ -34,8 +33,7 @@ double foldByDenominator(const Terms& t, double s, int j, double least) {
 
 }  // namespace
 
-RisingBarrier::RisingBarrier(double unit, const Care& care, std::vector<std::size_t> free)
-    : free_(std::move(free)), least_slope_(care.least_slope) {
+RisingBarrier::RisingBarrier(double unit, const Care& care) : least_slope_(care.least_slope) {
   const double angle = std::atan(unit);
   for (std::size_t i = 1; i <= care.radii; ++i) {
     const double share = static_cast<double>(i) / static_cast<double>(care.radii);
@@ -57,17 +55,18 @@ double RisingBarrier::value(const LensDistortion<double>& lens) const {
 }
 
 void RisingBarrier::putDerivatives(const LensDistortion<double>& lens,
+                                   const std::vector<std::size_t>& free,
                                    Eigen::Ref<Eigen::MatrixXd> derivatives) const {
   derivatives.setZero();
   Eigen::Index row = 0;
   for (const double s : squared_radii_) {
     const Terms t = lens.radial(s);
     const double fold = foldTerm(t, s, least_slope_);
-    for (std::size_t i = 0; i < free_.size(); ++i) {
+    for (std::size_t i = 0; i < free.size(); ++i) {
       const auto column = static_cast<Eigen::Index>(i);
-      const int power = kPowers[free_[i]];
+      const int power = kPowers[free[i]];
       if (power == 0) continue;
-      const bool is_below = free_[i] >= kFirstOfDenominator;
+      const bool is_below = free[i] >= kFirstOfDenominator;
       if (is_below) derivatives(row, column) = std::pow(s, power) / t.denominator;
       derivatives(row + 1, column) =
           (is_below ? foldByDenominator(t, s, power, least_slope_) : foldByNumerator(t, s, power)) /

@@ -24,21 +24,21 @@ class RisingBarrier {
     double least_slope;  ///< of the radial map, whose slope is 1 at the centre
   };
 
-  /// `unit` is tan(theta) of the rays at the unit circle, `free` the coefficients that move.
-  RisingBarrier(double unit, const Care& care, std::vector<std::size_t> free);
+  /// `unit` is tan(theta) of the rays at the unit circle.
+  RisingBarrier(double unit, const Care& care);
 
   /// Minus the sum of the logarithms; infinity where one of them has none.
   double value(const calibration::LensDistortion<double>& lens) const;
 
-  /// The derivatives of the logarithms by the free coefficients, one row each, which are as many as
-  /// `rows` says. The lens must have a finite value.
+  /// The derivatives of the logarithms by the free coefficients, indices in storage order: as many
+  /// rows as `rows` says, and a column for each coefficient. The lens must have a finite value.
   std::size_t rows() const { return 2 * squared_radii_.size(); }
   void putDerivatives(const calibration::LensDistortion<double>& lens,
+                      const std::vector<std::size_t>& free,
                       Eigen::Ref<Eigen::MatrixXd> derivatives) const;
 
  private:
   std::vector<double> squared_radii_;
-  std::vector<std::size_t> free_;
   double least_slope_;
 };
 
