@@ -42,7 +42,7 @@ std::string imageName(const WrittenCamera& camera, std::vector<std::string>* not
 
 struct ModelChoice {
   const char* name;
-  std::ptrdiff_t coefficients;
+  std::size_t coefficients;
 };
 
 ModelChoice modelOf(const CameraModel& model) {
@@ -58,8 +58,8 @@ std::string cameraLine(std::size_t id, const CameraModel& model, double offset) 
       fmt::format("{} {} {} {} {} {} {} {}", id, choice.name, model.width, model.height, model.fx,
                   model.fy, model.cx - offset, model.cy - offset);
   const auto coefficients = model.lens.toCoefficients();
-  for (auto k = coefficients.begin(); k != coefficients.begin() + choice.coefficients; ++k) {
-    line += fmt::format(" {}", *k);
+  for (std::size_t i = 0; i < choice.coefficients; ++i) {
+    line += fmt::format(" {}", coefficients.at(i));
   }
   return line + "\n";
 }

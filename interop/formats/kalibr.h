@@ -26,7 +26,7 @@ PeerFile readKalibr(const SourceFile& file, const ReadOptions& options);
 /// pinhole and radtan for all cameras, each with its name in the topic. T_cn_cnm1 is written where
 /// the cameras have poses, T_cam_imu as well where their parent is "imu". What Kalibr cannot hold:
 /// skew, more than four coefficients, a focal length that is not above 0, a negative principal
-/// point, poses of some cameras alone.
+/// point, poses of some cameras alone. A note says so where the pose of cam0 is not written.
 std::variant<PeerWriting, std::string> writeKalibr(const std::vector<WrittenCamera>& cameras,
                                                    const WriteOptions& options);
 

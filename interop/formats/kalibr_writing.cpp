@@ -6,13 +6,15 @@
 #include "interop/formats/kalibr.h"
 #include "interop/formats/written_camera.h"
 #include "interop/formats/written_pose.h"
+#include "support/printable_text.h"
 
 namespace norv::interop {
 namespace {
 
 using calibration::CameraModel;
 
-constexpr int kCoefficients = 4;  ///< of radtan
+constexpr const char* kImu = "imu";  ///< the parent whose poses are T_cam_imu
+constexpr int kCoefficients = 4;     ///< of radtan
 
 /// The shortest decimal with a point. Without one, Python's YAML takes 640 for a whole number and
 /// 1e-05 for a text, and Kalibr refuses both.
@@ -83,7 +85,7 @@ std::string posesText(const std::vector<WrittenCamera>& cameras, std::size_t ind
   const std::optional<RigidPose>& pose = cameras[index].camera_from_parent;
   if (!pose) return "";
   std::string text;
-  if (parent == "imu") text += poseText("T_cam_imu", *pose);
+  if (parent == kImu) text += poseText("T_cam_imu", *pose);
   if (index == 0) return text;
   const RigidPose before = *cameras[index - 1].camera_from_parent;
   return text + poseText("T_cn_cnm1", compose(*pose, inverse(before)));
@@ -119,6 +121,12 @@ std::variant<PeerWriting, std::string> writeKalibr(const std::vector<WrittenCame
     writing.notes.push_back(fmt::format("{} is called {} in its topic", callCamera(camera), topic));
   }
   writing.files.push_back({"", text});
+  if (cameras[0].camera_from_parent && options.parent != kImu) {
+    writing.notes.push_back(
+        fmt::format("Kalibr's files have no place for the pose of cam0 in the frame {}, only in "
+                    "that of an IMU",
+                    toPrintable(options.parent)));
+  }
   return writing;
 }
 

@@ -14,6 +14,9 @@ namespace {
 constexpr double kExactTurn = 1e-12;
 constexpr double kMaxTurnError = 1e-3;
 
+/// So that poses can be composed and inverted within the range of double.
+constexpr double kMaxMetres = 1e100;
+
 /// By how much an element of the pose's rotation differs from that of the rotation next to it.
 double turnError(const RigidPose& pose) {
   const Eigen::Vector4d q = quaternionFromRotation(pose.rotation);
@@ -28,6 +31,9 @@ std::optional<std::string> findUnwritablePose(const WrittenCamera& camera) {
   const std::string name = callCamera(camera);
   if (!pose.rotation.allFinite() || !pose.translation.allFinite()) {
     return name + " has a pose with a number that is not finite";
+  }
+  if (pose.translation.cwiseAbs().maxCoeff() > kMaxMetres) {
+    return fmt::format("{} has a pose of more than {} m", name, kMaxMetres);
   }
   const double determinant = pose.rotation.determinant();
   if (!(determinant > 0)) {

@@ -9,9 +9,9 @@
 
 namespace norv::interop {
 
-/// As a sentence, why no format can hold the camera's pose: numbers that are not finite, a rotation
-/// that mirrors, or that is off the next one by more than a thousandth. A camera without a pose has
-/// none of these.
+/// As a sentence, why no format can hold the camera's pose: numbers that are not finite, a
+/// translation beyond 1e100 m, a rotation that mirrors, or that is off the next one by more than a
+/// thousandth. A camera without a pose has none of these.
 std::optional<std::string> findUnwritablePose(const WrittenCamera& camera);
 
 /// A note that the camera's rotation is written a little differently, if it is: quaternions and

@@ -104,6 +104,9 @@ TEST(FormatWriting, RefusesPosesWhereTheFormatHasThem) {
   requireRefusal(
       [](WrittenCamera* camera) { camera->camera_from_parent->translation[2] = HUGE_VAL; },
       not_finite);
+  requireRefusal(
+      [](WrittenCamera* camera) { camera->camera_from_parent->translation[0] = -1.5e100; },
+      "camera left has a pose of more than 1e+100 m");
   requireRefusal([](WrittenCamera* camera) { camera->camera_from_parent->rotation(1, 1) = -1; },
                  "camera left has a pose whose rotation has the determinant -1, which must be 1");
   requireRefusal([](WrittenCamera* camera) { camera->camera_from_parent->rotation.setZero(); },

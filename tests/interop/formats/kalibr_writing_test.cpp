@@ -20,6 +20,7 @@ using norv::testing::readPeer;
 using norv::testing::refusalToWrite;
 using norv::testing::requireSameRig;
 using norv::testing::rigOf;
+using norv::testing::writtenBy;
 
 WriteOptions forKalibr(const std::string& parent = "imu") {
   WriteOptions options;
@@ -72,7 +73,12 @@ TEST(KalibrWriting, WritesTheChainAloneForParentsThatAreNoImu) {
   auto cameras = rigOf({"left", "right"});
   cameras[0].camera_from_parent = poseAt({1, 0, 0});
   cameras[1].camera_from_parent = poseAt({3, 0, 0});
-  const std::string text = peerTextOf(cameras, forKalibr("robot"));
+  const PeerWriting writing = writtenBy(cameras, forKalibr("robot"));
+  EXPECT_EQ(writing.notes,
+            (std::vector<std::string>{"Kalibr's files have no place for the pose of cam0 in the "
+                                      "frame robot, only in that of an IMU"}));
+  EXPECT_TRUE(writtenBy(cameras, forKalibr("imu")).notes.empty());
+  const std::string text = writing.files.at(0).contents;
   EXPECT_EQ(text.find("T_cam_imu"), std::string::npos);
   const PeerFile file = readPeer({"f", text}, PeerFormat::kKalibr);
   ASSERT_EQ(file.cameras.size(), 2U);
@@ -81,7 +87,9 @@ TEST(KalibrWriting, WritesTheChainAloneForParentsThatAreNoImu) {
 }
 
 TEST(KalibrWriting, WritesNoPosesWhereThereAreNone) {
-  const std::string text = peerTextOf(rigOf({"left", "right"}), forKalibr());
+  const PeerWriting writing = writtenBy(rigOf({"left", "right"}), forKalibr("robot"));
+  EXPECT_TRUE(writing.notes.empty());
+  const std::string text = writing.files.at(0).contents;
   EXPECT_EQ(text.find("T_c"), std::string::npos);
   const PeerFile file = readPeer({"f", text}, PeerFormat::kKalibr);
   EXPECT_EQ(file.parent, "");
