@@ -21,6 +21,8 @@ namespace {
 using calibration::CameraModel;
 using calibration::LensDistortion;
 
+constexpr const char* kBeyondNumbers = "its rays or pixels exceed the range of numbers";
+
 constexpr double kDegree = 3.14159265358979323846 / 180;
 
 CameraModel withoutLens(const PeerCamera& source, double scale) {
@@ -32,7 +34,7 @@ CameraModel withoutLens(const PeerCamera& source, double scale) {
 class Deviations {
  public:
   void add(double distance) {
-    max_ = std::max(max_, distance);
+    if (!(distance <= max_) && !std::isnan(max_)) max_ = distance;
     squared_ += distance * distance;
     ++count_;
   }
@@ -68,13 +70,16 @@ std::variant<LensDeviation, std::string> deviationOf(const PeerCamera& source,
                              {statuses.data(), nullptr});
   Deviations deviations;
   for (std::size_t i = 0; i < samples.size(); ++i) {
+    if (statuses[i] == calibration::PointStatus::kNotFinite) return kBeyondNumbers;
     if (!hasAnswer(statuses[i])) return beyondTarget(samples[i], target);
     const auto& q = samples[i].imaged;
     const double u = source.fx * q.x + source.skew * q.y + source.cx;
     const double v = source.fy * q.y + source.cy;
     deviations.add(std::hypot(pixels[2 * i] - u, pixels[2 * i + 1] - v));
   }
-  return deviations.result(picture.share);
+  const LensDeviation deviation = deviations.result(picture.share);
+  if (!std::isfinite(deviation.max + deviation.rms)) return kBeyondNumbers;
+  return deviation;
 }
 
 /// Whether the directions of rays do not matter to the lens.
@@ -153,7 +158,9 @@ std::variant<CameraModel, std::string> fitLens(const PeerCamera& source, int coe
   }
   auto rays = raysOfPicture(source, denselyBorderedGrid(source.size));
   if (const auto* const reason = std::get_if<std::string>(&rays)) return *reason;
-  CameraModel model = withoutLens(source, scaleOf(source.lens));
+  const double scale = scaleOf(source.lens);
+  if (!(scale > 0 && std::isfinite(scale))) return "its lens has no focal length on its axis";
+  CameraModel model = withoutLens(source, scale);
   if (coefficients == 0) return model;
   const LensProblem problem =
       problemOf(source, model, std::get<PictureRays>(std::move(rays)).samples, coefficients);

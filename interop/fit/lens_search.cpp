@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "interop/fit/least_largest.h"
@@ -42,11 +43,13 @@ bool holdsRays(const LensDistortion<double>& lens, const LensProblem& problem) {
   return std::all_of(pixels.begin(), pixels.end(), [](double x) { return std::isfinite(x); });
 }
 
+/// Infinity where a miss is not a number.
 double largestMiss(const LensProblem& problem, const LensCoefficients& c) {
   double largest = 0;
   for (const RaySample& sample : problem.samples) {
     const double miss = missOf(problem, lensOf(c), sample).norm();
-    if (!(miss <= largest)) largest = miss;
+    if (std::isnan(miss)) return std::numeric_limits<double>::infinity();
+    largest = std::max(largest, miss);
   }
   return largest;
 }

@@ -83,6 +83,11 @@ std::vector<RaySample> raysOf(const RadialMap& map, const std::vector<Point>& im
   return samples;
 }
 
+/// Of lenses with parameters that are no numbers, or huge.
+bool isBeyondNumbers(const RaySample& sample) {
+  return !std::isfinite(sample.ray.x + sample.ray.y + sample.imaged.x + sample.imaged.y);
+}
+
 std::string beyondPlane(double angle) {
   return fmt::format(
       "the picture reaches {:.4g} degrees from the axis, and a rational lens holds rays at less "
@@ -121,6 +126,8 @@ std::variant<PictureRays, std::string> raysOfPicture(const PeerCamera& camera,
   } else {
     rays.samples = raysOf(std::get<LensDistortion<double>>(camera.lens), imaged);
   }
+  rays.samples.erase(std::remove_if(rays.samples.begin(), rays.samples.end(), isBeyondNumbers),
+                     rays.samples.end());
   if (largest >= kRightAngle) return beyondPlane(largest);
   rays.share = static_cast<double>(rays.samples.size()) / static_cast<double>(imaged.size());
   if (rays.share < kMinShare) {

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -86,6 +87,8 @@ struct RadialSample {
   std::size_t entry;     ///< there
   double max;
 };
+
+std::ostream& operator<<(std::ostream& stream, const RadialSample& s) { return stream << s.file; }
 
 class RadialSamples : public ::testing::TestWithParam<RadialSample> {};
 
@@ -286,6 +289,21 @@ TEST(LensFit, SaysWhichRaysTheTargetLacks) {
   EXPECT_EQ(std::get<std::string>(deviation),
             "the picture has rays 38.66 degrees from the axis, and the lens that is to hold them "
             "ends at 36.7 degrees");
+}
+
+TEST(LensFit, RefusesLensesBeyondTheRangeOfDouble) {
+  RadialMap map;
+  map.parameters = {0.1, std::numeric_limits<double>::quiet_NaN(), 0, 0};
+  PeerCamera camera = testing::radialCamera(map);
+  camera.fx = camera.fy = 500;
+  EXPECT_EQ(fitRefusal(camera), "its lens has rays at less than 25 % of the picture's points");
+  map = {RadialKind::kDoubleSphere, {std::numeric_limits<double>::infinity(), 0, 0, 0}, {}};
+  camera.lens = map;
+  EXPECT_NE(fitRefusal(camera), "");
+  const PeerCamera huge = asPeer({640, 480, 500, 500, 0, 320, 240, {}});
+  const auto deviation = measureDeviation(huge, {640, 480, 1e300, 500, 0, 320, 240, {}});
+  ASSERT_TRUE(std::holds_alternative<std::string>(deviation));
+  EXPECT_EQ(std::get<std::string>(deviation), "its rays or pixels exceed the range of numbers");
 }
 
 TEST(LensFit, DescribesADeviation) {
