@@ -30,6 +30,8 @@ struct WriteOptions {
   calibration::PixelOrigin pixel_origin = calibration::PixelOrigin::kPixelCentre;
   /// What the parent of the poses is called. Kalibr's T_cam_imu is written for "imu" alone.
   std::string parent = "robot";
+  /// Has ROS' files written with all eight coefficients where five would do.
+  bool all_coefficients = false;
 };
 
 /// A file to be written. COLMAP has three, the others one, without a name.

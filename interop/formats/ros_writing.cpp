@@ -16,8 +16,8 @@ using calibration::CameraModel;
 /// k1 k2 p1 p2 k3 of the shorter lens.
 constexpr std::size_t kPlumbBob = 5;
 
-bool isPlumbBob(const CameraModel& model) {
-  return coefficientsNeeded(model.lens) <= static_cast<int>(kPlumbBob);
+bool isPlumbBob(const CameraModel& model, const WriteOptions& options) {
+  return !options.all_coefficients && coefficientsNeeded(model.lens) <= static_cast<int>(kPlumbBob);
 }
 
 /// The matrices of a file, row by row. The picture is rectified to itself.
@@ -28,14 +28,15 @@ struct Numbers {
   std::vector<double> projection;
 };
 
-Numbers numbersOf(const CameraModel& model, double offset) {
+Numbers numbersOf(const CameraModel& model, const WriteOptions& options) {
+  const double offset = cornerOffset(options.pixel_origin);
   const double cx = model.cx - offset;
   const double cy = model.cy - offset;
   const auto k = model.lens.toCoefficients();
   Numbers numbers;
   numbers.camera = {model.fx, 0, cx, 0, model.fy, cy, 0, 0, 1};
   numbers.lens.assign(k.begin(), k.end());
-  if (isPlumbBob(model)) numbers.lens.resize(kPlumbBob);
+  if (isPlumbBob(model, options)) numbers.lens.resize(kPlumbBob);
   numbers.rectification = {1, 0, 0, 0, 1, 0, 0, 0, 1};
   numbers.projection = {model.fx, 0, cx, 0, 0, model.fy, cy, 0, 0, 0, 1, 0};
   return numbers;
@@ -62,12 +63,13 @@ std::string yamlMatrix(const std::string& key, std::size_t rows,
 /// The name stands in quotes, so that none is taken for a number.
 std::string yamlText(const std::string& name, const CameraModel& model,
                      const WriteOptions& options) {
-  const Numbers numbers = numbersOf(model, cornerOffset(options.pixel_origin));
+  const Numbers numbers = numbersOf(model, options);
   return fmt::format("# {}\nimage_width: {}\nimage_height: {}\ncamera_name: \"{}\"\n",
                      describePixelOrigin(options.pixel_origin, PeerFormat::kRos, "ROS"),
                      model.width, model.height, name) +
          yamlMatrix("camera_matrix", 3, numbers.camera) +
-         fmt::format("distortion_model: {}\n", isPlumbBob(model) ? kRosPlumbBob : kRosRational) +
+         fmt::format("distortion_model: {}\n",
+                     isPlumbBob(model, options) ? kRosPlumbBob : kRosRational) +
          yamlMatrix("distortion_coefficients", 1, numbers.lens) +
          yamlMatrix("rectification_matrix", 3, numbers.rectification) +
          yamlMatrix("projection_matrix", 3, numbers.projection);
@@ -87,7 +89,7 @@ std::string iniMatrix(const std::string& key, std::size_t rows,
 
 std::string iniText(const std::string& name, const CameraModel& model,
                     const WriteOptions& options) {
-  const Numbers numbers = numbersOf(model, cornerOffset(options.pixel_origin));
+  const Numbers numbers = numbersOf(model, options);
   return fmt::format("# Camera intrinsics\n# {}\n\n[image]\n\nwidth\n{}\n\nheight\n{}\n\n[{}]\n",
                      describePixelOrigin(options.pixel_origin, PeerFormat::kRos, "ROS"),
                      model.width, model.height, name) +
@@ -97,9 +99,9 @@ std::string iniText(const std::string& name, const CameraModel& model,
 }
 
 /// As a sentence, why INI cannot hold the camera under that name.
-std::optional<std::string> findUnwritableInIni(const WrittenCamera& camera,
-                                               const std::string& name) {
-  if (!isPlumbBob(camera.model)) {
+std::optional<std::string> findUnwritableInIni(const WrittenCamera& camera, const std::string& name,
+                                               const WriteOptions& options) {
+  if (!isPlumbBob(camera.model, options)) {
     return callCamera(camera) +
            " has a lens of 8 coefficients, and ROS' INI files have 5: --distortion-model "
            "plumb_bob fits these";
@@ -126,7 +128,7 @@ std::variant<PeerWriting, std::string> writeRos(const std::vector<WrittenCamera>
   const std::string name = rosName(camera, &writing.notes);
   const bool is_ini = options.syntax == Syntax::kIni;
   if (is_ini) {
-    if (auto problem = findUnwritableInIni(camera, name)) return *problem;
+    if (auto problem = findUnwritableInIni(camera, name, options)) return *problem;
   }
   writing.files.push_back(
       {"", is_ini ? iniText(name, camera.model, options) : yamlText(name, camera.model, options)});

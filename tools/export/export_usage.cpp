@@ -18,6 +18,8 @@ using interop::Syntax;
 
 constexpr const char* kStandardStream = "-";
 constexpr const char* kRobotFrame = "robot";
+constexpr const char* kPlumbBob = "plumb_bob";
+constexpr const char* kRational = "rational_polynomial";
 
 /// A way to write a format, and the extension of the files that are written in it.
 struct SyntaxRow {
@@ -52,13 +54,31 @@ std::optional<Syntax> findSyntax(const ExportVerbOptions& options) {
   return options.syntax ? std::nullopt : std::optional(Syntax::kUsual);
 }
 
-/// "yaml or ini"; "" for a format that is written in one way alone.
+/// "yaml, xml or json".
 std::string listSyntaxes(PeerFormat format) {
   std::string names;
+  std::string last;
   for (const SyntaxRow& row : kSyntaxes) {
-    if (row.format == format) names += (names.empty() ? "" : " or ") + std::string(row.name);
+    if (row.format != format) continue;
+    if (!last.empty()) names += (names.empty() ? "" : ", ") + last;
+    last = row.name;
   }
-  return names;
+  return names.empty() ? last : names + " or " + last;
+}
+
+/// Why the syntax does not go with what else is asked for; "" where it does.
+std::string findSyntaxConflict(const ExportVerbOptions& options) {
+  const PeerFormat format = options.format.value();
+  const std::optional<Syntax> syntax = findSyntax(options);
+  if (!syntax) {
+    const std::string known = listSyntaxes(format);
+    return fmt::format("{} is written {}", formatName(format),
+                       known.empty() ? "in one syntax alone" : "as " + known);
+  }
+  if (options.distortion_model == kRational && syntax == Syntax::kIni) {
+    return "--distortion-model rational_polynomial is for yaml, since ini has five coefficients";
+  }
+  return "";
 }
 
 template <class... Words>
@@ -101,7 +121,7 @@ void addWriting(CLI::App* verb, ExportVerbOptions* options) {
   addMaxErrorOption(verb, &options->max_error, "What a written camera may deviate by");
   addParsed(verb, "--distortion-model", "plumb_bob|rational_polynomial",
             "Lens of ros: five coefficients or eight (default: as many as are needed)",
-            &options->distortion_model, oneOf("plumb_bob", "rational_polynomial"));
+            &options->distortion_model, oneOf(kPlumbBob, kRational));
 }
 
 void addPoses(CLI::App* verb, ExportVerbOptions* options) {
@@ -127,11 +147,8 @@ void addExportOptions(CLI::App* verb, ExportVerbOptions* options) {
 
 std::string findConflict(const ExportVerbOptions& options) {
   const PeerFormat format = options.format.value();
-  if (!findSyntax(options)) {
-    const std::string known = listSyntaxes(format);
-    const std::string how = known.empty() ? "in one syntax alone" : "as " + known;
-    return fmt::format("{} is written {}", formatName(format), how);
-  }
+  const std::string syntax = findSyntaxConflict(options);
+  if (!syntax.empty()) return syntax;
   if (options.distortion_model && format != PeerFormat::kRos) {
     return "--distortion-model is for --format ros";
   }
@@ -151,9 +168,8 @@ interop::ExportOptions exportOptionsOf(const ExportVerbOptions& options) {
   wanted.writing.pixel_origin = options.origin.value_or(interop::pixelOriginOf(*options.format));
   wanted.writing.parent = options.parent.value_or(kRobotFrame);
   if (options.parent_from_robot) wanted.parent_from_robot = rigidPoseOf(*options.parent_from_robot);
-  if (options.distortion_model) {
-    wanted.coefficients = *options.distortion_model == "plumb_bob" ? 5 : 8;
-  }
+  if (options.distortion_model == kPlumbBob) wanted.coefficients = 5;
+  wanted.writing.all_coefficients = options.distortion_model == kRational;
   wanted.max_error = options.max_error;
   return wanted;
 }
