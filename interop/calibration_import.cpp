@@ -144,11 +144,13 @@ class Importer {
     outcome_.files.push_back({file, format,
                               options_.reading.pixel_origin.value_or(pixelOriginOf(format)),
                               read.parent, std::move(read.not_taken_over), std::move(read.notes)});
-    for (PeerCamera& camera : read.cameras) {
+    const std::size_t count = read.cameras.size();
+    for (std::size_t i = 0; i < count; ++i) {
+      PeerCamera& camera = read.cameras[i];
       if (outcome_.cameras.size() < options_.names.size()) {
         camera.name = options_.names[outcome_.cameras.size()];
       } else if (camera.name.empty()) {
-        camera.name = stemOf(file);
+        camera.name = count == 1 ? stemOf(file) : fmt::format("{}_{}", stemOf(file), i);
       }
       outcome_.cameras.push_back(import(std::move(camera)));
     }

@@ -65,8 +65,9 @@ struct ImportOutcome {
 
 /// The cameras of all files, in order. Camera matrix, lens and pose pass through as the same
 /// doubles wherever our model has them, but for half a pixel of the principal point and metres to
-/// millimetres; other lenses are fitted (`fitLens`). COLMAP's images.txt belongs to the cameras.txt
-/// that comes before it.
+/// millimetres; other lenses are fitted (`fitLens`). A camera without a name gets that of its file,
+/// without folders and extension; several of one file get it with _0, _1 and so on. COLMAP's
+/// images.txt belongs to the cameras.txt that comes before it.
 ///
 /// A problem is returned where a file is refused, a lens deviates by more than allowed, or two
 /// cameras have one name. Bad input never throws. Thread-safe.

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <vector>
 
 #include "testing/file_contents.h"
+#include "testing/peer_texts.h"
 
 namespace norv::interop {
 namespace {
@@ -121,6 +123,16 @@ TEST(ImportCameras, NamesAreThoseOfTheOptionsTheFileOrItsPath) {
   EXPECT_EQ(cameras.at(1).calibration.name(), "rear");
   EXPECT_EQ(cameras[1].file, 1U);
   EXPECT_EQ(cameras[1].calibration.model(), "b910");
+}
+
+TEST(ImportCameras, SeveralCamerasWithoutNamesAreNumbered) {
+  std::mt19937 random(1);
+  const auto rig = {norv::testing::randomFileCamera(8, &random),
+                    norv::testing::randomFileCamera(8, &random)};
+  const auto cameras = import({{"rigs/stereo.json", norv::testing::basaltJson(rig)}}).cameras;
+  ASSERT_EQ(cameras.size(), 2U);
+  EXPECT_EQ(cameras[0].calibration.name(), "stereo_0");
+  EXPECT_EQ(cameras[1].calibration.name(), "stereo_1");
 }
 
 TEST(ImportCameras, RefusesWrongNumbersOfNamesAndEqualNames) {
