@@ -10,6 +10,19 @@ import pathlib
 import subprocess
 import sys
 
+# The formats of other programs' files, what parses them, and what their import costs at most beside that.
+FORMATS = [
+    ("ROS, YAML", "ros", "yaml-cpp", 2),
+    ("ROS, INI", "rosIni", "words of a stream", 12),
+    ("Kalibr", "kalibr", "yaml-cpp", 2),
+    ("OpenCV, YAML", "openCv", "yaml-cpp", 2),
+    ("OpenCV, XML", "openCvXml", "tinyxml2", 8),
+    ("OpenCV, JSON", "openCvJson", "yaml-cpp", 2),
+    ("mrcal", "mrcal", "our parser of literals", 4),
+    ("COLMAP", "colmap", "words of a stream", 4),
+    ("basalt", "basalt", "yaml-cpp", 2),
+]
+
 # What, our benchmark, the one that it is compared with, the ratio aimed at, and a factor of the latter.
 ROWS = [
     *[(f"load {kind.lower()}, {cameras} cameras, {samples} samples",
@@ -18,6 +31,12 @@ ROWS = [
       for kind in ("Binary", "Text") for samples in (0, 200) for cameras in (1, 4, 64, 1024)],
     ("load binary per camera, 4096 to 64 cameras", "loadBinary/cameras:4096/samples:0",
      "loadBinary/cameras:64/samples:0", 1.10, 4096 / 64),
+    *[(f"import 10,000 cameras, {what}, {parser} alone", f"importFiles/{name}/10000", f"parseAlone/{name}/10000",
+       aim, 1)
+      for what, name, parser, aim in FORMATS],
+    *[(f"import per camera, {what}, 10,000 to 1000 cameras", f"importFiles/{name}/10000", f"importFiles/{name}/1000",
+       1.25, 10)
+      for what, name, _, _ in FORMATS],
     ("`project3dToCamera`, mrcal", "projectOnePoint/strong", "mrcalProjectPoint", 0.45, 1),
     ("`project3dToCamera`, OpenCV", "projectOnePoint/strong", "openCvProjectPoints/1", 0.01, 1),
     ("`projectPoints`, 10,000 points, OpenCV", "projectManyPoints", "openCvProjectPoints/10000", 0.5, 1),
