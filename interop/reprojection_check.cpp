@@ -16,9 +16,11 @@ constexpr double kMinGain = 10;
 /// Pixels below which no other convention is looked for.
 constexpr double kMinError = 0.01;
 
-constexpr std::array<OtherConvention, 5> kConventions = {
-    OtherConvention::kPixelsHalfMore, OtherConvention::kPixelsHalfLess,
-    OtherConvention::kInversePose, OtherConvention::kTranslationThousand,
+constexpr std::array<OtherConvention, 9> kConventions = {
+    OtherConvention::kPixelsHalfMore,       OtherConvention::kPixelsHalfLess,
+    OtherConvention::kInversePose,          OtherConvention::kTransposedRotation,
+    OtherConvention::kCentreAsTranslation,  OtherConvention::kAxesOfBody,
+    OtherConvention::kAxesOfGraphics,       OtherConvention::kTranslationThousand,
     OtherConvention::kTranslationThousandth};
 
 /// The error of the camera with that pose, `offset` being added to the pixels that were seen.
@@ -56,27 +58,43 @@ double meanSquare(const ReprojectionError& error, const calibration::CameraModel
          std::max(1.0, error.imaged + missing);
 }
 
-ReprojectionError measureOther(const WrittenCamera& camera, RigidPose pose,
-                               const std::vector<ObservedPoint>& points,
-                               OtherConvention convention) {
-  constexpr double kHalf = 0.5;
+/// A camera's axes in those of another convention.
+Eigen::Matrix3d axes(const Eigen::Vector3d& right, const Eigen::Vector3d& down,
+                     const Eigen::Vector3d& ahead) {
+  Eigen::Matrix3d rows;
+  rows << right.transpose(), down.transpose(), ahead.transpose();
+  return rows;
+}
+
+/// What the pose is by the convention.
+RigidPose otherPose(const RigidPose& pose, OtherConvention convention) {
   constexpr double kThousand = 1000;
+  const Eigen::Matrix3d& rotation = pose.rotation;
   switch (convention) {
-    case OtherConvention::kPixelsHalfMore:
-      return measure(camera, pose, points, kHalf);
-    case OtherConvention::kPixelsHalfLess:
-      return measure(camera, pose, points, -kHalf);
     case OtherConvention::kInversePose:
-      pose = inverse(pose);
-      break;
+      return inverse(pose);
+    case OtherConvention::kTransposedRotation:
+      return {rotation.transpose(), pose.translation};
+    case OtherConvention::kCentreAsTranslation:
+      return {rotation, -(rotation * pose.translation)};
+    case OtherConvention::kAxesOfBody:
+      return compose({axes({0, -1, 0}, {0, 0, -1}, {1, 0, 0}), {0, 0, 0}}, pose);
+    case OtherConvention::kAxesOfGraphics:
+      return compose({axes({1, 0, 0}, {0, -1, 0}, {0, 0, -1}), {0, 0, 0}}, pose);
     case OtherConvention::kTranslationThousand:
-      pose.translation *= kThousand;
-      break;
+      return {rotation, pose.translation * kThousand};
     case OtherConvention::kTranslationThousandth:
-      pose.translation /= kThousand;
-      break;
+      return {rotation, pose.translation / kThousand};
+    default:
+      return pose;
   }
-  return measure(camera, pose, points, 0);
+}
+
+/// What is added to the pixels that were seen.
+double otherOffset(OtherConvention convention) {
+  constexpr double kHalf = 0.5;
+  if (convention == OtherConvention::kPixelsHalfMore) return kHalf;
+  return convention == OtherConvention::kPixelsHalfLess ? -kHalf : 0;
 }
 
 }  // namespace
@@ -91,6 +109,14 @@ const char* describe(OtherConvention convention) {
              "centre of the first pixel";
     case OtherConvention::kInversePose:
       return "the pose is the other way round";
+    case OtherConvention::kTransposedRotation:
+      return "the rotation is transposed";
+    case OtherConvention::kCentreAsTranslation:
+      return "the translation is the place of the camera on the robot";
+    case OtherConvention::kAxesOfBody:
+      return "the camera's axes in the pose are ahead, left and up";
+    case OtherConvention::kAxesOfGraphics:
+      return "the camera's axes in the pose are right, up and back";
     case OtherConvention::kTranslationThousand:
       return "the translation is in a unit a thousand times as large";
     case OtherConvention::kTranslationThousandth:
@@ -107,7 +133,8 @@ ReprojectionCheck checkReprojection(const WrittenCamera& camera,
   const double error = meanSquare(check.error, camera.model);
   if (!(error > kMinError * kMinError)) return check;
   for (const OtherConvention convention : kConventions) {
-    const ReprojectionError other = measureOther(camera, pose, points, convention);
+    const ReprojectionError other =
+        measure(camera, otherPose(pose, convention), points, otherOffset(convention));
     const double gain = kMinGain * kMinGain;
     if (gain * meanSquare(other, camera.model) <= error)
       check.better.push_back({convention, other});

@@ -27,6 +27,10 @@ enum class OtherConvention {
   kPixelsHalfMore,        ///< 0.5 added to the pixels that were seen
   kPixelsHalfLess,        ///< 0.5 subtracted from them
   kInversePose,           ///< the pose maps the camera's frame into the robot's
+  kTransposedRotation,    ///< the rotation is stored column by column
+  kCentreAsTranslation,   ///< the translation is the optical centre in the robot's frame
+  kAxesOfBody,            ///< the pose's camera frame has x ahead, y left, z up
+  kAxesOfGraphics,        ///< the pose's camera frame has x right, y up, z back
   kTranslationThousand,   ///< the translation is 1000 times what it was taken for
   kTranslationThousandth  ///< or a 1000th of it
 };

@@ -124,7 +124,23 @@ TEST(ReprojectionCheck, OtherConventionsAreFound) {
   larger.translation *= 1000;
   RigidPose smaller = pose;
   smaller.translation /= 1000;
+  const RigidPose transposed = {pose.rotation.transpose(), pose.translation};
+  const RigidPose centre = {pose.rotation, -(pose.rotation.transpose() * pose.translation)};
+  // The rows of a pose whose camera frame has x ahead, y left, z up are z, -x and -y of this one;
+  // with x right, y up, z back they are x, -y and -z.
+  const Eigen::Matrix3d& r = pose.rotation;
+  const Eigen::Vector3d& t = pose.translation;
+  RigidPose body;
+  body.rotation << r.row(2), -r.row(0), -r.row(1);
+  body.translation << t.z(), -t.x(), -t.y();
+  RigidPose graphics;
+  graphics.rotation << r.row(0), -r.row(1), -r.row(2);
+  graphics.translation << t.x(), -t.y(), -t.z();
   const std::vector<std::pair<ReprojectionCheck, Convention>> cases = {
+      {checkPose(transposed), Convention::kTransposedRotation},
+      {checkPose(centre), Convention::kCentreAsTranslation},
+      {checkPose(body), Convention::kAxesOfBody},
+      {checkPose(graphics), Convention::kAxesOfGraphics},
       {checkReprojection(camera, seenBy(camera, -0.5)), Convention::kPixelsHalfMore},
       {checkReprojection(camera, seenBy(camera, 0.5)), Convention::kPixelsHalfLess},
       {checkPose(inverse(pose)), Convention::kInversePose},
