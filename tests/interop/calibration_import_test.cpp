@@ -1,5 +1,6 @@
 #include "interop/calibration_import.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <random>
@@ -14,6 +15,8 @@ namespace {
 
 using calibration::CameraCalibration;
 using calibration::RobotCalibration;
+using ::testing::DoubleNear;
+using ::testing::Pointwise;
 
 SourceFile sample(const std::string& name) {
   return {name, testing::contentsOf(std::string(CAMERA_PARAMETERS_SOURCE_DIR) +
@@ -97,8 +100,9 @@ TEST(ImportCameras, MovesAPoseFromItsParentIntoTheRobotsFrame) {
   options.parent_from_robot = RigidPose{Eigen::Matrix3d::Identity(), {0, 0, -0.4}};
   const ImportOutcome outcome = import({sample("kalibr/kalibr_camchain_imucam.yaml")}, options);
   // The robot's origin lies at (0, 0, -0.4) m in the parent: (0.05, 0.02 + 0.4, -0.01) m in cam0.
-  EXPECT_EQ(poseOf(outcome.cameras.at(0)),
-            (std::vector<double>{0, -1, 0, 50, 0, 0, -1, 420, 1, 0, 0, -10}));
+  // 0.02 + 0.4 is not 0.42 to the last bit.
+  EXPECT_THAT(poseOf(outcome.cameras.at(0)),
+              Pointwise(DoubleNear(1e-12), {0, -1, 0, 50, 0, 0, -1, 420, 1, 0, 0, -10}));
 }
 
 TEST(ImportCameras, GivesCamerasWithoutAPoseTheStatedOne) {
@@ -139,7 +143,7 @@ TEST(ImportCameras, RefusesWrongNumbersOfNamesAndEqualNames) {
   ImportOptions options;
   options.names = {"a", "b", "c"};
   EXPECT_EQ(refusalOf({sample("kalibr/kalibr_camchain_imucam.yaml")}, options),
-            "3 names are given for 2 cameras");
+            "names given: 3, cameras: 2");
   options.names = {"a", "a"};
   EXPECT_EQ(
       refusalOf({sample("kalibr/kalibr_camchain_imucam.yaml")}, options),
