@@ -57,7 +57,7 @@ double largestMiss(const LensProblem& problem, const LensCoefficients& c) {
 /// The lens, brought towards the one that does nothing until the barrier is finite.
 LensCoefficients broughtWithin(const RisingBarrier& barrier, const LensCoefficients& c) {
   for (double share = 1.0 / 64; share < 1; share *= 2) {
-    const LensCoefficients weaker = (1 - share) * c;
+    LensCoefficients weaker = (1 - share) * c;
     if (std::isfinite(barrier.value(lensOf(weaker)))) return weaker;
   }
   return LensCoefficients::Zero();

@@ -13,7 +13,7 @@ constexpr double kSettled = 1e-9;
 /// Least squares; again with `caution` times the misses as the cost of the unknowns, unless 0.
 Eigen::VectorXd solvedWithCaution(const Eigen::MatrixXd& a, const Eigen::VectorXd& b,
                                   double caution) {
-  const Eigen::VectorXd x = a.colPivHouseholderQr().solve(b);
+  Eigen::VectorXd x = a.colPivHouseholderQr().solve(b);
   if (caution == 0) return x;
   const double cost = caution * (a * x - b).norm();
   Eigen::MatrixXd longer(a.rows() + a.cols(), a.cols());

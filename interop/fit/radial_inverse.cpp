@@ -22,7 +22,8 @@ RadialInverse::RadialInverse(const RadialMap& map)
 
 double RadialInverse::radius(double theta) const {
   const double r = radiusAt(map_, theta);
-  return std::isfinite(r) && r >= 0 ? r : kInfinity;
+  if (std::isfinite(r) && r >= 0) return r;
+  return kInfinity;
 }
 
 std::optional<double> RadialInverse::angleAt(double target) {

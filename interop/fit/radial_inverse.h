@@ -12,9 +12,9 @@ class RadialInverse {
  public:
   explicit RadialInverse(const RadialMap& map);
 
-  /// The angle of the map's rising part at which `radiusAt` is `radius`, to a few roundings; none
+  /// The angle of the map's rising part at which `radiusAt` is `target`, to a few roundings; none
   /// where it does not get there.
-  std::optional<double> angleAt(double radius);
+  std::optional<double> angleAt(double target);
 
   /// `largestAngle` of the map, and the radius there: infinity at a pole.
   double end() const { return end_; }
