@@ -147,7 +147,7 @@ void addExportOptions(CLI::App* verb, ExportVerbOptions* options) {
 
 std::string findConflict(const ExportVerbOptions& options) {
   const PeerFormat format = options.format.value();
-  const std::string syntax = findSyntaxConflict(options);
+  std::string syntax = findSyntaxConflict(options);
   if (!syntax.empty()) return syntax;
   if (options.distortion_model && format != PeerFormat::kRos) {
     return "--distortion-model is for --format ros";

@@ -139,7 +139,7 @@ void addImportOptions(CLI::App* verb, ImportVerbOptions* options) {
 }
 
 std::string findConflict(const ImportVerbOptions& options) {
-  const std::string output = findOutputConflict(options);
+  std::string output = findOutputConflict(options);
   if (!output.empty()) return output;
   if (countStandardInput(options) > 1) return "standard input can be read only once";
   if (options.check_origin && !options.check_path) return "--check-origin is for --check";
