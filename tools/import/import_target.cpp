@@ -5,6 +5,8 @@
 #include <unordered_map>
 
 #include "calibration_common/camera_parameters.h"
+#include "interop/calibration_export.h"
+#include "support/lens_validity.h"
 #include "tools/input/calibration_kind.h"
 #include "tools/input/text_comments.h"
 #include "tools/output/atomic_file.h"
@@ -20,6 +22,9 @@ using calibration::RobotCalibration;
 using calibration::Severity;
 using interop::ImportedCamera;
 using interop::PoseSource;
+
+/// Share of a picture.
+constexpr double kMostWithoutRay = 0.01;
 
 std::string entryPath(int index) { return fmt::format("camera_calibration[{}]", index); }
 
@@ -41,6 +46,14 @@ std::unordered_map<std::string, const ImportedCamera*> entriesOf(
 bool isSaidAnyway(const Finding& finding, const ImportedCamera& camera) {
   if (camera.pose_source != PoseSource::kNone) return false;
   return finding.check == "pose-identity" || finding.check == "pose-same";
+}
+
+/// Whether the finding is that the lens folds in the last corners of the full frame alone.
+bool isFoldInCorners(const Finding& finding, const ImportedCamera& imported) {
+  if (finding.check != "lens-fold") return false;
+  const auto camera = interop::fullFrameCamera(imported.calibration);
+  const auto* const written = std::get_if<interop::WrittenCamera>(&camera);
+  return written != nullptr && calibration::coverage(written->model).share > 1 - kMostWithoutRay;
 }
 
 }  // namespace
@@ -72,6 +85,9 @@ std::vector<Finding> reviewImported(const RobotCalibration& robot,
   for (Finding& finding : reviewCalibration(robot)) {
     const auto entry = entries.find(finding.field.substr(0, finding.field.find(']') + 1));
     const bool is_of_imported = entry != entries.end() && !isSaidAnyway(finding, *entry->second);
+    if (entry != entries.end() && isFoldInCorners(finding, *entry->second)) {
+      finding.severity = Severity::kWarning;
+    }
     if (is_of_imported || finding.severity == Severity::kError) {
       concerned.push_back(std::move(finding));
     }
