@@ -23,8 +23,8 @@ struct ImportTarget {
 ImportTarget readTarget(const ImportVerbOptions& options);
 
 /// What a review finds in a calibration with imported cameras: all errors, and what else concerns
-/// these cameras, but for what the report says of their poses anyway. That an imported lens folds is
-/// a warning where less than a hundredth of its picture has no rays: programs fit what they saw,
+/// these cameras, but for what the report says of their poses anyway. That an imported lens folds
+/// is a warning where less than a hundredth of its picture has no rays: programs fit what they saw,
 /// which is seldom a corner's last pixel, and such a lens is as good as theirs everywhere else.
 std::vector<calibration::Finding> reviewImported(
     const calibration::RobotCalibration& robot,

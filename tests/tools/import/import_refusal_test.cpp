@@ -174,6 +174,20 @@ TEST(ImportRefusal, WhatValidateFindsStopsIt) {
   expectForceNeeded(files, quoted(path), "lens-fold", "1 error");
 }
 
+TEST(ImportRefusal, FoldsInTheLastCornersAreWarnings) {
+  const PeerFiles files;
+  const std::string sample = testing::kSamples + "ros/ros_rational_polynomial.yaml";
+  const ProgramResult result = runTool(files.import(quoted(sample)));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output,
+              HasSubstr(files.output +
+                        ": warning: camera_calibration[0].intrinsics.radial: the lens folds at "));
+  EXPECT_THAT(result.output, HasSubstr("0.169 % of the pixels have no ray [lens-fold]\n"));
+  EXPECT_EQ(readRobot(files.output).camera_calibration_size(), 1);
+  EXPECT_THAT(runTool("validate '" + files.output + "'").output,
+              HasSubstr(": error: camera_calibration[0].intrinsics.radial: the lens folds at "));
+}
+
 TEST(ImportRefusal, ModelsCutTheirPicturesOutOfTheFrame) {
   const PeerFiles files;
   EXPECT_EQ(runTool(files.import(quoted(files.ros) + " --model mk513n")).status, 0);

@@ -93,30 +93,26 @@ CameraCalibration importSample(const PeerFiles& files, const Sample& sample,
   return cameraNamed(files.output, sample.name);
 }
 
-/// The lens of eight coefficients folds just before the corners of its picture.
-constexpr const char* kFolds = "--force";
-
 TEST(ImportSamples, LensesThatAreTheSameGiveTheirPixels) {
   const PeerFiles files;
   for (const Sample& sample : std::vector<Sample>{
            {"opencv/opencv4.yml", "opencv4.yml", 0, "opencv4"},
            {"opencv/opencv5.yml", "opencv5.yml", 0, "opencv5"},
            {"opencv/opencv5.xml", "opencv5.xml", 0, "opencv5"},
-           {"opencv/opencv8.yml", "opencv8.yml", 0, "opencv8", kFolds},
-           {"opencv/opencv8.json", "opencv8.json", 0, "opencv8", kFolds},
+           {"opencv/opencv8.yml", "opencv8.yml", 0, "opencv8"},
+           {"opencv/opencv8.json", "opencv8.json", 0, "opencv8"},
            {"ros/ros_plumb_bob.yaml", "ros_plumb_bob.yaml", 0, "narrow_stereo/left"},
            {"ros/ros_rational_polynomial.yaml", "ros_rational_polynomial.yaml", 0,
-            "narrow_stereo/left", kFolds},
+            "narrow_stereo/left"},
            {"mrcal/mrcal_PINHOLE.cameramodel", "mrcal_PINHOLE.cameramodel", 0, "mrcal_PINHOLE"},
            {"mrcal/mrcal_OPENCV4.cameramodel", "mrcal_OPENCV4.cameramodel", 0, "mrcal_OPENCV4"},
            {"mrcal/mrcal_OPENCV5.cameramodel", "mrcal_OPENCV5.cameramodel", 0, "mrcal_OPENCV5"},
-           {"mrcal/mrcal_OPENCV8.cameramodel", "mrcal_OPENCV8.cameramodel", 0, "mrcal_OPENCV8",
-            kFolds},
-           {"basalt/basalt_calib.json", "basalt_calib.json", 0, "basalt_calib", kFolds},
+           {"mrcal/mrcal_OPENCV8.cameramodel", "mrcal_OPENCV8.cameramodel", 0, "mrcal_OPENCV8"},
+           {"basalt/basalt_calib.json", "basalt_calib.json", 0, "basalt_calib"},
            {"kalibr/kalibr_camchain_imucam.yaml", "kalibr_camchain_imucam.yaml", 0, "cam0"},
-           {"colmap/cameras.txt", "colmap/cameras.txt", 0, "camera1", kFolds},
-           {"colmap/cameras.txt", "colmap/cameras.txt", 1, "camera2", kFolds},
-           {"colmap/cameras.txt", "colmap/cameras.txt", 2, "camera3", kFolds}}) {
+           {"colmap/cameras.txt", "colmap/cameras.txt", 0, "camera1"},
+           {"colmap/cameras.txt", "colmap/cameras.txt", 1, "camera2"},
+           {"colmap/cameras.txt", "colmap/cameras.txt", 2, "camera3"}}) {
     ProgramResult result;
     const CameraCalibration camera = importSample(files, sample, &result);
     EXPECT_THAT(result.output, HasSubstr("\n  " + std::string(sample.name) + ": exact at "));
@@ -142,7 +138,7 @@ TEST(ImportSamples, LensesOfOtherKindsMissByWhatIsPrinted) {
   const PeerFiles files;
   for (const FittedSample& fitted : std::vector<FittedSample>{
            {{"kalibr/kalibr_camchain_imucam.yaml", "kalibr_camchain_imucam.yaml", 1, "cam1"}, 3e-4},
-           {{"colmap/cameras.txt", "colmap/cameras.txt", 3, "camera4", kFolds}, 2e-6},
+           {{"colmap/cameras.txt", "colmap/cameras.txt", 3, "camera4"}, 2e-6},
            {{"mrcal/mrcal_STEREOGRAPHIC.cameramodel", "mrcal_STEREOGRAPHIC.cameramodel", 0,
              "mrcal_STEREOGRAPHIC"},
             1e-6}}) {
@@ -167,8 +163,7 @@ TEST(ImportSamples, LensesThatNoneOfOursIsNearAreRefused) {
       EXPECT_EQ(contentsOf(files.output), testing::kOtherFile) << sample;
     }
   }
-  const Sample tilted = {"opencv/opencv14.yml", "opencv14.yml", 0, "opencv14",
-                         "--max-error 5 --force"};
+  const Sample tilted = {"opencv/opencv14.yml", "opencv14.yml", 0, "opencv14", "--max-error 5"};
   ProgramResult result;
   const CameraCalibration camera = importSample(files, tilted, &result);
   const double printed = printedError(result.output, "opencv14");
@@ -202,7 +197,7 @@ void expectPose(const Sample& sample, const char* frame) {
 }
 
 TEST(ImportSamples, PosesMapTheirFramesPoints) {
-  constexpr const char* kParent = "--parent robot --force";
+  constexpr const char* kParent = "--parent robot";
   expectPose(
       {"kalibr/kalibr_camchain_imucam.yaml", "kalibr_camchain_imucam.yaml", 0, "cam0", kParent},
       "points_imu");
@@ -217,7 +212,7 @@ TEST(ImportSamples, PosesMapTheirFramesPoints) {
     const std::string expected = name + ".cameramodel";
     expectPose({file.c_str(), expected.c_str(), 0, name.c_str(), kParent}, "points_reference");
   }
-  expectPose({"colmap", "colmap/images.txt", 0, "head", "--parent robot --scale 1 --force"},
+  expectPose({"colmap", "colmap/images.txt", 0, "head", "--parent robot --scale 1"},
              "points_world");
 }
 
@@ -268,7 +263,7 @@ TEST(ImportSamples, StrictNamesEveryKeyThatIsLeftOut) {
               {"optimization_inputs", "icam_intrinsics", "valid_intrinsics_region"});
   expectNamed(kSamples + "opencv/opencv5.yml", "", {"avg_reprojection_error"});
   expectNamed(kSamples + "ros/ros_plumb_bob.yaml", "", {"projection_matrix"});
-  expectNamed(kSamples + "basalt/basalt_calib.json", " --parent robot --force",
+  expectNamed(kSamples + "basalt/basalt_calib.json", " --parent robot",
               {"value0.calib_accel_bias", "value0.calib_gyro_bias", "value0.imu_update_rate",
                "value0.accel_noise_std", "value0.gyro_noise_std", "value0.accel_bias_std",
                "value0.gyro_bias_std", "value0.cam_time_offset_ns", "value0.vignette"});
