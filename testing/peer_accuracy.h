@@ -104,90 +104,107 @@ std::vector<interop::SourceFile> eachWritten(const std::vector<FileCamera>& came
   return files;
 }
 
-/// Each that is exact. The INI files of ROS are read so; they are written with five decimals.
-inline std::vector<PeerWay> peerWays() {
+/// ROS' ways. The INI files are read exactly; they are written with five decimals.
+inline std::vector<PeerWay> rosWays() {
   using Cameras = std::vector<FileCamera>;
   using interop::PeerFormat;
   using interop::Syntax;
-  return {
-      {"ROS, YAML",
-       PeerFormat::kRos,
-       Syntax::kUsual,
-       {5, 8},
-       false,
-       1,
-       [](const Cameras& all) { return eachWritten(all, rosYaml); }},
-      {"ROS, INI",
-       PeerFormat::kRos,
-       Syntax::kIni,
-       {5},
-       false,
-       1,
-       [](const Cameras& all) { return eachWritten(all, rosIni); }},
-      {"Kalibr",
-       PeerFormat::kKalibr,
-       Syntax::kUsual,
-       {4},
-       true,
-       10,
-       [](const Cameras& all) -> std::vector<interop::SourceFile> {
-         return {{"chain.yaml", kalibrChain(all)}};
-       }},
-      {"OpenCV, YAML",
-       PeerFormat::kOpenCv,
-       Syntax::kUsual,
-       {4, 5, 8},
-       false,
-       1,
-       [](const Cameras& all) {
-         return eachWritten(all, [](const auto& c, const auto&) { return openCvYaml(c); });
-       }},
-      {"OpenCV, XML",
-       PeerFormat::kOpenCv,
-       Syntax::kXml,
-       {4, 5, 8},
-       false,
-       1,
-       [](const Cameras& all) {
-         return eachWritten(all, [](const auto& c, const auto&) { return openCvXml(c); });
-       }},
-      {"OpenCV, JSON",
-       PeerFormat::kOpenCv,
-       Syntax::kJson,
-       {4, 5, 8},
-       false,
-       1,
-       [](const Cameras& all) {
-         return eachWritten(all, [](const auto& c, const auto&) { return openCvJson(c); });
-       }},
-      {"mrcal",
-       PeerFormat::kMrcal,
-       Syntax::kUsual,
-       {4, 5, 8},
-       true,
-       1,
-       [](const Cameras& all) {
-         return eachWritten(all, [](const auto& c, const auto&) { return mrcalModel(c); });
-       }},
-      {"COLMAP",
-       PeerFormat::kColmap,
-       Syntax::kUsual,
-       {4, 8},
-       true,
-       10,
-       [](const Cameras& all) -> std::vector<interop::SourceFile> {
-         return {{"cameras.txt", colmapCameras(all)}, {"images.txt", colmapImages(all)}};
-       }},
-      {"basalt",
-       PeerFormat::kBasalt,
-       Syntax::kUsual,
-       {8},
-       true,
-       10,
-       [](const Cameras& all) -> std::vector<interop::SourceFile> {
-         return {{"calibration.json", basaltJson(all)}};
-       }},
-  };
+  return {{"ROS, YAML",
+           PeerFormat::kRos,
+           Syntax::kUsual,
+           {5, 8},
+           false,
+           1,
+           [](const Cameras& all) { return eachWritten(all, rosYaml); }},
+          {"ROS, INI", PeerFormat::kRos, Syntax::kIni, {5}, false, 1, [](const Cameras& all) {
+             return eachWritten(all, rosIni);
+           }}};
+}
+
+inline std::vector<PeerWay> openCvWays() {
+  using Cameras = std::vector<FileCamera>;
+  using interop::PeerFormat;
+  using interop::Syntax;
+  return {{"OpenCV, YAML",
+           PeerFormat::kOpenCv,
+           Syntax::kUsual,
+           {4, 5, 8},
+           false,
+           1,
+           [](const Cameras& all) {
+             return eachWritten(all, [](const auto& c, const auto&) { return openCvYaml(c); });
+           }},
+          {"OpenCV, XML",
+           PeerFormat::kOpenCv,
+           Syntax::kXml,
+           {4, 5, 8},
+           false,
+           1,
+           [](const Cameras& all) {
+             return eachWritten(all, [](const auto& c, const auto&) { return openCvXml(c); });
+           }},
+          {"OpenCV, JSON",
+           PeerFormat::kOpenCv,
+           Syntax::kJson,
+           {4, 5, 8},
+           false,
+           1,
+           [](const Cameras& all) {
+             return eachWritten(all, [](const auto& c, const auto&) { return openCvJson(c); });
+           }}};
+}
+
+/// The formats with poses.
+inline std::vector<PeerWay> rigWays() {
+  using Cameras = std::vector<FileCamera>;
+  using Files = std::vector<interop::SourceFile>;
+  using interop::PeerFormat;
+  using interop::Syntax;
+  return {{"Kalibr",
+           PeerFormat::kKalibr,
+           Syntax::kUsual,
+           {4},
+           true,
+           10,
+           [](const Cameras& all) -> Files {
+             return {{"chain.yaml", kalibrChain(all)}};
+           }},
+          {"mrcal",
+           PeerFormat::kMrcal,
+           Syntax::kUsual,
+           {4, 5, 8},
+           true,
+           1,
+           [](const Cameras& all) {
+             return eachWritten(all, [](const auto& c, const auto&) { return mrcalModel(c); });
+           }},
+          {"COLMAP",
+           PeerFormat::kColmap,
+           Syntax::kUsual,
+           {4, 8},
+           true,
+           10,
+           [](const Cameras& all) -> Files {
+             return {{"cameras.txt", colmapCameras(all)}, {"images.txt", colmapImages(all)}};
+           }},
+          {"basalt",
+           PeerFormat::kBasalt,
+           Syntax::kUsual,
+           {8},
+           true,
+           10,
+           [](const Cameras& all) -> Files {
+             return {{"calibration.json", basaltJson(all)}};
+           }}};
+}
+
+/// All of them.
+inline std::vector<PeerWay> peerWays() {
+  std::vector<PeerWay> ways;
+  for (const auto& some : {rosWays(), openCvWays(), rigWays()}) {
+    ways.insert(ways.end(), some.begin(), some.end());
+  }
+  return ways;
 }
 
 /// A file's cameras, or 10 where each has its own.
