@@ -113,8 +113,18 @@ class YamlReader {
     const bool is_whole = numbers == std::array<int, 4>{} ||
                           numbers == std::array<int, 4>{0, 0, size.width, size.height};
     if (!is_whole) refuseReduced(region, "is a part of the picture");
+    skipUnrectified(region, &roi);
     roi.listRest([](const std::string&) { return "describes the rectified image"; },
                  &not_taken_over_);
+  }
+
+  /// do_rectify says nothing where it is false, as ROS 2 writes it into every file.
+  static void skipUnrectified(const Field& region, Fields* roi) {
+    constexpr const char* kKey = "do_rectify";
+    const Node* const flag = findKey(*region.node, kKey);
+    if (flag != nullptr && flag->kind == Node::Kind::kScalar && flag->text == "false") {
+      roi->find(kKey);
+    }
   }
 
   /// Adds what was found on the way, and the keys that were not asked for.

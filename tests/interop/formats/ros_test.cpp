@@ -169,6 +169,8 @@ TEST(Ros, WhatDescribesTheRectifiedImageIsListed) {
   const std::string flagged = replaced(kWhole, "width: 640}", "width: 640, do_rectify: true}");
   EXPECT_THAT(linesOf(kRos.file(flagged).not_taken_over),
               ElementsAre("roi.do_rectify: describes the rectified image"));
+  const std::string unflagged = replaced(kWhole, "width: 640}", "width: 640, do_rectify: false}");
+  EXPECT_THAT(kRos.file(unflagged).not_taken_over, IsEmpty());
 }
 
 TEST(Ros, OtherKeysAreListed) {
