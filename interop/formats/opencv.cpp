@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <utility>
 
 #include "interop/formats/matrix_fields.h"
@@ -67,6 +68,21 @@ class Reader {
 
  private:
   calibration::PixelSize pictureSize() {
+    const std::optional<calibration::PixelSize> written = writtenSize();
+    const std::optional<calibration::PixelSize>& told = options_.size;
+    if (!written && !told) {
+      throw FormatError({}, "image_width",
+                        "is missing, as image_height and image_size are; --size WxH tells them");
+    }
+    if (written && told && !(*written == *told)) {
+      file_.notes.push_back(fmt::format("the size is the file's, {}x{}, and not {}x{} of --size",
+                                        written->width, written->height, told->width,
+                                        told->height));
+    }
+    return written ? *written : *told;
+  }
+
+  std::optional<calibration::PixelSize> writtenSize() {
     const auto list = fields_.find("image_size");
     const auto width = fields_.find("image_width");
     const auto height = fields_.find("image_height");
@@ -79,9 +95,7 @@ class Reader {
       return size;
     }
     if (list) return sizeOfList(*list);
-    if (options_.size) return *options_.size;
-    throw FormatError({}, "image_width",
-                      "is missing, as image_height and image_size are; --size WxH tells them");
+    return std::nullopt;
   }
 
   static calibration::PixelSize sizeOfList(const Field& field) {

@@ -167,7 +167,13 @@ TEST(OpenCv, SizeIsReadOrToldAndNeverGuessed) {
   ReadOptions told;
   told.size = calibration::PixelSize{320, 240};
   EXPECT_TRUE(kOpenCv.file(none, told).cameras[0].size == *told.size);
-  EXPECT_TRUE(kOpenCv.file(kWhole, told).cameras[0].size == (calibration::PixelSize{640, 480}));
+  EXPECT_THAT(kOpenCv.file(none, told).notes, IsEmpty());
+  const PeerFile both = kOpenCv.file(kWhole, told);
+  EXPECT_TRUE(both.cameras[0].size == (calibration::PixelSize{640, 480}));
+  EXPECT_THAT(both.notes,
+              ElementsAre("the size is the file's, 640x480, and not 320x240 of --size"));
+  told.size = calibration::PixelSize{640, 480};
+  EXPECT_THAT(kOpenCv.file(kWhole, told).notes, IsEmpty());
   EXPECT_TRUE(kOpenCv.file(none + "image_size: [ 800, 600 ]\n").cameras[0].size ==
               (calibration::PixelSize{800, 600}));
   EXPECT_EQ(kOpenCv.refusal(none + "image_size: [ 800 ]\n"),
