@@ -1,6 +1,7 @@
 #include "tools/import/import_sources.h"
 
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include "tools/input/calibration_input.h"
@@ -14,6 +15,25 @@ namespace fs = std::filesystem;
 bool isThere(const fs::path& path) {
   std::error_code ignored;
   return fs::exists(path, ignored);
+}
+
+/// Whether a text file has a line that is neither empty nor a comment. Character by character,
+/// since files of points are large.
+bool hasEntries(const fs::path& path) {
+  std::error_code ignored;
+  if (!fs::is_regular_file(path, ignored)) return false;
+  std::ifstream file(path);
+  bool is_comment = false;
+  for (char c = 0; file.get(c);) {
+    if (c == '\n') {
+      is_comment = false;
+    } else if (c == '#') {
+      is_comment = true;
+    } else if (!is_comment && c != ' ' && c != '\t' && c != '\r') {
+      return true;
+    }
+  }
+  return false;
 }
 
 void readFile(const std::string& path, ImportSources* sources) {
@@ -36,6 +56,9 @@ void readFolder(const std::string& path, ImportSources* sources) {
     if (!isThere(folder / name)) continue;
     sources->not_taken_over.push_back(
         {folder / name, "cameras and their poses come from cameras.txt and images.txt"});
+  }
+  if (hasEntries(folder / "points3D.txt")) {
+    sources->not_taken_over.push_back({folder / "points3D.txt", "points have no place here"});
   }
 }
 

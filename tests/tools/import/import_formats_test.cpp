@@ -59,7 +59,13 @@ TEST(ImportFormats, KalibrsPosesHaveToAgree) {
 }
 
 TEST(ImportFormats, TransposedRotationsNeedAParentAsAllPosesDo) {
-  const std::string chain = contentsOf(kSamples + "kalibr/kalibr_camchain_imucam.yaml");
+  std::string chain = contentsOf(kSamples + "kalibr/kalibr_camchain_imucam.yaml");
+  chain = replaced(chain, "[0.0, -1.0, 0.0, 0.05]", "[0.0, 0.0, 1.0, 0.05]");
+  chain = replaced(chain, "[0.0, -1.0, 0.0, -0.06]", "[0.0, 0.0, 1.0, -0.06]");
+  for (int camera = 0; camera < 2; ++camera) {
+    chain = replaced(chain, "[0.0, 0.0, -1.0, 0.02]", "[-1.0, 0.0, 0.0, 0.02]");
+    chain = replaced(chain, "[1.0, 0.0, 0.0, -0.01]", "[0.0, -1.0, 0.0, -0.01]");
+  }
   const PeerFiles files;
   const testing::ProgramResult result = testing::runTool(
       files.import(quoted(files.folder.write("chain.yaml", chain)) + " --max-error 1"));
@@ -87,6 +93,35 @@ TEST(ImportFormats, LensesThatAreNotRead) {
   expectRefused(replaced(basalt, "pinhole-radtan8", "pinhole-radtan9"),
                 ":8:32: value0.intrinsics[0].camera_type: is a camera type that is not read, only "
                 "pinhole, pinhole-radtan8, kb4, ds, eucm, ucm and fov: pinhole-radtan9");
+}
+
+TEST(ImportFormats, NamesTheFilesOfAColmapFolderThatHoldMore) {
+  const PeerFiles files;
+  const std::string folder = quoted(files.folder.path());
+  files.folder.write("cameras.txt", "1 PINHOLE 640 480 500 500 320 240\n");
+  files.folder.write("points3D.txt", "# 3D point list\r\n#   POINT3D_ID, X, Y, Z\r\n\r\n");
+  const testing::ProgramResult empty = testing::runTool(files.import(folder) + " --strict");
+  EXPECT_EQ(empty.status, 0) << empty.errors;
+  EXPECT_EQ(empty.errors, "");
+
+  const std::string points =
+      files.folder.write("points3D.txt", "# 3D point list\n 1 0 0 0 255 255 255 0.5 1 2\n");
+  const std::string rigs = files.folder.write("rigs.txt", "# Rig list\n");
+  const std::string frames = files.folder.write("frames.txt", "# Frame list\n");
+  const std::string reason = " (cameras and their poses come from cameras.txt and images.txt)\n";
+  const testing::ProgramResult full = testing::runTool(files.import(folder));
+  EXPECT_EQ(full.status, 0);
+  EXPECT_EQ(full.errors, "not taken over: " + rigs + reason + "not taken over: " + frames + reason +
+                             "not taken over: " + points + " (points have no place here)\n");
+  files.folder.write("output", testing::kOtherFile);
+  const testing::ProgramResult strict = testing::runTool(files.import(folder) + " --strict");
+  EXPECT_EQ(strict.status, 1);
+  EXPECT_NE(strict.errors.find("camera-parameters: " + files.output +
+                               ": not written, since not everything is taken over: " + rigs + ", " +
+                               frames + ", " + points + "\n"),
+            std::string::npos)
+      << strict.errors;
+  EXPECT_EQ(contentsOf(files.output), testing::kOtherFile);
 }
 
 TEST(ImportFormats, OpenCvsSizesAreNotGuessed) {
