@@ -38,10 +38,12 @@ ExportedFiles writeFiles(const ExportVerbOptions& options, const interop::PeerWr
   }
   makeFolder(output);
   for (const interop::WrittenFile& file : writing.files) {
-    const std::string path = fs::path(output) / file.name;
-    requireOtherFile(path, options.path);
-    writeFileAtomically(path, file.contents);
-    written.paths.push_back(path);
+    written.paths.push_back(fs::path(output) / file.name);
+  }
+  // All of them before the first is written, so that a refusal leaves the folder as it was.
+  for (const std::string& path : written.paths) requireOtherFile(path, options.path);
+  for (std::size_t i = 0; i < writing.files.size(); ++i) {
+    writeFileAtomically(written.paths[i], writing.files[i].contents);
   }
   return written;
 }

@@ -161,6 +161,17 @@ TEST(ExportRefusal, OutputThatIsTheCalibrationOrNoFile) {
                     nowhere + ": cannot be written: No such file or directory");
 }
 
+TEST(ExportRefusal, FolderThatHoldsTheCalibrationStaysAsItWas) {
+  const ExportFolder files;
+  const std::string robot =
+      files.folder.write("images.txt", printText(robotOf({importedCamera("left")})));
+  const std::string before = contentsOf(robot);
+  expectToolRefuses("export '" + robot + "' --format colmap -o '" + files.folder.path() + "'",
+                    robot + ": is one of the files that are read, which is not to be written over");
+  EXPECT_EQ(contentsOf(robot), before);
+  EXPECT_FALSE(fs::exists(files.folder.path("cameras.txt")));
+}
+
 TEST(ExportRefusal, NoRoomOnTheDisk) {
   const ExportFolder files;
   const std::string output = files.folder.write("output", testing::kOtherFile);
