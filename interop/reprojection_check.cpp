@@ -132,12 +132,16 @@ ReprojectionCheck checkReprojection(const WrittenCamera& camera,
   check.error = measure(camera, pose, points, 0);
   const double error = meanSquare(check.error, camera.model);
   if (!(error > kMinError * kMinError)) return check;
+  // Misses beyond the picture explain nothing, however much larger others are.
+  const double diagonal = std::hypot(camera.model.width, camera.model.height);
+  const double most = std::min(error, diagonal * diagonal);
   for (const OtherConvention convention : kConventions) {
     const ReprojectionError other =
         measure(camera, otherPose(pose, convention), points, otherOffset(convention));
     const double gain = kMinGain * kMinGain;
-    if (gain * meanSquare(other, camera.model) <= error)
+    if (gain * meanSquare(other, camera.model) <= most) {
       check.better.push_back({convention, other});
+    }
   }
   return check;
 }

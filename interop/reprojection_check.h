@@ -47,8 +47,8 @@ struct BetterConvention {
 struct ReprojectionCheck {
   ReprojectionError error;
   /// The conventions that explain the points at least ten times better, a point without a pixel
-  /// counting as an error of the picture's diagonal. None where the error is below 0.01 px, as good
-  /// as any.
+  /// counting as an error of the picture's diagonal, and no error as more than that. None where the
+  /// error is below 0.01 px, as good as any.
   std::vector<BetterConvention> better;
 };
 

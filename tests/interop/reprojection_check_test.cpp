@@ -167,6 +167,18 @@ TEST(ReprojectionCheck, ErrorsThatNothingExplains) {
   EXPECT_TRUE(checkReprojection(camera, seenBy(camera, 20)).better.empty());
 }
 
+TEST(ReprojectionCheck, MissesBeyondThePictureExplainNothing) {
+  // At that depth the pixel is more than 1e12 px off. With x ahead it would be 100 px off, or 4000.
+  WrittenCamera camera = plainCamera();
+  camera.camera_from_parent = RigidPose{};
+  const auto seenAt = [&camera](double side) {
+    return checkReprojection(camera, {{{1, side, 1e-9}, {640, 480}}});
+  };
+  EXPECT_GT(seenAt(-4).error.max, 1e12);
+  EXPECT_TRUE(seenAt(-4).better.empty());
+  EXPECT_THAT(conventionsOf(seenAt(-0.1)), ElementsAre(Convention::kAxesOfBody));
+}
+
 /// What explains points better of a camera whose translation is a 1000th of the right one, which
 /// is `length` metres along x.
 std::vector<Convention> hintsForTranslation(double length) {
