@@ -135,7 +135,6 @@ void requireRoundTrip(const PeerFile& file, PeerFormat format) {
   if (cameras.empty()) return;
   WriteOptions options;
   options.format = format;
-  options.pixel_origin = pixelOriginOf(format);
   if (!file.parent.empty()) options.parent = file.parent;
   requireReadsBack(cameras, options);
   if (format != PeerFormat::kOpenCv) return;

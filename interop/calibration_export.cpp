@@ -45,7 +45,7 @@ PeerCamera peerOf(const WrittenCamera& camera) {
 /// The cameras that the written files hold.
 PeerReading readBack(const PeerWriting& writing, const WriteOptions& options) {
   ReadOptions reading;
-  reading.pixel_origin = options.pixel_origin;
+  reading.pixel_origin = writtenOrigin(options);
   reading.metres_per_unit = 1;
   const auto& files = writing.files;
   const auto sourceOf = [&](std::size_t i) { return SourceFile{files[i].name, files[i].contents}; };

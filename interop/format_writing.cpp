@@ -8,6 +8,10 @@
 
 namespace norv::interop {
 
+calibration::PixelOrigin writtenOrigin(const WriteOptions& options) {
+  return options.pixel_origin.value_or(pixelOriginOf(options.format));
+}
+
 std::variant<PeerWriting, std::string> writeCameras(const std::vector<WrittenCamera>& cameras,
                                                     const WriteOptions& options) {
   if (cameras.empty()) return "there is no camera to write";

@@ -27,12 +27,16 @@ enum class Syntax { kUsual, kIni, kXml, kJson };  ///< YAML is the usual one of 
 struct WriteOptions {
   PeerFormat format = PeerFormat::kOpenCv;
   Syntax syntax = Syntax::kUsual;
-  calibration::PixelOrigin pixel_origin = calibration::PixelOrigin::kPixelCentre;
+  /// Where the written pixels are counted from; without it as the format's own programs do.
+  std::optional<calibration::PixelOrigin> pixel_origin;
   /// What the parent of the poses is called. Kalibr's T_cam_imu is written for "imu" alone.
   std::string parent = "robot";
   /// Has ROS' files written with all eight coefficients where five would do.
   bool all_coefficients = false;
 };
+
+/// Where pixels are counted from with these options.
+calibration::PixelOrigin writtenOrigin(const WriteOptions& options);
 
 /// A file to be written. COLMAP has three, the others one, without a name.
 struct WrittenFile {

@@ -242,7 +242,6 @@ inline std::vector<interop::SourceFile> exported(const PeerWay& way,
   interop::ExportOptions options;
   options.writing.format = way.format;
   options.writing.syntax = way.syntax;
-  options.writing.pixel_origin = interop::pixelOriginOf(way.format);
   options.writing.parent = "imu";
   options.max_error = HUGE_VAL;
   std::vector<interop::SourceFile> files;

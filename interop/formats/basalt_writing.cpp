@@ -95,7 +95,7 @@ void addItem(const std::string& item, std::string* list) {
 
 std::variant<PeerWriting, std::string> writeBasalt(const std::vector<WrittenCamera>& cameras,
                                                    const WriteOptions& options) {
-  const double offset = cornerOffset(options.pixel_origin);
+  const double offset = cornerOffset(writtenOrigin(options));
   std::string poses;
   std::string intrinsics;
   std::string resolution;

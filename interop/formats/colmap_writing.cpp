@@ -75,12 +75,12 @@ std::string camerasText(const std::vector<WrittenCamera>& cameras, const WriteOp
   std::string text = fmt::format(
       "# Camera list with one line of data per camera:\n"
       "#   CAMERA_ID, MODEL, WIDTH, HEIGHT, PARAMS[]\n# Number of cameras: {}\n# {}\n",
-      cameras.size(), describePixelOrigin(options.pixel_origin, PeerFormat::kColmap, "COLMAP"));
+      cameras.size(), describePixelOrigin(writtenOrigin(options), PeerFormat::kColmap, "COLMAP"));
   for (std::size_t i = 0; i < cameras.size(); ++i) {
     text += fmt::format("# Camera {} is {}\n", i + 1, toPrintable(cameras[i].name));
   }
   for (std::size_t i = 0; i < cameras.size(); ++i) {
-    text += cameraLine(i + 1, cameras[i].model, cornerOffset(options.pixel_origin));
+    text += cameraLine(i + 1, cameras[i].model, cornerOffset(writtenOrigin(options)));
   }
   return text;
 }

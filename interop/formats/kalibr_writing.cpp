@@ -107,10 +107,10 @@ std::string lensText(const CameraModel& model, double offset) {
 std::variant<PeerWriting, std::string> writeKalibr(const std::vector<WrittenCamera>& cameras,
                                                    const WriteOptions& options) {
   if (auto problem = problemOf(cameras)) return *problem;
-  const double offset = cornerOffset(options.pixel_origin);
+  const double offset = cornerOffset(writtenOrigin(options));
   PeerWriting writing;
   std::string text = fmt::format(
-      "# {}\n", describePixelOrigin(options.pixel_origin, PeerFormat::kKalibr, "Kalibr"));
+      "# {}\n", describePixelOrigin(writtenOrigin(options), PeerFormat::kKalibr, "Kalibr"));
   for (std::size_t i = 0; i < cameras.size(); ++i) {
     const WrittenCamera& camera = cameras[i];
     if (auto problem = problemOf(camera, offset)) return *problem;

@@ -41,11 +41,11 @@ std::string textOf(const WrittenCamera& camera, const WriteOptions& options) {
   const std::string pose = listOf(poseNumbers(camera.camera_from_parent.value_or(RigidPose{})));
   std::string text =
       fmt::format("# Camera {}\n# {}\n", toPrintable(camera.name),
-                  describePixelOrigin(options.pixel_origin, PeerFormat::kMrcal, "mrcal"));
+                  describePixelOrigin(writtenOrigin(options), PeerFormat::kMrcal, "mrcal"));
   text += fmt::format("{{\n    'lensmodel':  '{}',\n\n", lensName(coefficients));
   text += fmt::format(
       "    # intrinsics are fx,fy,cx,cy,distortion0,distortion1,....\n    'intrinsics': {},\n\n",
-      listOf(intrinsicsOf(model, coefficients, cornerOffset(options.pixel_origin))));
+      listOf(intrinsicsOf(model, coefficients, cornerOffset(writtenOrigin(options)))));
   text += fmt::format(
       "    # metres; the reference is the frame {}. Since 2.5 mrcal calls the pose rt_cam_ref\n"
       "    'extrinsics': {},\n    'rt_cam_ref': {},\n\n",

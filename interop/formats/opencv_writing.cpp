@@ -108,7 +108,7 @@ std::variant<PeerWriting, std::string> writeOpenCv(const std::vector<WrittenCame
   if (auto problem = findUnwritable(camera, "OpenCV")) return *problem;
   PeerWriting writing;
   writing.files.push_back(
-      {"", textOf(contentsOf(camera.model, options.pixel_origin), options.syntax)});
+      {"", textOf(contentsOf(camera.model, writtenOrigin(options)), options.syntax)});
   const std::string what = camera.camera_from_parent ? "the name and the pose" : "the name";
   writing.notes.push_back(
       fmt::format("OpenCV's files have no place for {} of {}", what, callCamera(camera)));

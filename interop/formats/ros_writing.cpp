@@ -29,7 +29,7 @@ struct Numbers {
 };
 
 Numbers numbersOf(const CameraModel& model, const WriteOptions& options) {
-  const double offset = cornerOffset(options.pixel_origin);
+  const double offset = cornerOffset(writtenOrigin(options));
   const double cx = model.cx - offset;
   const double cy = model.cy - offset;
   const auto k = model.lens.toCoefficients();
@@ -65,7 +65,7 @@ std::string yamlText(const std::string& name, const CameraModel& model,
                      const WriteOptions& options) {
   const Numbers numbers = numbersOf(model, options);
   return fmt::format("# {}\nimage_width: {}\nimage_height: {}\ncamera_name: \"{}\"\n",
-                     describePixelOrigin(options.pixel_origin, PeerFormat::kRos, "ROS"),
+                     describePixelOrigin(writtenOrigin(options), PeerFormat::kRos, "ROS"),
                      model.width, model.height, name) +
          yamlMatrix("camera_matrix", 3, numbers.camera) +
          fmt::format("distortion_model: {}\n",
@@ -91,7 +91,7 @@ std::string iniText(const std::string& name, const CameraModel& model,
                     const WriteOptions& options) {
   const Numbers numbers = numbersOf(model, options);
   return fmt::format("# Camera intrinsics\n# {}\n\n[image]\n\nwidth\n{}\n\nheight\n{}\n\n[{}]\n",
-                     describePixelOrigin(options.pixel_origin, PeerFormat::kRos, "ROS"),
+                     describePixelOrigin(writtenOrigin(options), PeerFormat::kRos, "ROS"),
                      model.width, model.height, name) +
          iniMatrix("camera matrix", 3, numbers.camera) + iniMatrix("distortion", 1, numbers.lens) +
          iniMatrix("rectification", 3, numbers.rectification) +

@@ -102,7 +102,6 @@ TEST_P(ExportRoundTrip, TheCompiledInCamerasComeBackAsTheyWere) {
     ExportOptions options;
     options.writing.format = GetParam().format;
     options.writing.syntax = GetParam().syntax;
-    options.writing.pixel_origin = pixelOriginOf(GetParam().format);
     const auto outcome = exportCameras({fullFrame(camera)}, options);
     const auto* reason = std::get_if<std::string>(&outcome);
     ASSERT_EQ(reason == nullptr ? "" : *reason, "");

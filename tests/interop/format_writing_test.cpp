@@ -46,7 +46,6 @@ WriteOptions optionsOf(const Way& way) {
   WriteOptions options;
   options.format = way.format;
   options.syntax = way.syntax;
-  options.pixel_origin = pixelOriginOf(way.format);
   return options;
 }
 
@@ -183,6 +182,22 @@ TEST(FormatWriting, SaysWherePixelsAreCountedFromWhereverThereAreComments) {
                 std::string::npos)
           << text;
     }
+  }
+}
+
+TEST(FormatWriting, CountsPixelsAsTheFormatDoesWhereItIsNotToldOtherwise) {
+  for (const Way& way : ways()) {
+    const WriteOptions silent = optionsOf(way);
+    ASSERT_FALSE(silent.pixel_origin);
+    EXPECT_EQ(writtenOrigin(silent), pixelOriginOf(way.format)) << way.name;
+    WriteOptions told = silent;
+    told.pixel_origin = pixelOriginOf(way.format);
+    const std::string text = writtenBy({plainCamera()}, silent).files.at(0).contents;
+    EXPECT_EQ(text, writtenBy({plainCamera()}, told).files.at(0).contents) << way.name;
+    told.pixel_origin = way.format == PeerFormat::kColmap ? calibration::PixelOrigin::kPixelCentre
+                                                          : calibration::PixelOrigin::kImageCorner;
+    EXPECT_EQ(writtenOrigin(told), told.pixel_origin) << way.name;
+    EXPECT_NE(text, writtenBy({plainCamera()}, told).files.at(0).contents) << way.name;
   }
 }
 

@@ -44,11 +44,11 @@ std::string frameNote(const ExportVerbOptions& options) {
 
 std::string headText(const ExportVerbOptions& options, const ExportedCalibration& exported) {
   const interop::WriteOptions writing = exportOptionsOf(options).writing;
-  const char* const done = interop::cornerOffset(writing.pixel_origin) == 0
-                               ? "cx and cy as they are"
-                               : "0.5 subtracted from cx and cy";
+  const calibration::PixelOrigin origin = interop::writtenOrigin(writing);
+  const char* const done = interop::cornerOffset(origin) == 0 ? "cx and cy as they are"
+                                                              : "0.5 subtracted from cx and cy";
   return fmt::format("{}: format {}, {}: {}\n", toPrintable(exported.source),
-                     formatName(writing.format), originText(writing.pixel_origin), done);
+                     formatName(writing.format), originText(origin), done);
 }
 
 }  // namespace

@@ -165,7 +165,7 @@ interop::ExportOptions exportOptionsOf(const ExportVerbOptions& options) {
   interop::ExportOptions wanted;
   wanted.writing.format = options.format.value();
   wanted.writing.syntax = findSyntax(options).value();
-  wanted.writing.pixel_origin = options.origin.value_or(interop::pixelOriginOf(*options.format));
+  wanted.writing.pixel_origin = options.origin;
   wanted.writing.parent = options.parent.value_or(kRobotFrame);
   if (options.parent_from_robot) wanted.parent_from_robot = rigidPoseOf(*options.parent_from_robot);
   if (options.distortion_model == kPlumbBob) wanted.coefficients = 5;

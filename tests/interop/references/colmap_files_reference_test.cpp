@@ -148,7 +148,6 @@ void expectReadsOurs(int coefficients, const std::string& lens, unsigned seed) {
   const std::vector<WrittenCamera> rig = norv::testing::randomRig(kCameras, coefficients, &random);
   WriteOptions options;
   options.format = PeerFormat::kColmap;
-  options.pixel_origin = calibration::PixelOrigin::kImageCorner;
   const ColmapModel model = throughColmap(norv::testing::writtenBy(rig, options).files);
   const auto cameras = linesById(model.cameras);
   const auto images = linesById(model.images);
