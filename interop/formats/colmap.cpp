@@ -33,11 +33,12 @@ void listRest(const ColmapImages& images, const std::vector<ColmapCamera>& camer
               const std::vector<bool>& is_used, bool has_poses, PeerFile* file) {
   if (!has_poses) {
     file->not_taken_over.push_back(
-        {"QW QX QY QZ TX TY TZ",
+        {"QW QX QY QZ TX TY TZ of images.txt",
          "the world's unit is arbitrary, and how many metres it has was not given: --scale"});
   }
   if (images.has_points) {
-    file->not_taken_over.push_back({"POINTS2D", "points in pictures have no place here"});
+    file->not_taken_over.push_back(
+        {"POINTS2D of images.txt", "points in pictures have no place here"});
   }
   for (std::size_t i = 0; i < cameras.size(); ++i) {
     if (is_used[i]) continue;

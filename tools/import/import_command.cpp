@@ -169,6 +169,7 @@ ToolAnswer runImportCommand(const ImportVerbOptions& options) {
   if (options.strict && !left.empty()) {
     return refuse(report + left_text, strictObjection(target.name, left));
   }
+  report += replacementNotes(target.robot, outcome.cameras);
   interop::putCameras(outcome.cameras, &target.robot);
   const auto findings = reviewImported(target.robot, outcome.cameras);
   report += findingLines(target.name, findings);

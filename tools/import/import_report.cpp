@@ -2,18 +2,25 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
+#include <unordered_map>
+
 #include "support/printable_text.h"
 #include "tools/output/peer_text.h"
 
 namespace norv::tools {
 namespace {
 
+using calibration::CameraCalibration;
+using calibration::RobotCalibration;
 using interop::ImportedCamera;
 using interop::ImportedFile;
 using interop::NotTakenOver;
 using interop::PoseSource;
 
 constexpr const char* kRobotFrame = "robot";
+constexpr std::array<double, 12> kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
 
 /// What was done to the principal points of a file.
 std::string shiftText(const ImportedFile& file) {
@@ -59,7 +66,38 @@ std::string fileText(const ImportedFile& file, const ImportVerbOptions& options)
   return text + parentNote(file, options);
 }
 
+std::string replacementNote(const CameraCalibration& old, const ImportedCamera& camera) {
+  const std::string name = toPrintable(old.name());
+  const std::string model = toPrintable(old.model());
+  const auto& a = old.extrinsics().a();
+  const bool had_pose = !std::equal(a.begin(), a.end(), kIdentity.begin(), kIdentity.end());
+  std::string text;
+  if (camera.pose_source == PoseSource::kNone && had_pose) {
+    text += fmt::format(
+        "note: the camera {0} that is replaced had a pose; --extrinsics-of FILE:{0} keeps it\n",
+        name);
+  }
+  if (!model.empty() && camera.calibration.model().empty()) {
+    text +=
+        fmt::format("note: the camera {} that is replaced had the model {}; --model {} keeps it\n",
+                    name, model, model);
+  }
+  return text;
+}
+
 }  // namespace
+
+std::string replacementNotes(const RobotCalibration& robot,
+                             const std::vector<ImportedCamera>& cameras) {
+  std::unordered_map<std::string, const CameraCalibration*> entries;
+  for (const CameraCalibration& entry : robot.camera_calibration()) entries[entry.name()] = &entry;
+  std::string text;
+  for (const ImportedCamera& camera : cameras) {
+    const auto entry = entries.find(camera.calibration.name());
+    if (entry != entries.end()) text += replacementNote(*entry->second, camera);
+  }
+  return text;
+}
 
 std::string importText(const interop::ImportOutcome& outcome, const ImportVerbOptions& options) {
   std::string text;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "interop/calibration_import.h"
+#include "proto/norv_robot_calibration.pb.h"
 #include "tools/import/import_options.h"
 
 namespace norv::tools {
@@ -20,5 +21,10 @@ std::string notTakenOverText(const std::vector<interop::NotTakenOver>& keys);
 
 /// Lines of comment for a calibration in text format: from what its cameras were imported.
 std::string originComments(const interop::ImportOutcome& outcome);
+
+/// Notes of what cameras that are replaced by imported ones had and these lack: a pose, a model.
+/// `robot` is the calibration before.
+std::string replacementNotes(const calibration::RobotCalibration& robot,
+                             const std::vector<interop::ImportedCamera>& cameras);
 
 }  // namespace norv::tools

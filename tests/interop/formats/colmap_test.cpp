@@ -97,11 +97,12 @@ TEST(Colmap, ReadsThePosesOfItsSample) {
   EXPECT_LT(largestMiss(*file.cameras[1].camera_from_parent, pointsOf(entry.at("points_world")),
                         pointsOf(expected.at("points_camera"))),
             1e-9);  // metres; 2e-15 was measured
-  EXPECT_EQ(linesOf(file.not_taken_over),
-            (std::vector<std::string>{"POINTS2D: points in pictures have no place here",
-                                      "CAMERA_ID 5: no image is of this camera",
-                                      "CAMERA_ID 4: no image is of this camera",
-                                      "CAMERA_ID 2: no image is of this camera"}));
+  EXPECT_EQ(
+      linesOf(file.not_taken_over),
+      (std::vector<std::string>{"POINTS2D of images.txt: points in pictures have no place here",
+                                "CAMERA_ID 5: no image is of this camera",
+                                "CAMERA_ID 4: no image is of this camera",
+                                "CAMERA_ID 2: no image is of this camera"}));
 }
 
 TEST(Colmap, TakesPosesInMetresAlone) {
@@ -111,10 +112,10 @@ TEST(Colmap, TakesPosesInMetresAlone) {
   const PeerFile unscaled = read(kOneCamera, image, {});
   EXPECT_FALSE(unscaled.cameras.at(0).camera_from_parent);
   EXPECT_EQ(unscaled.parent, "");
-  EXPECT_EQ(
-      linesOf(unscaled.not_taken_over),
-      (std::vector<std::string>{"QW QX QY QZ TX TY TZ: the world's unit is arbitrary, and how "
-                                "many metres it has was not given: --scale"}));
+  EXPECT_EQ(linesOf(unscaled.not_taken_over),
+            (std::vector<std::string>{
+                "QW QX QY QZ TX TY TZ of images.txt: the world's unit is arbitrary, and how "
+                "many metres it has was not given: --scale"}));
 }
 
 TEST(Colmap, ShiftsNoPixelUnlessTold) {

@@ -104,7 +104,7 @@ TEST(ColmapFilesReference, ReadsItsModels) {
   ASSERT_EQ(file.cameras.size(), cameras.size());
   EXPECT_EQ(file.parent, "world");
   ASSERT_EQ(file.not_taken_over.size(), 1U);
-  EXPECT_EQ(file.not_taken_over[0].key, "POINTS2D");
+  EXPECT_EQ(file.not_taken_over[0].key, "POINTS2D of images.txt");
   std::map<std::string, const PeerCamera*> camera_of;
   for (const PeerCamera& camera : file.cameras) camera_of[camera.name] = &camera;
   double largest = 0;

@@ -158,6 +158,26 @@ TEST(ImportCommand, IntoReplacesAndAdds) {
   }
 }
 
+TEST(ImportCommand, SaysWhatAReplacedCameraHad) {
+  RobotCalibration robot = otherRobot();
+  CameraCalibration* const left = robot.mutable_camera_calibration(1);
+  left->set_model("mk513n");
+  for (const double a : {0, -1, 0, 5, 0, 0, -1, 6, 1, 0, 0, 7})
+    left->mutable_extrinsics()->add_a(a);
+  const PeerFiles files;
+  files.folder.write("output", printText(robot));
+  const std::string into = "import '" + files.ros + "' --into '" + files.output + "' --force";
+  const std::string kept = files.folder.write("kept", printText(robot));
+  EXPECT_THAT(toolOutput(into + " --model mk513n --extrinsics-of '" + kept + ":left'"),
+              Not(HasSubstr("is replaced")));
+  EXPECT_THAT(toolOutput(into),
+              HasSubstr("note: the camera left that is replaced had a pose; --extrinsics-of "
+                        "FILE:left keeps it\n"
+                        "note: the camera left that is replaced had the model mk513n; --model "
+                        "mk513n keeps it\n"));
+  EXPECT_THAT(toolOutput(into), Not(HasSubstr("is replaced")));
+}
+
 TEST(ImportCommand, IntoTheOtherFormat) {
   const PeerFiles files;
   const std::string into = "import '" + files.ros + "' --into '" + files.output + "'";
@@ -174,7 +194,7 @@ TEST(ImportCommand, WhatTextLoses) {
   RobotCalibration later = otherRobot();
   later.GetReflection()->MutableUnknownFields(&later)->AddVarint(77, 1);
   files.folder.write("output", later.SerializeAsString());
-  EXPECT_THAT(toolOutput(into), Not(HasSubstr("note")));
+  EXPECT_THAT(toolOutput(into), Not(HasSubstr("note: fields")));
   EXPECT_THAT(toolOutput(into + " --text"),
               HasSubstr("note: fields that this version does not know were left out: 1\n"));
 }
