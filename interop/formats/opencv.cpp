@@ -48,10 +48,11 @@ class Reader {
   Reader(const Field& root, const ReadOptions& options) : fields_(root), options_(options) {}
 
   PeerFile read() {
+    const std::vector<OpenCvCameraKeys> cameras = findOpenCvCameras(&fields_, options_.node);
     const calibration::PixelSize size = pictureSize();
     const auto fisheye = fields_.find("fisheye_model");
     const bool is_fisheye = fisheye && integerOf(*fisheye, 0, 1) == 1;
-    for (const OpenCvCameraKeys& keys : findOpenCvCameras(&fields_, options_.node)) {
+    for (const OpenCvCameraKeys& keys : cameras) {
       PeerCamera camera;
       camera.name = keys.name;
       camera.size = size;
@@ -98,8 +99,10 @@ class Reader {
     return std::nullopt;
   }
 
+  /// A list, or the matrix that Python's bindings write for a pair.
   static calibration::PixelSize sizeOfList(const Field& field) {
-    const std::vector<Field> sides = itemsOf(field);
+    const bool is_matrix = field.node->kind == Node::Kind::kMap;
+    const std::vector<Field> sides = itemsOf(is_matrix ? Fields(field).get("data") : field);
     if (sides.size() != 2) {
       refuse(field, fmt::format("has {} numbers where 2 are needed", sides.size()));
     }

@@ -2,22 +2,42 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <optional>
 
 namespace norv::interop {
 namespace {
 
-constexpr std::array<const char*, 3> kMatrices = {"camera_matrix", "cameraMatrix", "K"};
-constexpr std::array<const char*, 3> kLenses = {"distortion_coefficients", "distCoeffs", "D"};
+template <std::size_t kCount>
+using Keys = std::array<const char*, kCount>;
 
-std::optional<Field> findFirst(Fields* fields, const std::array<const char*, 3>& keys) {
+/// The first of each list is the one that is asked for where there is none.
+constexpr Keys<4> kMatrices = {"camera_matrix", "cameraMatrix", "K", "mtx"};
+constexpr Keys<6> kLenses = {
+    "distortion_coefficients", "distCoeffs", "D", "dist_coeffs", "dist_coeff", "dist"};
+/// Of a pair, before its number.
+constexpr Keys<3> kPairMatrices = {"M", "K", "cameraMatrix"};
+constexpr Keys<2> kPairLenses = {"D", "distCoeffs"};
+
+template <std::size_t kCount>
+std::optional<Field> findFirst(Fields* fields, const Keys<kCount>& keys,
+                               const std::string& number) {
   for (const char* const key : keys) {
-    if (auto field = fields->find(key)) return field;
+    if (auto field = fields->find(key + number)) return field;
   }
   return std::nullopt;
 }
 
-OpenCvCameraKeys cameraOfPair(Fields* fields, const std::string& node) {
-  return {"camera" + node, fields->get("M" + node), fields->get("D" + node)};
+/// Refused where there is none of the keys.
+template <std::size_t kCount>
+Field getFirst(Fields* fields, const Keys<kCount>& keys, const std::string& number) {
+  const auto field = findFirst(fields, keys, number);
+  return field ? *field : fields->get(keys.front() + number);
+}
+
+OpenCvCameraKeys cameraOfPair(Fields* fields, const std::string& number) {
+  return {"camera" + number, getFirst(fields, kPairMatrices, number),
+          getFirst(fields, kPairLenses, number)};
 }
 
 struct Reason {
@@ -27,7 +47,9 @@ struct Reason {
 
 const std::vector<Reason>& reasons() {
   static const std::vector<Reason> kReasons = {
-      {{"M1", "D1", "M2", "D2"}, "is of another camera of the file, which --node takes"},
+      {{"M1", "D1", "M2", "D2", "K1", "K2", "cameraMatrix1", "cameraMatrix2", "distCoeffs1",
+        "distCoeffs2"},
+       "is of another camera of the file, which --node takes"},
       {{"extrinsic_parameters", "rvecs", "tvecs", "R", "T", "E", "F"},
        "is a pose, of boards or between cameras"},
       {{"R1", "R2", "P1", "P2", "Q"}, "describes rectified images"},
@@ -45,15 +67,14 @@ const std::vector<Reason>& reasons() {
 
 std::vector<OpenCvCameraKeys> findOpenCvCameras(Fields* fields, int node) {
   if (node != 0) return {cameraOfPair(fields, std::to_string(node))};
-  if (const auto matrix = findFirst(fields, kMatrices)) {
-    const auto lens = findFirst(fields, kLenses);
-    return {{"", *matrix, lens ? *lens : fields->get(kLenses[0])}};
+  if (const auto matrix = findFirst(fields, kMatrices, "")) {
+    return {{"", *matrix, getFirst(fields, kLenses, "")}};
   }
   std::vector<OpenCvCameraKeys> pair;
   for (const char* const number : {"1", "2"}) {
-    if (fields->find(std::string("M") + number)) pair.push_back(cameraOfPair(fields, number));
+    if (findFirst(fields, kPairMatrices, number)) pair.push_back(cameraOfPair(fields, number));
   }
-  if (pair.empty()) fields->get(kMatrices[0]);  // which is missing
+  if (pair.empty()) fields->get(kMatrices.front());  // which is missing
   return pair;
 }
 

@@ -85,8 +85,8 @@ TEST(OpenCv, PixelOriginOfTheUserLeavesThePrincipalPointAsItIs) {
 }
 
 TEST(OpenCv, OtherNamesOfTheSameKeys) {
-  for (const char* const k : {"cameraMatrix", "K"}) {
-    for (const char* const d : {"distCoeffs", "D"}) {
+  for (const char* const k : {"cameraMatrix", "K", "mtx"}) {
+    for (const char* const d : {"distCoeffs", "D", "dist_coeffs", "dist_coeff", "dist"}) {
       const std::string text =
           replaced(replaced(kWhole, "camera_matrix", k), "distortion_coefficients", d);
       EXPECT_EQ(kOpenCv.file(text).cameras[0].fx, 500.5);
@@ -159,6 +159,17 @@ TEST(OpenCv, StereoFilesHoldTwoCameras) {
   EXPECT_EQ(kOpenCv.refusal(kWhole, second), "f:3:1: M2: is missing");
 }
 
+TEST(OpenCv, OtherNamesOfAPair) {
+  const std::string first = matrix("K1", "3", "3", kMatrix) + matrix("D1", "1", "4", "1, 2, 3, 4");
+  const std::string second = matrix("cameraMatrix2", "3", "3", "7, 0, 2, 0, 3, 4, 0, 0, 1") +
+                             matrix("distCoeffs2", "1", "4", "5, 6, 7, 8");
+  const PeerFile both = kOpenCv.file(kSize + first + second);
+  ASSERT_EQ(both.cameras.size(), 2U);
+  EXPECT_EQ(both.cameras[0].fx, 500.5);
+  EXPECT_EQ(both.cameras[1].fx, 7);
+  EXPECT_THAT(both.not_taken_over, IsEmpty());
+}
+
 TEST(OpenCv, SizeIsReadOrToldAndNeverGuessed) {
   const std::string none = replaced(kWhole, "image_width: 640\nimage_height: 480\n", "");
   EXPECT_EQ(kOpenCv.refusal(none),
@@ -175,6 +186,9 @@ TEST(OpenCv, SizeIsReadOrToldAndNeverGuessed) {
   told.size = calibration::PixelSize{640, 480};
   EXPECT_THAT(kOpenCv.file(kWhole, told).notes, IsEmpty());
   EXPECT_TRUE(kOpenCv.file(none + "image_size: [ 800, 600 ]\n").cameras[0].size ==
+              (calibration::PixelSize{800, 600}));
+  // As Python's bindings write a pair.
+  EXPECT_TRUE(kOpenCv.file(none + matrix("image_size", "2", "1", "800, 600")).cameras[0].size ==
               (calibration::PixelSize{800, 600}));
   EXPECT_EQ(kOpenCv.refusal(none + "image_size: [ 800 ]\n"),
             "f:13:13: image_size: has 1 numbers where 2 are needed");
