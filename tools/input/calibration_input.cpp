@@ -7,6 +7,7 @@
 #include <optional>
 #include <system_error>
 
+#include "interop/peer_format.h"
 #include "support/file.h"
 #include "support/message_parsing.h"
 #include "support/text_error.h"
@@ -43,6 +44,11 @@ std::string byteOrderMarkOf(const std::string& data) {
 }
 
 [[noreturn]] void refuseText(const CalibrationInput& input, const TextParseError& error) {
+  if (const auto format = interop::detectFormat(input.data)) {
+    refuse(input.name, fmt::format("is a file of another program, format {}: camera-parameters "
+                                   "import makes a calibration of it",
+                                   interop::formatName(*format)));
+  }
   if (error.line < 1) refuse(input.name, error.message);
   const TextProblem problem = explainTextError(input.data, *input.text_type, error);
   throw InputError({input.name, problem.place, problem.path, problem.text});
