@@ -33,8 +33,8 @@ CLI::App* addShowCommand(CLI::App* app, ShowOptions* options) {
       "transform");
   requireFileName(show->add_option(
       "FILE", options->path,
-      "Calibration in binary or text format, - is standard input; without it the compiled-in "
-      "default of the fixed cameras"));
+      "Calibration, binary, text or JSON; - is standard input; without it the compiled-in default "
+      "of the fixed cameras"));
   addCameraOption(show, &options->camera, "Show this camera only");
   addSizeOption(show, &options->size, "Show");
   addKindOption(show, &options->kind, "What FILE holds");

@@ -44,7 +44,7 @@ CLI::Option* addPoseOption(CLI::App* verb, const std::string& name,
       ->type_name("POSE")
       ->check([](const std::string& text) {
         return parsePose(text) ? std::string()
-                               : "not 12 numbers, the top three rows of a pose: " + text;
+                               : "not 12 numbers, the top three rows of a pose, in quotes: " + text;
       });
 }
 

@@ -67,7 +67,8 @@ TEST(ExportRefusal, OptionsThatDoNotGoTogether) {
                 "export");
   }
   expectUsage("export f --format mrcal -o a --parent imu --parent-from-robot '1 2 3'",
-              "--parent-from-robot: not 12 numbers, the top three rows of a pose: 1 2 3", "export");
+              "--parent-from-robot: not 12 numbers, the top three rows of a pose, in quotes: 1 2 3",
+              "export");
 }
 
 TEST(ExportRefusal, CamerasAndSizesThatThereAreNot) {

@@ -52,7 +52,8 @@ TEST(ImportRefusal, PosesThatAreSaidWrong) {
       "import");
   for (const std::string option : {"--parent-from-robot", "--extrinsics"}) {
     expectUsage("import f -o a " + option + " '1 2 3'",
-                option + ": not 12 numbers, the top three rows of a pose: 1 2 3", "import");
+                option + ": not 12 numbers, the top three rows of a pose, in quotes: 1 2 3",
+                "import");
   }
   expectUsage("import f -o a --extrinsics-of b:c --extrinsics '1 0 0 0 0 1 0 0 0 0 1 0'",
               "--extrinsics excludes --extrinsics-of", "import");
