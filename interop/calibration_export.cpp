@@ -92,9 +92,9 @@ std::variant<WrittenCamera, std::string> prepare(const WrittenCamera& camera,
 }
 
 std::string tooFar(const ExportedCamera& camera, const CameraModel& model, double max_error) {
-  return fmt::format(
-      "camera {} would be written with {}, more than the {} px that --max-error allows",
-      camera.name, describe(camera.deviation, {model.width, model.height}), max_error);
+  return fmt::format("camera {} would be written with {}, more than the {} px that are allowed",
+                     camera.name, describe(camera.deviation, {model.width, model.height}),
+                     max_error);
 }
 
 std::optional<std::string> findMissing(const calibration::CameraCalibration& camera) {

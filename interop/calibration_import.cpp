@@ -30,9 +30,10 @@ CameraModel modelOf(const PeerCamera& source, double max_error,
   if (const auto* reason = std::get_if<std::string>(&measured)) refuseCamera(source.name, *reason);
   *deviation = std::get<LensDeviation>(measured);
   if (!((*deviation)->max <= max_error)) {
-    refuseCamera(source.name, fmt::format("its lens fits ours with {}, more than the {} px that "
-                                          "--max-error allows",
-                                          describe(**deviation, source.size), max_error));
+    refuseCamera(source.name,
+                 fmt::format("its lens fits ours with {}, more than the {} px that are "
+                             "allowed",
+                             describe(**deviation, source.size), max_error));
   }
   return model;
 }

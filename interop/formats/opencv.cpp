@@ -61,6 +61,7 @@ class Reader {
       if (camera.skew != 0) file_.notes.push_back(noteOfSkew(matrix, "OpenCV"));
       const NumberList lens = lensNumbers(keys.lens);
       camera.lens = is_fisheye ? fisheyeLens(lens) : lensOfCoefficients(lens);
+      if (!fisheye && lens.numbers.size() == 4) noteFourCoefficients(lens);
       file_.cameras.push_back(std::move(camera));
     }
     fields_.listRest(reasonOfOpenCvKey, &file_.not_taken_over);
@@ -68,6 +69,14 @@ class Reader {
   }
 
  private:
+  /// Python programs store the four of cv2.fisheye without a word of what they are.
+  void noteFourCoefficients(const NumberList& lens) {
+    file_.notes.push_back(
+        fmt::format("{}: four coefficients are taken for k1, k2, p1 and p2; they are those of a "
+                    "fisheye lens where the file says fisheye_model: 1",
+                    lens.key));
+  }
+
   calibration::PixelSize pictureSize() {
     const std::optional<calibration::PixelSize> written = writtenSize();
     const std::optional<calibration::PixelSize>& told = options_.size;

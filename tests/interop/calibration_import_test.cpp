@@ -185,8 +185,7 @@ TEST(ImportCameras, MeasuresALensThatIsNotOursAndRefusesItBeyondTheAllowedError)
   EXPECT_LT(deviation.max, 5);
   EXPECT_EQ(refusalOf({sample("opencv/opencv14.yml")}),
             "opencv/opencv14.yml: opencv14: its lens fits ours with " +
-                describe(deviation, {1280, 960}) +
-                ", more than the 0.1 px that --max-error allows");
+                describe(deviation, {1280, 960}) + ", more than the 0.1 px that are allowed");
   options.max_error = 1e-6;
   EXPECT_TRUE(
       import({sample("mrcal/mrcal_STEREOGRAPHIC.cameramodel")}, options).cameras.at(0).deviation);

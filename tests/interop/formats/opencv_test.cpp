@@ -159,6 +159,18 @@ TEST(OpenCv, StereoFilesHoldTwoCameras) {
   EXPECT_EQ(kOpenCv.refusal(kWhole, second), "f:3:1: M2: is missing");
 }
 
+TEST(OpenCv, FourCoefficientsMayHaveBeenMeantForAFisheye) {
+  const std::string k = kSize + matrix("K", "3", "3", kMatrix);
+  EXPECT_THAT(kOpenCv.file(k + matrix("D", "4", "1", "1, 2, 3, 4")).notes,
+              ElementsAre("D: four coefficients are taken for k1, k2, p1 and p2; they are those of "
+                          "a fisheye lens where the file says fisheye_model: 1"));
+  for (const char* const word : {"0", "1"}) {
+    const std::string said = std::string("fisheye_model: ") + word + "\n";
+    EXPECT_THAT(kOpenCv.file(k + said + matrix("D", "4", "1", "1, 2, 3, 4")).notes, IsEmpty());
+  }
+  EXPECT_THAT(kOpenCv.file(k + matrix("D", "5", "1", "1, 2, 3, 4, 5")).notes, IsEmpty());
+}
+
 TEST(OpenCv, OtherNamesOfAPair) {
   const std::string first = matrix("K1", "3", "3", kMatrix) + matrix("D1", "1", "4", "1, 2, 3, 4");
   const std::string second = matrix("cameraMatrix2", "3", "3", "7, 0, 2, 0, 3, 4, 0, 0, 1") +

@@ -209,7 +209,7 @@ TEST(ExportCommand, LensesOfFewerCoefficientsAreMeasured) {
               "camera-parameters: compiled-in default calibration: camera head_camera would be "
               "written with max " +
                   printed.substr(0, printed.find('\n')) +
-                  ", more than the 0.1 px that --max-error allows\n");
+                  ", more than the 0.1 px that are allowed\n");
   }
 }
 

@@ -132,6 +132,18 @@ TEST(ImportCommand, FormatIsWhatTheUserSays) {
                       files.ros + ":1:12: more than one value");
 }
 
+TEST(ImportCommand, OtherVerbsNameIt) {
+  const PeerFiles files;
+  for (const std::string verb : {"show", "validate", "view"}) {
+    const ProgramResult result = runTool(verb + " '" + files.ros + "'");
+    EXPECT_EQ(result.status, 1) << verb;
+    EXPECT_THAT(result.output + result.errors,
+                HasSubstr("is a file of another program, format ros: camera-parameters import "
+                          "makes a calibration of it"))
+        << verb;
+  }
+}
+
 /// A calibration with another camera and one named "left", to put cameras into.
 RobotCalibration otherRobot() {
   CameraCalibration other = importedCamera("other", testing::mrcalPose());
