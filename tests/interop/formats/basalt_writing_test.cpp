@@ -23,10 +23,7 @@ using norv::testing::requireSameRig;
 using norv::testing::rigOf;
 
 WriteOptions forBasalt(const std::string& parent = "imu") {
-  WriteOptions options;
-  options.format = PeerFormat::kBasalt;
-  options.parent = parent;
-  return options;
+  return {PeerFormat::kBasalt, Syntax::kUsual, {}, parent};
 }
 
 std::vector<WrittenCamera> placedRig(const std::vector<std::string>& names) {

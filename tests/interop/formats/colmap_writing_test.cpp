@@ -16,10 +16,7 @@ using testing::refusalToWrite;
 using testing::writtenBy;
 
 WriteOptions colmapOptions(PixelOrigin origin = PixelOrigin::kImageCorner) {
-  WriteOptions options;
-  options.format = PeerFormat::kColmap;
-  options.pixel_origin = origin;
-  return options;
+  return {PeerFormat::kColmap, Syntax::kUsual, origin};
 }
 
 PeerWriting written(const std::vector<WrittenCamera>& cameras,

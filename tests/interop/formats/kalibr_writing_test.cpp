@@ -23,10 +23,7 @@ using norv::testing::rigOf;
 using norv::testing::writtenBy;
 
 WriteOptions forKalibr(const std::string& parent = "imu") {
-  WriteOptions options;
-  options.format = PeerFormat::kKalibr;
-  options.parent = parent;
-  return options;
+  return {PeerFormat::kKalibr, Syntax::kUsual, {}, parent};
 }
 
 TEST(KalibrWriting, WritesEveryKeyThatKalibrAsksFor) {

@@ -16,10 +16,7 @@ using testing::refusalToWrite;
 using testing::writtenBy;
 
 WriteOptions mrcalOptions(PixelOrigin origin = PixelOrigin::kPixelCentre) {
-  WriteOptions options;
-  options.format = PeerFormat::kMrcal;
-  options.pixel_origin = origin;
-  return options;
+  return {PeerFormat::kMrcal, Syntax::kUsual, origin};
 }
 
 PeerWriting written(const WrittenCamera& camera, const WriteOptions& options) {

@@ -22,11 +22,7 @@ using ::testing::IsEmpty;
 constexpr testing::TextReader kOpenCv{PeerFormat::kOpenCv};
 
 WriteOptions optionsOf(Syntax syntax, PixelOrigin origin = PixelOrigin::kPixelCentre) {
-  WriteOptions options;
-  options.format = PeerFormat::kOpenCv;
-  options.syntax = syntax;
-  options.pixel_origin = origin;
-  return options;
+  return {PeerFormat::kOpenCv, syntax, origin};
 }
 
 PeerWriting written(const WrittenCamera& camera, const WriteOptions& options) {

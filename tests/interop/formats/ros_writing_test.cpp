@@ -22,11 +22,7 @@ using ::testing::IsEmpty;
 constexpr testing::TextReader kRos{PeerFormat::kRos};
 
 WriteOptions optionsOf(Syntax syntax, PixelOrigin origin = PixelOrigin::kPixelCentre) {
-  WriteOptions options;
-  options.format = PeerFormat::kRos;
-  options.syntax = syntax;
-  options.pixel_origin = origin;
-  return options;
+  return {PeerFormat::kRos, syntax, origin};
 }
 
 PeerWriting written(const WrittenCamera& camera, const WriteOptions& options) {
