@@ -1,0 +1,28 @@
+#pragma once
+
+/// Stored messages as what Python programs keep and exchange. The generated classes of Protocol
+/// Buffers for Python stay out of it: other packages may bring other copies of them.
+
+#include <google/protobuf/message.h>
+#include <pybind11/pybind11.h>
+
+#include <string>
+
+namespace norv::python {
+
+/// The binary form; fields that this version does not know are kept. Inverse: parsing.
+pybind11::bytes toBytes(const google::protobuf::Message& message);
+
+/// The text form (`printText`). Throws CalibrationError that names the fields which text cannot
+/// hold.
+pybind11::str toPrintedText(const google::protobuf::Message& message);
+
+/// Protocol Buffers' JSON mapping under the fields' own names: 64-bit integers are strings, and
+/// what is no finite number is "NaN", "Infinity" or "-Infinity". Inverse: `bytesOfDict`.
+pybind11::object toDict(const google::protobuf::Message& message);
+
+/// The binary form of a message of the prototype's type that `dict` describes. Throws TypeError
+/// where Python's json cannot write it, and CalibrationError where it is no such message.
+std::string bytesOfDict(const pybind11::handle& dict, const google::protobuf::Message& prototype);
+
+}  // namespace norv::python

@@ -1,0 +1,18 @@
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include "python/bindings/camera_values.h"
+#include "python/bindings/cameras.h"
+#include "python/bindings/log_sink.h"
+#include "python/bindings/point_functions.h"
+
+PYBIND11_MODULE(_core, module) {
+  namespace python = norv::python;
+  // pybind11 looks NumPy's functions up at their first use, which two threads must not do at once.
+  pybind11::array_t<float>(1);
+  python::bindLogging(module);
+  python::bindCameraValues(module);
+  python::bindPointFunctions(module);
+  python::bindCamera(module);
+  python::bindCameraSet(module);
+}
