@@ -33,7 +33,7 @@ endfunction()
 
 file(GLOB documents RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS
   "${PROJECT_SOURCE_DIR}/*.md" "${PROJECT_SOURCE_DIR}/docs/*.md")
-foreach(document IN LISTS documents ITEMS benchmarks/README.md)
+foreach(document IN LISTS documents ITEMS benchmarks/README.md fuzz/README.md)
   camera_parameters_install_document("${document}")
 endforeach()
 install(FILES "${PROJECT_SOURCE_DIR}/docs/json/camera-parameters.schema.json"
