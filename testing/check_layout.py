@@ -10,7 +10,7 @@ import re
 import sys
 
 LIBRARY = ("calibration_common", "support")
-PRODUCT = LIBRARY + ("interop", "tools", "examples")
+PRODUCT = LIBRARY + ("interop", "tools", "examples", "python")
 # The only headers beside those on the ground floor of support/ that users include.
 PUBLIC_CALIBRATION_HEADERS = {
     "adjusted_calibration.h",
@@ -41,6 +41,8 @@ NEVER = [
     ("support knows no calibration", r"support/", r"(calibration_common|interop|tools)/"),
     ("the library knows no test and no tool", r"(support|calibration_common)/",
      r"(interop|tools|tests|testing|benchmarks|fuzz|examples)/"),
+    ("nobody knows the Python package", r"(support|calibration_common|interop|tools|examples)/", r"python/"),
+    ("the Python package knows no tool and no test", r"python/", r"(tools|tests|testing|benchmarks|fuzz|examples)/"),
     ("other programs' formats know what a message is, and not what is done with it", r"interop/",
      r"(calibration_common|tools|tests|testing|benchmarks|fuzz|examples)/"),
     ("syntaxes know no format", r"interop/syntax/", r"interop/formats/"),
@@ -139,7 +141,7 @@ def check_public_headers(root):
 
 def check_users_headers(root):
     """Programs outside the library include its public headers alone, and of interop/ those on its ground floor."""
-    for path in source_files(root, ("interop", "tools", "examples")):
+    for path in source_files(root, ("interop", "tools", "examples", "python")):
         for included in includes_of(root, path):
             if is_private_to_library(included):
                 yield f"{path} includes {included}, which is not installed"
@@ -176,7 +178,7 @@ def find_circle(arrows):
 
 
 def check_circles(root):
-    files = source_files(root, LIBRARY + ("interop", "tools"))
+    files = source_files(root, LIBRARY + ("interop", "tools", "python"))
     units = {unit_of(path) for path in files}
     arrows = {}
     for path in files:
@@ -190,7 +192,7 @@ def check_circles(root):
 
 
 def check_file_sizes(root):
-    for folders, limit in ((LIBRARY + ("interop",), MAX_LIBRARY_FILE_LINES), (("tests",), MAX_TEST_FILE_LINES)):
+    for folders, limit in ((LIBRARY + ("interop", "python"), MAX_LIBRARY_FILE_LINES), (("tests",), MAX_TEST_FILE_LINES)):
         for path in source_files(root, folders):
             lines = len((root / path).read_text(encoding="utf-8").splitlines())
             if lines > limit:

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include "python/bindings/arrays.h"
-#include "python/bindings/point_functions.h"
 
 namespace norv::python {
 namespace {

@@ -28,6 +28,8 @@ TIDY = {
         '#include "calibration_common/camera_parameters.h"\n#include "calibration_common/stored_pose.h"\n',
     "tools/main.cpp": '#include "tools/show.h"\n#include "calibration_common/camera_parameters.h"\n',
     "tools/show.h": '#include "support/file.h"\n',
+    "python/bindings/camera.h": '#include "calibration_common/camera_parameters.h"\n',
+    "python/bindings/camera.cpp": '#include "python/bindings/camera.h"\n',
     "proto/a.proto": 'import "proto/b.proto";\nimport "google/protobuf/any.proto";\n',
 }
 
@@ -103,6 +105,14 @@ class CheckLayout(unittest.TestCase):
     def test_verbs_know_no_verb(self):
         self.expect_never("tools/diff/diff_command.cpp", "tools/show/image_size.h", "the verb diff knows no other verb")
 
+    def test_nobody_knows_the_python_package(self):
+        for path in ("support/file.cpp", "interop/reader.cpp", "tools/show.h"):
+            self.expect_never(path, "python/bindings/camera.h", "nobody knows the Python package")
+
+    def test_the_python_package_knows_no_tool_and_no_test(self):
+        for included in ("tools/show.h", "testing/lenses.h", "tests/consumer.h"):
+            self.expect_never("python/bindings/camera.cpp", included, "the Python package knows no tool and no test")
+
     def test_messages_know_no_code(self):
         self.expect_one("stored messages know no code", add={"proto/a.proto": 'import "support/file.proto";\n'})
 
@@ -121,6 +131,8 @@ class CheckLayout(unittest.TestCase):
                         add={"tools/main.cpp": '#include "calibration_common/stored_pose.h"\n'})
         self.expect_one("tools/show.h includes support/numeric/zero.h, which is not installed",
                         add={"tools/show.h": '#include "support/numeric/zero.h"\n'})
+        self.expect_one("python/bindings/camera.h includes support/numeric/zero.h, which is not installed",
+                        add={"python/bindings/camera.h": '#include "support/numeric/zero.h"\n'})
 
     def test_circles(self):
         self.expect_one("a circle of includes: support/file -> support/log/line -> support/file",
@@ -135,6 +147,7 @@ class CheckLayout(unittest.TestCase):
         self.expect_one("support/file.cpp has 301 lines, more than 300",
                         add={"support/file.cpp": "\n" * (301 - lines)})
         self.assertEqual(problems_with(add={"tools/main.cpp": "\n" * 301}), [])
+        self.expect_one("python/bindings/camera.cpp has 301 lines", add={"python/bindings/camera.cpp": "\n" * 300})
 
     def test_a_test_has_at_most_450_lines(self):
         self.assertEqual(problems_with(add={"tests/support/new_test.cpp": "\n" * 450}), [])
