@@ -1,5 +1,6 @@
 # Run as a script: configures the project SOURCE in the fresh folder BINARY with ARGUMENTS (separated by |),
 # builds and runs it. Nothing of the library shows up among its tests or in what it installs, unless asked for.
+# With PYTHON it is configured once more, with the Python package.
 
 string(REPLACE "|" ";" ARGUMENTS "${ARGUMENTS}")
 file(REMOVE_RECURSE "${BINARY}")
@@ -35,3 +36,8 @@ execute_process(COMMAND "${CMAKE_COMMAND}" -DCAMERA_PARAMETERS_INSTALL=ON "${BIN
 execute_process(COMMAND "${CMAKE_COMMAND}" --build "${BINARY}" COMMAND_ERROR_IS_FATAL ANY)
 expect_installed("${BINARY}/prefix_with_library"
   "bin/consumer;include/camera_parameters/.*;lib[^;]*/libcamera_parameters\\.so;.*")
+
+if(PYTHON)
+  execute_process(COMMAND "${CMAKE_COMMAND}" -DCAMERA_PARAMETERS_PYTHON=ON "-DPython_EXECUTABLE=${PYTHON}" "${BINARY}"
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+endif()

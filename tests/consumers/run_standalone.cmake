@@ -3,6 +3,7 @@
 # static, in components. Each is installed, and the consumer in CONSUMER is built with CMake and with
 # PKG_CONFIG and run.
 
+include("${CMAKE_CURRENT_LIST_DIR}/expect_component.cmake")
 string(REPLACE "|" ";" ARGUMENTS "${ARGUMENTS}")
 file(REMOVE_RECURSE "${BINARY}")
 unset(ENV{CMAKE_BUILD_TYPE})
@@ -43,25 +44,6 @@ function(run_consumers name package_dir pc_dir)
     "${BINARY}/${name}/by_pkg_config" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# expect_component(<name> <expression>...): what is installed are files that match, and one for each of them.
-function(expect_component name)
-  set(prefix "${BINARY}/component_${name}")
-  file(REMOVE_RECURSE "${prefix}")
-  install_library(--prefix "${prefix}" --component "${name}")
-  file(GLOB_RECURSE files RELATIVE "${prefix}" "${prefix}/*")
-  foreach(expression IN LISTS ARGN)
-    list(LENGTH files before)
-    list(FILTER files EXCLUDE REGEX "^${expression}$")
-    list(LENGTH files after)
-    if(before EQUAL after)
-      message(SEND_ERROR "Component ${name} lacks ${expression}")
-    endif()
-  endforeach()
-  if(files)
-    message(SEND_ERROR "Component ${name} has these too: ${files}")
-  endif()
-endfunction()
-
 set(documents "share/doc/camera_parameters/.*")
 set(package "lib/cmake/camera_parameters/.*\\.cmake" "lib/pkgconfig/camera_parameters\\.pc")
 set(definitions "include/camera_parameters/.*\\.h" "share/camera_parameters/proto/.*\\.proto")
@@ -93,14 +75,14 @@ file(REMOVE_RECURSE "${elsewhere}")
 # Shared, in components.
 set(relative -DCMAKE_INSTALL_LIBDIR=lib -DCMAKE_INSTALL_INCLUDEDIR=include -DCMAKE_INSTALL_BINDIR=bin)
 build_library(${relative})
-expect_component(runtime "lib/libcamera_parameters\\.so\\.[0-9.]*" "share/doc/camera_parameters/LICENSE")
-expect_component(development "lib/libcamera_parameters\\.so" ${package} ${definitions} "${documents}")
-expect_component(tool ${tool})
+expect_component("${BINARY}/library" "${BINARY}/component_runtime" runtime "lib/libcamera_parameters\\.so\\.[0-9.]*" "share/doc/camera_parameters/LICENSE")
+expect_component("${BINARY}/library" "${BINARY}/component_development" development "lib/libcamera_parameters\\.so" ${package} ${definitions} "${documents}")
+expect_component("${BINARY}/library" "${BINARY}/component_tool" tool ${tool})
 
 # Static.
 build_library(${relative} -DBUILD_SHARED_LIBS=OFF)
-expect_component(runtime "share/doc/camera_parameters/LICENSE")
-expect_component(development "lib/libcamera_parameters\\.a" ${package} ${definitions} "${documents}")
+expect_component("${BINARY}/library" "${BINARY}/component_runtime" runtime "share/doc/camera_parameters/LICENSE")
+expect_component("${BINARY}/library" "${BINARY}/component_development" development "lib/libcamera_parameters\\.a" ${package} ${definitions} "${documents}")
 set(static_prefix "${BINARY}/component_development")
 run_consumers(static "${static_prefix}/lib/cmake/camera_parameters" "${static_prefix}/lib/pkgconfig" --static)
 
