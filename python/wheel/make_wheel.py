@@ -49,7 +49,7 @@ def main():
     packed = subprocess.run([sys.executable, "-m", "wheel", "pack", arguments.stage, "--dest-dir", arguments.output],
                             check=False)
     if packed.returncode != 0:
-        sys.exit("The wheel was not packed: is Debian's python3-wheel installed (scripts/install-packages python-test)?")
+        sys.exit("No wheel was packed: is Debian's python3-wheel installed (scripts/install-packages python-test)?")
 
 
 if __name__ == "__main__":
