@@ -8,6 +8,7 @@
 #include "python/bindings/errors.h"
 #include "python/bindings/messages.h"
 #include "python/bindings/point_functions.h"
+#include "python/bindings/views.h"
 
 namespace norv::python {
 namespace {
@@ -76,6 +77,7 @@ void bindCamera(py::module_& module) {
            py::kw_only(), py::arg("out") = py::none(), py::arg("status") = py::none())
       .def("rectify", &rectify, py::arg("pixels"), py::arg("width"), py::arg("height"),
            py::kw_only(), py::arg("out") = py::none(), py::arg("status") = py::none())
+      .def("view", &viewOf, py::arg("width"), py::arg("height"), kViewDoc)
       .def("to_dict",
            [](const Camera& camera) { return toDict(camera.parameters->getCalibration()); })
       .def("__repr__", &describe);

@@ -5,6 +5,7 @@
 #include "python/bindings/cameras.h"
 #include "python/bindings/log_sink.h"
 #include "python/bindings/point_functions.h"
+#include "python/bindings/views.h"
 
 PYBIND11_MODULE(_core, module) {
   namespace python = norv::python;
@@ -13,6 +14,7 @@ PYBIND11_MODULE(_core, module) {
   python::bindLogging(module);
   python::bindCameraValues(module);
   python::bindPointFunctions(module);
+  python::bindViews(module);
   python::bindCamera(module);
   python::bindCameraSet(module);
 }

@@ -1,0 +1,39 @@
+#pragma once
+
+/// Single numbers of callers, checked before they enter the library. All functions need the
+/// interpreter's lock, which `withoutLock` gives back.
+
+#include <pybind11/pybind11.h>
+
+#include <cstddef>
+
+namespace norv::python {
+
+/// Number of pixels up to which the package makes arrays and visits pixels one by one: 16384 x
+/// 16384, 2 GiB of float maps. Beyond it a slip of the pen is likelier than a picture.
+constexpr std::size_t kMaxPixels = std::size_t{1} << 28;
+
+/// A whole number from `low` to `high`. Throws TypeError for what is none, as Python's `range`
+/// does, and ValueError for others, both of which name the argument.
+int takeWhole(const pybind11::handle& number, const char* name, int low, int high);
+
+/// A picture's width or height: 1 or more, in the range of int.
+int takeLength(const pybind11::handle& number, const char* name);
+
+/// How many threads compute at once: 0, which is as many as the machine runs, to 256.
+int takeThreads(const pybind11::handle& number);
+
+/// Throws ValueError, which names the argument, unless `number` is finite.
+void requireFinite(double number, const char* name);
+
+/// Throws ValueError where a picture of this size has more than `kMaxPixels`.
+void requireModestSize(int width, int height);
+
+/// `action()` without the interpreter's lock.
+template <class Action>
+auto withoutLock(const Action& action) {
+  const pybind11::gil_scoped_release released;
+  return action();
+}
+
+}  // namespace norv::python
