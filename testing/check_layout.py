@@ -33,7 +33,7 @@ PUBLIC_CALIBRATION_HEADERS = {
 }
 MAX_LIBRARY_FILE_LINES = 300
 MAX_TEST_FILE_LINES = 450
-VERBS = ("adjust", "aim", "convert", "diff", "export", "import", "show", "validate", "view")
+VERBS = ("adjust", "aim", "convert", "diff", "export", "import", "report", "show", "validate", "view")
 
 # Files whose path matches the first expression never include one whose path matches the second, neither
 # themselves nor by way of others.

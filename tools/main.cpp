@@ -21,6 +21,7 @@
 #include "tools/diff/diff_command.h"
 #include "tools/export/export_command.h"
 #include "tools/import/import_command.h"
+#include "tools/report/report_command.h"
 #include "tools/show/show_command.h"
 #include "tools/tool_answer.h"
 #include "tools/tool_error.h"
@@ -107,6 +108,7 @@ ExitStatus run(int argc, char** argv) {
   norv::tools::ViewVerbOptions view;
   norv::tools::ImportVerbOptions imported;
   norv::tools::ExportVerbOptions exported;
+  norv::tools::ReportOptions report;
   const CLI::App* show_verb = norv::tools::addShowCommand(&app, &show);
   const CLI::App* aim_verb = norv::tools::addAimCommand(&app, &aim);
   norv::tools::addAdjustCommand(&app, &adjust);
@@ -116,6 +118,7 @@ ExitStatus run(int argc, char** argv) {
   const CLI::App* view_verb = norv::tools::addViewCommand(&app, &view);
   const CLI::App* import_verb = norv::tools::addImportCommand(&app, &imported);
   const CLI::App* export_verb = norv::tools::addExportCommand(&app, &exported);
+  const CLI::App* report_verb = norv::tools::addReportCommand(&app, &report);
   describeProgram(&app);
   std::vector<std::string> words = wordsOf(argc, argv);
   std::reverse(words.begin(), words.end());  // as CLI11 takes them
@@ -135,6 +138,7 @@ ExitStatus run(int argc, char** argv) {
   if (view_verb->parsed()) return runView(app, view);
   if (import_verb->parsed()) return print(norv::tools::runImportCommand(imported));
   if (export_verb->parsed()) return print(norv::tools::runExportCommand(exported));
+  if (report_verb->parsed()) return print(norv::tools::runReportCommand(report));
   if (aim_verb->parsed()) return print(norv::tools::runAimCommand(aim));
   return print(norv::tools::runAdjustCommand(adjust));
 }

@@ -3,7 +3,7 @@
 _camera_parameters() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} words=
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words="show aim adjust validate convert diff view import export --help --version"
+    words="show aim adjust validate convert diff view import export report --help --version"
   else
     case $previous in
       --camera | --size | --at | --pixel | --point | --box | --allow | --explain | --distance | --fail-above* | \
@@ -49,6 +49,7 @@ _camera_parameters() {
             words="$words --parent-from-robot --help"
             ;;
           validate) words="--strict --allow --explain --kind --json --help" ;;
+          report) words="--output --help" ;;
           convert) words="--text --binary --json --output --lossy --kind --help" ;;
         esac
         ;;

@@ -19,7 +19,8 @@ using testing::ProgramResult;
 using testing::runTool;
 
 /// All verbs, as a mistyped one is answered.
-const std::string kVerbs = "show, aim, adjust, validate, convert, diff, view, import, export";
+const std::string kVerbs =
+    "show, aim, adjust, validate, convert, diff, view, import, export, report";
 
 TEST(Usage, UnknownVerbs) {
   expectUsage("", "a verb is needed; there are " + kVerbs, "");
@@ -109,8 +110,8 @@ TEST(Usage, HelpInAllItsSpellings) {
   const std::string help = testing::toolOutput("--help");
   EXPECT_EQ(testing::toolOutput("-h"), help);
   EXPECT_EQ(testing::toolOutput("help"), help);
-  for (const std::string verb :
-       {"show", "aim", "adjust", "validate", "convert", "diff", "view", "import", "export"}) {
+  for (const std::string verb : {"show", "aim", "adjust", "validate", "convert", "diff", "view",
+                                 "import", "export", "report"}) {
     EXPECT_THAT(help, HasSubstr("\n  " + verb + " "));
     const std::string verbs_help = testing::toolOutput(verb + " --help");
     EXPECT_EQ(testing::toolOutput("help " + verb), verbs_help);
@@ -150,8 +151,8 @@ std::size_t longestLine(const std::string& text) {
 }
 
 TEST(Usage, HelpFitsTheTerminal) {
-  for (const std::string verb :
-       {"", "show", "aim", "adjust", "validate", "convert", "diff", "view", "import", "export"}) {
+  for (const std::string verb : {"", "show", "aim", "adjust", "validate", "convert", "diff", "view",
+                                 "import", "export", "report"}) {
     EXPECT_LE(longestLine(testing::toolOutput("help " + verb)), 80U) << verb;
     for (const std::string columns : {"0", "", "-3", "90x", "99999999999999999999"}) {
       EXPECT_EQ(runTool("help " + verb, "COLUMNS=" + columns).output,
