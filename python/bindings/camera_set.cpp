@@ -76,10 +76,10 @@ py::object requireCamera(const CameraSet& set, const std::string& name) {
 }
 
 void adjust(CameraSet& set, const Base& base) {
-  set.lock->change([&] {
-    const calibration::BaseCalibrationData data = base.lock->read([&] { return *base.data; });
-    set.cameras->adjustUsingBaseCalibration(data);
-  });
+  // One lock after the other: both let go of the interpreter's while they wait.
+  const calibration::BaseCalibrationData data =
+      base.lock->read([&] { return calibration::BaseCalibrationData(*base.data); });
+  set.lock->change([&] { set.cameras->adjustUsingBaseCalibration(data); });
 }
 
 calibration::RobotCalibration messageOf(const CameraSet& set) {

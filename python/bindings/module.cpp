@@ -3,6 +3,7 @@
 
 #include "python/bindings/camera_values.h"
 #include "python/bindings/cameras.h"
+#include "python/bindings/data.h"
 #include "python/bindings/log_sink.h"
 #include "python/bindings/point_functions.h"
 #include "python/bindings/views.h"
@@ -17,4 +18,8 @@ PYBIND11_MODULE(_core, module) {
   python::bindViews(module);
   python::bindCamera(module);
   python::bindCameraSet(module);
+  python::bindBase(module);
+  python::bindAdjusting(module);
+  python::bindFindings(module);
+  python::bindDifferences(module);
 }

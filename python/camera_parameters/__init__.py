@@ -7,27 +7,56 @@ from camera_parameters._errors import CalibrationError, NoSolutionError
 from camera_parameters._core import CameraParameters, CameraParametersSet, Intrinsics, Pose, project, rectify
 from camera_parameters._core import CameraView, FieldsOfView, ImageCoverage, Ray, RectificationJacobian
 from camera_parameters._core import RectifiedView, ViewJacobian
+from camera_parameters._core import BaseCalibrationData, adjust_calibration, was_adjusted_by
+from camera_parameters._differences import BaseDifference, CameraDifference, DistanceDifference, HeadPoseDifference
+from camera_parameters._differences import ImageDifference, PixelDifference, PoseDifference, PtzDifference
+from camera_parameters._differences import RobotDifference, ValueChange, ZoomDifference, diff
+from camera_parameters._findings import Check, Finding, Findings, LoadReport, checks, load_report, validate
 from camera_parameters._logging import install as _install, set_log_level
+from camera_parameters._metadata import CalibrationMetadata
 from camera_parameters._statuses import PointStatus
 
 __all__ = [
+    "BaseCalibrationData",
+    "BaseDifference",
     "CalibrationError",
+    "CalibrationMetadata",
+    "CameraDifference",
     "CameraParameters",
     "CameraParametersSet",
     "CameraView",
+    "Check",
+    "DistanceDifference",
     "FieldsOfView",
+    "Finding",
+    "Findings",
+    "HeadPoseDifference",
     "ImageCoverage",
+    "ImageDifference",
     "Intrinsics",
+    "LoadReport",
     "NoSolutionError",
+    "PixelDifference",
     "PointStatus",
     "Pose",
+    "PoseDifference",
+    "PtzDifference",
     "Ray",
     "RectificationJacobian",
     "RectifiedView",
+    "RobotDifference",
+    "ValueChange",
     "ViewJacobian",
+    "ZoomDifference",
+    "adjust_calibration",
+    "checks",
+    "diff",
+    "load_report",
     "project",
     "rectify",
     "set_log_level",
+    "validate",
+    "was_adjusted_by",
 ]
 
 # Where doctest, pickle and readers look for them.
