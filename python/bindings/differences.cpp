@@ -208,11 +208,16 @@ Answer compare(const Source& a, const Source& b, const DiffOptions& options) {
   return answer(diffAs<calibration::BaseCalibrationProto>(a, b, options, &problem));
 }
 
+std::variant<Source, PlacedFinding> readWhole(const SourceArgument& argument) {
+  if (!argument.is_object && argument.data.empty()) return parseFinding("", "is empty");
+  return argument.read();
+}
+
 Answer read(const SourceArgument& argument_a, const SourceArgument& argument_b,
             const DiffOptions& options) {
-  auto a = argument_a.read();
+  auto a = readWhole(argument_a);
   if (const auto* problem = std::get_if<PlacedFinding>(&a)) return Objection{"a", *problem};
-  auto b = argument_b.read();
+  auto b = readWhole(argument_b);
   if (const auto* problem = std::get_if<PlacedFinding>(&b)) return Objection{"b", *problem};
   const Source& source_a = std::get<Source>(a);
   const Source& source_b = std::get<Source>(b);

@@ -56,6 +56,15 @@ std::vector<std::string> namesIn(const Source& source) {
   return names;
 }
 
+/// Why loads refuse what has no error: that there is nothing to load.
+std::optional<PlacedFinding> findNothing(const Source& source) {
+  if (source.message->ByteSizeLong() == 0) return parseFinding("", "is empty");
+  if (source.kind == Kind::kRobot && namesIn(source).empty()) {
+    return parseFinding("", "holds no camera");
+  }
+  return std::nullopt;
+}
+
 Review reviewOf(const SourceArgument& argument) {
   auto read = argument.read();
   if (const auto* problem = std::get_if<PlacedFinding>(&read)) {
@@ -64,7 +73,8 @@ Review reviewOf(const SourceArgument& argument) {
   const Source& source = std::get<Source>(read);
   Review review = {source.kind, std::nullopt, namesIn(source), reviewSource(source), {}};
   if (!argument.is_object) review.format = source.format;
-  review.problem = findSourceProblem(source);
+  review.problem = findNothing(source);
+  if (!review.problem) review.problem = findSourceProblem(source);
   return review;
 }
 

@@ -3,6 +3,7 @@
 Units are metres, radians and pixels from the image's corner; frames and formulas are those of docs/conventions.md.
 """
 
+from camera_parameters import _html
 from camera_parameters._errors import CalibrationError, NoSolutionError
 from camera_parameters._core import CameraParameters, CameraParametersSet, Intrinsics, Pose, project, rectify
 from camera_parameters._core import CameraView, FieldsOfView, ImageCoverage, Ray, RectificationJacobian
@@ -62,4 +63,6 @@ __all__ = [
 # Where doctest, pickle and readers look for them.
 for _name in __all__:
     globals()[_name].__module__ = __name__
+_html.install({CameraParameters: _html.camera, CameraParametersSet: _html.camera_set, Intrinsics: _html.intrinsics,
+               Pose: _html.pose, BaseCalibrationData: _html.base})
 _install()

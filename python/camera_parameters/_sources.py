@@ -53,5 +53,5 @@ def size_of(size, name):
 
 def error(problem, path, name=None):
     """A CalibrationError of a finding; `name` is that of an argument which is no file."""
-    text = problem["text"] if path is not None or name is None else f"{name}: {problem['text']}"
+    text = problem["text"] if path is not None or name is None else f"{problem['text']} (in {name})"
     return CalibrationError(text, path, problem["line"], problem["column"], problem["field"])
