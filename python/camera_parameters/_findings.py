@@ -136,7 +136,7 @@ def checks():
 
 
 def load_report(source, *, kind=None):
-    """What loading a calibration finds in it: its kind and format, its cameras, what keeps it from loading, what is doubtful.
+    """What loading a calibration finds in it: kind, format, cameras, what keeps it from loading, what is doubtful.
 
     `source` and `kind` are those of `validate`. Nothing is loaded and nothing is logged. Raises OSError where a file
     cannot be read; what is in it raises nothing. Takes a review, several times as long as a load.
