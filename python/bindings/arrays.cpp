@@ -20,7 +20,7 @@ std::string describeShape(const Shape& shape) {
 }
 
 /// NumPy would convert complex numbers by dropping a half of them, and take bools for numbers.
-py::array takeNumbers(const py::handle& object, const char* name) {
+py::array requireNumbers(const py::handle& object, const char* name) {
   if (object.is_none()) throw py::type_error(std::string(name) + ": expected numbers, got None");
   PyObject* made =
       py::detail::npy_api::get().PyArray_FromAny_(object.ptr(), nullptr, 0, 0, 0, nullptr);
@@ -49,8 +49,13 @@ py::array_t<T> convert(const py::array& array) {
 }  // namespace
 
 template <class T>
+py::array_t<T> takeNumbers(const py::handle& object, const char* name) {
+  return convert<T>(requireNumbers(object, name));
+}
+
+template <class T>
 Points<T> takePoints(const py::handle& object, const char* name, py::ssize_t coordinates) {
-  const py::array array = takeNumbers(object, name);
+  const py::array array = requireNumbers(object, name);
   Shape leading = shapeOf(array);
   if (leading.empty() || leading.back() != coordinates) {
     throw py::value_error(std::string(name) + ": expected shape (..., " +
@@ -64,7 +69,7 @@ Points<T> takePoints(const py::handle& object, const char* name, py::ssize_t coo
 
 template <class T>
 py::array_t<T> takeArray(const py::handle& object, const char* name, const Shape& shape) {
-  const py::array array = takeNumbers(object, name);
+  const py::array array = requireNumbers(object, name);
   if (shapeOf(array) != shape) {
     throw py::value_error(std::string(name) + ": expected shape " + describeShape(shape) +
                           ", got " + describeShape(shapeOf(array)));
@@ -104,6 +109,7 @@ Shape withAxes(Shape leading, std::initializer_list<py::ssize_t> axes) {
   return leading;
 }
 
+template py::array_t<double> takeNumbers(const py::handle&, const char*);
 template Points<float> takePoints(const py::handle&, const char*, py::ssize_t);
 template Points<double> takePoints(const py::handle&, const char*, py::ssize_t);
 template py::array_t<float> takeArray(const py::handle&, const char*, const Shape&);

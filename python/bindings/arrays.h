@@ -31,6 +31,10 @@ struct Points {
 template <class T>
 Points<T> takePoints(const py::handle& object, const char* name, py::ssize_t coordinates);
 
+/// What NumPy makes of `object`, in whatever shape.
+template <class T>
+py::array_t<T> takeNumbers(const py::handle& object, const char* name);
+
 /// What NumPy makes of `object`, in the shape that is asked for.
 template <class T>
 py::array_t<T> takeArray(const py::handle& object, const char* name,

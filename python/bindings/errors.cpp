@@ -53,9 +53,9 @@ void throwCalibrationError(const std::string& text, const std::string& field) {
   raise(type, type(toText(text), py::none(), py::none(), py::none(), orNone(field)));
 }
 
-void throwNoSolution(const std::string& text) {
+void throwNoSolution(const std::string& text, const std::string& reason) {
   const py::object type = errorClass("NoSolutionError");
-  raise(type, type(toText(text)));
+  raise(type, type(toText(text), orNone(reason)));
 }
 
 }  // namespace norv::python

@@ -27,7 +27,7 @@ pybind11::str toText(const std::string& bytes);
 /// Throws CalibrationError about a field, or about nothing in particular where it is empty.
 [[noreturn]] void throwCalibrationError(const std::string& text, const std::string& field = "");
 
-/// Throws NoSolutionError.
-[[noreturn]] void throwNoSolution(const std::string& text);
+/// Throws NoSolutionError; `reason` is the word for programs, such as "out-of-reach".
+[[noreturn]] void throwNoSolution(const std::string& text, const std::string& reason);
 
 }  // namespace norv::python

@@ -4,6 +4,7 @@
 #include "python/bindings/camera_values.h"
 #include "python/bindings/cameras.h"
 #include "python/bindings/data.h"
+#include "python/bindings/heads.h"
 #include "python/bindings/log_sink.h"
 #include "python/bindings/point_functions.h"
 #include "python/bindings/views.h"
@@ -22,4 +23,9 @@ PYBIND11_MODULE(_core, module) {
   python::bindAdjusting(module);
   python::bindFindings(module);
   python::bindDifferences(module);
+  python::bindPtzCameraModel(module);
+  python::bindPtzPositions(module);
+  python::bindZoomTable(module);
+  python::bindPtzConfiguration(module);
+  python::bindHeadGeometry(module);
 }

@@ -5,6 +5,8 @@
 
 #include <pybind11/pybind11.h>
 
+#include <array>
+
 #include <cstddef>
 
 namespace norv::python {
@@ -35,5 +37,16 @@ auto withoutLock(const Action& action) {
   const pybind11::gil_scoped_release released;
   return action();
 }
+
+/// A whole number of motor steps. Throws TypeError for what is no whole number (a float is none,
+/// and a bool is meant otherwise) and ValueError beyond the range of int; both name the argument.
+int takeSteps(const pybind11::handle& object, const char* name);
+
+/// Pan, tilt and zoom: a sequence of three whole numbers.
+std::array<int, 3> takeMotors(const pybind11::handle& object, const char* name);
+
+/// A real number. Throws TypeError for what is none and ValueError for whole numbers beyond the
+/// range of double; NaN and infinity are numbers.
+double takeNumber(const pybind11::handle& object, const char* name);
 
 }  // namespace norv::python

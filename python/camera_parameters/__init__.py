@@ -13,6 +13,8 @@ from camera_parameters._differences import BaseDifference, CameraDifference, Dis
 from camera_parameters._differences import ImageDifference, PixelDifference, PoseDifference, PtzDifference
 from camera_parameters._differences import RobotDifference, ValueChange, ZoomDifference, diff
 from camera_parameters._findings import Check, Finding, Findings, LoadReport, checks, load_report, validate
+from camera_parameters._core import BlindCones, HeadGeometry, PTZCameraModel, PTZCameraModelConfiguration
+from camera_parameters._core import PTZIntrinsicsTable
 from camera_parameters._logging import install as _install, set_log_level
 from camera_parameters._metadata import CalibrationMetadata
 from camera_parameters._statuses import PointStatus
@@ -20,6 +22,7 @@ from camera_parameters._statuses import PointStatus
 __all__ = [
     "BaseCalibrationData",
     "BaseDifference",
+    "BlindCones",
     "CalibrationError",
     "CalibrationMetadata",
     "CameraDifference",
@@ -31,12 +34,16 @@ __all__ = [
     "FieldsOfView",
     "Finding",
     "Findings",
+    "HeadGeometry",
     "HeadPoseDifference",
     "ImageCoverage",
     "ImageDifference",
     "Intrinsics",
     "LoadReport",
     "NoSolutionError",
+    "PTZCameraModel",
+    "PTZCameraModelConfiguration",
+    "PTZIntrinsicsTable",
     "PixelDifference",
     "PointStatus",
     "Pose",

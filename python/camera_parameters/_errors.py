@@ -30,4 +30,22 @@ class CalibrationError(ValueError):
 
 
 class NoSolutionError(CalibrationError):
-    """No position of the motors does what was asked for."""
+    """No position of the motors does what was asked for.
+
+    `reason` says why, as a word for programs that stays: "no-ray", "out-of-reach", "limited" and the like.
+
+    >>> import camera_parameters as cp
+    >>> now = cp.PTZCameraModel.from_file("calibration/example_ptz_cal.txt").configuration(pan=0, tilt=0, zoom=11000)
+    >>> try:
+    ...     now.get_pan_tilt(pixel=(960, 540))
+    ... except cp.NoSolutionError as error:
+    ...     error.reason, error.text
+    ('no-ray', 'no ray reaches pixel 960,540')
+    """
+
+    def __init__(self, text, reason=None):
+        super().__init__(text)
+        self.reason = reason
+
+    def __reduce__(self):
+        return type(self), (self.text, self.reason)
