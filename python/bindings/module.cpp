@@ -1,11 +1,13 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include "python/bindings/aiming.h"
 #include "python/bindings/camera_values.h"
 #include "python/bindings/cameras.h"
 #include "python/bindings/data.h"
 #include "python/bindings/heads.h"
 #include "python/bindings/log_sink.h"
+#include "python/bindings/pan_tilt_heads.h"
 #include "python/bindings/point_functions.h"
 #include "python/bindings/views.h"
 
@@ -28,4 +30,10 @@ PYBIND11_MODULE(_core, module) {
   python::bindZoomTable(module);
   python::bindPtzConfiguration(module);
   python::bindHeadGeometry(module);
+  python::bindPanTiltAnswers(module);
+  python::bindPanTiltModel(module);
+  python::bindAimAnswers(module);
+  python::bindAiming(module);
+  python::bindTracking(module);
+  python::bindPtzCoverage(module);
 }

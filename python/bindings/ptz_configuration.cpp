@@ -139,6 +139,14 @@ std::string describe(const Configuration& camera) {
       camera.getPan(), camera.getTilt(), camera.getZoom(), camera.getIntrinsics()(0, 0));
 }
 
+Configuration configurationOfState(const py::tuple& state) {
+  if (state.size() != 4 || !py::isinstance<Head>(state[0])) {
+    throw py::value_error("state: expected (model, pan, tilt, zoom)");
+  }
+  return {state[0].cast<Head>().model, takeSteps(py::object(state[1]), "pan"),
+          takeSteps(py::object(state[2]), "tilt"), takeSteps(py::object(state[3]), "zoom")};
+}
+
 using Class = py::class_<Configuration>;
 
 void bindNumbers(Class* camera) {
@@ -172,10 +180,7 @@ void bindNumbers(Class* camera) {
           [](const Configuration& c) {
             return py::make_tuple(Head{c.getModel()}, c.getPan(), c.getTilt(), c.getZoom());
           },
-          [](const py::tuple& state) {
-            return Configuration(state[0].cast<Head>().model, state[1].cast<int>(),
-                                 state[2].cast<int>(), state[3].cast<int>());
-          }))
+          &configurationOfState))
       .def("__repr__", &describe);
 }
 

@@ -14,12 +14,16 @@ from camera_parameters._differences import ImageDifference, PixelDifference, Pos
 from camera_parameters._differences import RobotDifference, ValueChange, ZoomDifference, diff
 from camera_parameters._findings import Check, Finding, Findings, LoadReport, checks, load_report, validate
 from camera_parameters._core import BlindCones, HeadGeometry, PTZCameraModel, PTZCameraModelConfiguration
-from camera_parameters._core import PTZIntrinsicsTable
+from camera_parameters._core import PTZIntrinsicsTable, PanTiltModel, PanTiltRoot, PanTiltRoots, PanTiltSolution
+from camera_parameters._core import Aim, AimPosition, AimTrack, PtzCoverage
 from camera_parameters._logging import install as _install, set_log_level
 from camera_parameters._metadata import CalibrationMetadata
 from camera_parameters._statuses import PointStatus
 
 __all__ = [
+    "Aim",
+    "AimPosition",
+    "AimTrack",
     "BaseCalibrationData",
     "BaseDifference",
     "BlindCones",
@@ -44,10 +48,15 @@ __all__ = [
     "PTZCameraModel",
     "PTZCameraModelConfiguration",
     "PTZIntrinsicsTable",
+    "PanTiltModel",
+    "PanTiltRoot",
+    "PanTiltRoots",
+    "PanTiltSolution",
     "PixelDifference",
     "PointStatus",
     "Pose",
     "PoseDifference",
+    "PtzCoverage",
     "PtzDifference",
     "Ray",
     "RectificationJacobian",
