@@ -36,6 +36,9 @@ file(GLOB documents RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS
 foreach(document IN LISTS documents ITEMS benchmarks/README.md fuzz/README.md)
   camera_parameters_install_document("${document}")
 endforeach()
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/images"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs"
+  COMPONENT development)
 install(FILES "${PROJECT_SOURCE_DIR}/docs/json/camera-parameters.schema.json"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs/json"
   COMPONENT development)

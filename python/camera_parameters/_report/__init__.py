@@ -1,0 +1,1 @@
+"""The parts of the report: what `camera_parameters.report` puts together."""

@@ -1,0 +1,45 @@
+"""From calibrations to the page."""
+
+from camera_parameters._errors import CalibrationError
+from camera_parameters._report import bases, cameras, differences, heads, page, sources
+
+WORDS = {"robot": "fixed cameras", "ptz": "a pan-tilt-zoom camera", "base": "a mobile base"}
+
+
+def sections_of(source):
+    """The sections of a calibration by its kind: (id, title, markup)."""
+    if source.kind == "robot":
+        return cameras.sections(source)
+    return heads.sections(source) if source.kind == "ptz" else [("base", "The base", bases.section(source))]
+
+
+def summary_of(source):
+    """What a calibration is, in a few words."""
+    if source.kind == "robot":
+        count = len(source.model.names)
+        return f"{count} camera" + ("s" if count != 1 else "")
+    return heads.summary(source) if source.kind == "ptz" else "a mobile base"
+
+
+def make_report(first, second=None):
+    """The page about a calibration as text in HTML, for a browser; with a second one also what that one changes.
+
+    `first` and `second` are paths, of files in binary, text or JSON format, or a `CameraParametersSet`, `PTZCameraModel`
+    or `BaseCalibrationData`. Raises CalibrationError where a file does not load or the two are of different kinds,
+    OSError where one cannot be read, TypeError for what is no calibration.
+
+    >>> import camera_parameters as cp
+    >>> from camera_parameters.report import make_report
+    >>> page = make_report(cp.CameraParametersSet())
+    >>> "head_camera" in page
+    True
+    """
+    source = sources.open_source(first)
+    sections = sections_of(source)
+    other = None
+    if second is not None:
+        other = sources.open_source(second)
+        if other.kind != source.kind:
+            raise CalibrationError(f"{other.name} is of {WORDS[other.kind]}, {source.name} of {WORDS[source.kind]}")
+        sections.append(("differences", "Differences", differences.section(source, other)))
+    return str(page.frame(source, other, summary_of(source), sections))

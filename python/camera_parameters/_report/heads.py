@@ -1,0 +1,137 @@
+"""The sections of a pan-tilt-zoom camera."""
+
+import math
+
+import numpy as np
+
+from camera_parameters._report import head_figures, head_reach, head_scene, lens_figure, numbers, scene_figure, tables
+from camera_parameters._report.cameras import key
+from camera_parameters._report.markup import element, join
+
+MOST_SAMPLES = 100
+
+
+def unknown(value):
+    """A number that the calibration may not state."""
+    return "not stated" if value is None else value
+
+
+def chain_section(head, pan_tilt):
+    """The chain: how it stands, its poses and motors."""
+    scene = head_scene.build(head, pan_tilt)
+    drawing = element("p", "Not drawn: the head's poses or the lens are not finite.", class_="note")
+    if scene is not None:
+        legend = element("ul", key("turn c1", "pan axis"), key("turn c2", "tilt axis"),
+                         key("sweep c1", "the optical axis as pan turns"), key("sweep c2", "as tilt turns"),
+                         key("joint", "chain from the base to the camera"), key("cone", "blind cone"), class_="legend")
+        drawing = join([scene_figure.figure(scene, "The pan-tilt head at its home"), legend])
+    poses = [tables.matrix_table(title, head_scene.pose_matrix(pan_tilt.get(name))[:3], f"head-{name}")
+             for name, title in (("base_to_pan", "Pan joint from base, metres"),
+                                 ("pan_to_tilt", "Tilt joint from pan joint, metres"),
+                                 ("tilt_to_camera", "Camera from tilt joint, metres"))]
+    return element("section", element("h2", "The head"), drawing, motors_table(head, pan_tilt), geometry_table(head),
+                   element("div", *poses, class_="figures"), id="head")
+
+
+def motors_table(head, pan_tilt):
+    """Scale, zero, range and home of both motors."""
+    rows = []
+    for index, motor in enumerate(("pan", "tilt")):
+        low, high = (head.pan_range, head.tilt_range)[index]
+        home = head.home[index] if head.home else None
+        rows.append((motor, unknown(pan_tilt.get(f"{motor}_scale")), unknown(pan_tilt.get(f"{motor}_offset")),
+                     unknown(low), unknown(high), unknown(home)))
+    return tables.frame("Motors", tables.table_of(
+        ("motor", "radians a step", "zero, steps", "lowest, steps", "highest, steps", "home, steps"), rows,
+        "head-motors"), "head-motors")
+
+
+def geometry_table(head):
+    """The head, measured at zero tilt."""
+    geometry, cones = head.geometry, head.blind_cones
+    rows = [("azimuth of the optical axis, degrees", math.degrees(geometry.azimuth)),
+            ("elevation of the optical axis, degrees", math.degrees(geometry.elevation)),
+            ("optical axis from the pan axis, mm", 1000 * geometry.axis_gap),
+            ("tilt axis from square, degrees", math.degrees(geometry.tilt_axis_error)),
+            ("blind cone about pan's z, degrees", math.degrees(cones.upper)),
+            ("blind cone about the opposite, degrees", math.degrees(cones.lower))]
+    return tables.frame("Measured at zero tilt", tables.table_of(("", "value"), rows, "head-geometry"), "head-geometry")
+
+
+def home_direction(head):
+    """Where the optical axis points at home: azimuth and elevation in the base, radians; None without a lens."""
+    zoom = head_scene.zoom_of(head)
+    if zoom is None:
+        return None
+    pose = head.configuration(*head_scene.home_of(head), zoom).pose
+    x, y, z = np.asarray(pose.robot_from_camera, float)[:3, 2]
+    return (math.atan2(y, x), math.atan2(z, math.hypot(x, y))) if math.isfinite(x + y + z) else None
+
+
+def reach_section(head, pan_tilt):
+    """The map of the directions of the optical axis."""
+    spans = head_reach.reach(head, pan_tilt)
+    drawing = head_figures.reach_map(spans, home_direction(head))
+    words = "directions that the optical axis can have within the range of the motors"
+    legend = element("ul", key("reach", words),
+                     element("li", "\u25cb the optical axis at home"), class_="legend")
+    why = "No direction is known: the poses of the head are not finite."
+    nothing = None if spans else element("p", why, class_="note")
+    figure = element("figure", drawing, element("figcaption", legend, nothing), class_="narrow")
+    return element("section", element("h2", "Reach"), figure, id="reach")
+
+
+def zoom_section(head):
+    """Focal length, field of view and lens over the zoom."""
+    if head.zoom_range is None:
+        return element("section", element("h2", "Zoom"), element(
+            "p", "There is no zoom position with a lens within the range of the motor.", class_="note"),
+            samples_table(head), id="zoom")
+    first, second = head_figures.zoom_charts(head)
+    ends = [lens_block(head, zoom, what) for zoom, what in zip(head.zoom_range, ("widest", "longest"))]
+    names = element("ul", key("curve c0", "across"), key("curve c1", "down"), key("curve c2", "diagonal"),
+                    class_="legend")
+    return element("section", element("h2", "Zoom"),
+                   element("div", element("figure", element("h3", "Focal length"), first),
+                           element("figure", element("h3", "Field of view"), second, element("figcaption", names)),
+                           *ends, class_="figures"), samples_table(head), id="zoom")
+
+
+def lens_block(head, zoom, what):
+    """The distortion at one zoom position."""
+    view = head.configuration(0, 0, zoom).view()
+    if view is None:
+        return None
+    intrinsics = head.configuration(0, 0, zoom).intrinsics
+    drawing, factor = lens_figure.drawing(intrinsics, view.valid_radius)
+    words = f"The lens moves what a pixel shows by up to {numbers.short(lens_figure.extremes(intrinsics)[0], 4)} px."
+    if factor > 1:
+        words += f" Arrows are drawn {factor} times as long as they are."
+    return element("figure", element("h3", f"Distortion, {what}: zoom {numbers.short(zoom)}"), drawing,
+                   element("figcaption", words))
+
+
+def samples_table(head):
+    """The lens at the samples of the zoom."""
+    table = head.intrinsics
+    columns = (table.focal_length, *np.asarray(table.principal_point, float).reshape(-1, 2).T, table.k1, table.k4,
+               table.p1, table.p2)
+    rows = [(numbers.full(float(table.zoom[index])).removesuffix(".0"), *(np.float64(column[index]) for column in columns))
+            for index in range(min(len(table), MOST_SAMPLES))]
+    rest = len(table) - MOST_SAMPLES
+    more = element("p", f"and {rest} more samples", class_="note") if rest > 0 else None
+    return join([tables.frame("Samples", tables.table_of(
+        ("zoom", "focal length", "cx", "cy", "k1", "k4", "p1", "p2"), rows, "zoom-samples"), "zoom-samples"), more])
+
+
+def sections(source):
+    """The sections of a pan-tilt-zoom camera: (id, title, markup)."""
+    head, pan_tilt = source.model, source.message.get("pan_tilt", {})
+    return [("head", "The head", chain_section(head, pan_tilt)), ("reach", "Reach", reach_section(head, pan_tilt)),
+            ("zoom", "Zoom", zoom_section(head))]
+
+
+def summary(source):
+    """What the page says of it at the top."""
+    width, height = source.model.image_size
+    return f"{width} \u00d7 {height}, {len(source.model.intrinsics)} zoom samples"

@@ -1,0 +1,61 @@
+"""What a report is about: a calibration, where it came from, and what a review finds in it."""
+
+import dataclasses
+import json
+import os
+
+import camera_parameters as cp
+
+KINDS = {"robot": cp.CameraParametersSet, "ptz": cp.PTZCameraModel, "base": cp.BaseCalibrationData}
+
+
+@dataclasses.dataclass
+class Source:
+    """A calibration of one of three kinds: `model` is its object, `message` its fields, `findings` those of a review.
+    `name` is that of its file, without the folder."""
+
+    name: str
+    kind: str
+    model: object
+    message: dict
+    findings: list
+
+
+def error_of(problem, path):
+    """A finding of the check `parse` as the error that loading raises."""
+    return cp.CalibrationError(problem.text, path, problem.line, problem.column, problem.field)
+
+
+def of_data(data, name, path=None):
+    """The source of a file's contents, in any of the formats that the command-line tool reads."""
+    report = cp.load_report(data)
+    if report.problem is not None:
+        raise error_of(report.problem, path)
+    type_ = KINDS[report.kind]
+    model = type_.from_dict(json.loads(data)) if report.format == "json" else type_.from_bytes(data)
+    return Source(name, report.kind, model, model.to_dict(), list(report.findings))
+
+
+def of_object(model):
+    """The source of an object of the library."""
+    for kind, type_ in KINDS.items():
+        if isinstance(model, type_):
+            return Source("calibration", kind, model, model.to_dict(), list(cp.validate(model)))
+    raise TypeError(f"expected a path or a calibration, got {type(model).__name__}")
+
+
+def open_source(what):
+    """The source of a path or of an object.
+
+    >>> import camera_parameters as cp
+    >>> from camera_parameters._report.sources import open_source
+    >>> open_source("calibration/example_ptz_cal.txt").kind
+    'ptz'
+    """
+    if isinstance(what, Source):
+        return what
+    if not isinstance(what, (str, os.PathLike)):
+        return of_object(what)
+    path = os.fsdecode(what)
+    with open(path, "rb") as file:
+        return of_data(file.read(), os.path.basename(path), path)
