@@ -140,7 +140,7 @@ void bindAimAnswers(py::module_& module) {
       .def_property_readonly(
           "reason",
           [](const AimAnswer& answer) {
-            return obstacleOf(answer, [](const Obstacle& o) { return std::string(o.word); });
+            return obstacleOf(answer, [](const Obstacle& o) { return o.word; });
           },
           "Why it does not: \"limited\", \"missed\", \"not-whole\", \"not-inside\"; else None.")
       .def_property_readonly(
@@ -152,6 +152,7 @@ void bindAimAnswers(py::module_& module) {
       .def_property_readonly(
           "tolerance_pixels", [](const AimAnswer& answer) { return answer.verdict.tolerance; },
           "How far from its place the target may land, pixels.")
+      .def(py::pickle([](const AimAnswer& answer) { return stateOf(answer); }, &answerOfState))
       .def("__repr__", &describeAnswer);
 }
 

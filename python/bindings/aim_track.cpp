@@ -2,7 +2,7 @@
 #include <pybind11/stl.h>
 
 #include <cstddef>
-#include <limits>
+#include <string>
 #include <vector>
 
 #include "python/bindings/aiming.h"
@@ -24,7 +24,7 @@ struct AimTrack {
   py::array_t<double> miss;
   py::array_t<bool> is_limited;  ///< false where there is none
   py::array_t<bool> reached;
-  std::vector<const char*> reasons;  ///< null where it was reached
+  std::vector<std::string> reasons;  ///< empty where it was reached
 };
 
 struct Rows {
@@ -44,7 +44,7 @@ AimTrack emptyTrack(std::size_t count) {
           py::array_t<double>(column),
           py::array_t<bool>(column),
           py::array_t<bool>(column),
-          std::vector<const char*>(count, nullptr)};
+          std::vector<std::string>(count)};
 }
 
 void writeRow(std::size_t i, const MotorPositions& motors, const AimPosition* position,
@@ -90,21 +90,58 @@ AimTrack trackOf(const Head& head, const py::object& points, const py::object& a
   return track;
 }
 
+py::tuple stateOfTrack(const AimTrack& track) {
+  return py::make_tuple(track.motors, track.lands, track.miss, track.is_limited, track.reached,
+                        track.reasons);
+}
+
+/// One of the state's arrays, as `stateOfTrack` has it.
+template <class T>
+py::array_t<T> arrayOf(const py::handle& object, const std::vector<py::ssize_t>& shape) {
+  const bool is_array = py::isinstance<py::array_t<T>>(object);
+  if (is_array) {
+    auto array = py::reinterpret_borrow<py::array_t<T>>(object);
+    if (std::vector<py::ssize_t>(array.shape(), array.shape() + array.ndim()) == shape) {
+      return array;
+    }
+  }
+  throw py::value_error("state: is none of an AimTrack");
+}
+
+AimTrack trackOfState(const py::tuple& state) {
+  if (state.size() != 6 || !py::isinstance<py::list>(state[5])) {
+    throw py::value_error("state: is none of an AimTrack");
+  }
+  std::vector<std::string> reasons;
+  for (const py::handle word : py::reinterpret_borrow<py::list>(state[5])) {
+    if (!py::isinstance<py::str>(word)) throw py::value_error("state: is none of an AimTrack");
+    reasons.push_back(word.cast<std::string>());
+  }
+  const auto n = static_cast<py::ssize_t>(reasons.size());
+  return {reasons.size(),
+          arrayOf<int>(state[0], {n, 3}),
+          arrayOf<double>(state[1], {n, 2}),
+          arrayOf<double>(state[2], {n}),
+          arrayOf<bool>(state[3], {n}),
+          arrayOf<bool>(state[4], {n}),
+          reasons};
+}
+
 py::object column(const AimTrack& track, int index) {
   return track.motors[py::make_tuple(py::ellipsis(), index)];
 }
 
 py::list reasonsOf(const AimTrack& track) {
   py::list reasons;
-  for (const char* word : track.reasons) {
-    reasons.append(word == nullptr ? py::object(py::none()) : py::object(py::str(word)));
+  for (const std::string& word : track.reasons) {
+    reasons.append(word.empty() ? py::object(py::none()) : py::object(py::str(word)));
   }
   return reasons;
 }
 
 std::string describe(const AimTrack& track) {
   std::size_t reached = 0;
-  for (const char* word : track.reasons) reached += word == nullptr ? 1 : 0;
+  for (const std::string& word : track.reasons) reached += word.empty() ? 1U : 0U;
   return fmt::format("AimTrack({} points, {} reached)", track.count, reached);
 }
 
@@ -151,6 +188,7 @@ AimTrack(2 points, 2 reached)
                     "Whether the end of a motor's range binds it: (N,).")
       .def_readonly("reached", &AimTrack::reached, "Whether the head does what was asked: (N,).")
       .def_property_readonly("reason", &reasonsOf, "Why it does not, as of Aim; else None: a list.")
+      .def(py::pickle(&stateOfTrack, &trackOfState))
       .def("__len__", [](const AimTrack& t) { return t.count; })
       .def("__repr__", &describe);
   py::reinterpret_borrow<py::class_<Head>>(module.attr("PTZCameraModel"))

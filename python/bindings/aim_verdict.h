@@ -12,7 +12,7 @@ namespace norv::python {
 
 /// Why what was asked for is not reached.
 struct Obstacle {
-  const char* word;      ///< for programs: "out-of-reach"
+  std::string word;      ///< for programs: "out-of-reach"
   std::string sentence;  ///< for people
 };
 

@@ -16,6 +16,10 @@ struct AimAnswer {
   Verdict verdict;
 };
 
+/// An answer as plain objects of Python, and back. Throws ValueError for a state that is none.
+py::tuple stateOf(const AimAnswer& answer);
+AimAnswer answerOfState(const py::tuple& state);
+
 /// The classes Aim and AimPosition.
 void bindAimAnswers(py::module_& module);
 /// `aim` of models and configurations.

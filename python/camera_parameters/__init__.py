@@ -3,7 +3,7 @@
 Units are metres, radians and pixels from the image's corner; frames and formulas are those of docs/conventions.md.
 """
 
-from camera_parameters import _html
+from camera_parameters import _html, _html_heads
 from camera_parameters._errors import CalibrationError, NoSolutionError
 from camera_parameters._core import CameraParameters, CameraParametersSet, Intrinsics, Pose, project, rectify
 from camera_parameters._core import CameraView, FieldsOfView, ImageCoverage, Ray, RectificationJacobian
@@ -80,5 +80,6 @@ __all__ = [
 for _name in __all__:
     globals()[_name].__module__ = __name__
 _html.install({CameraParameters: _html.camera, CameraParametersSet: _html.camera_set, Intrinsics: _html.intrinsics,
-               Pose: _html.pose, BaseCalibrationData: _html.base})
+               Pose: _html.pose, BaseCalibrationData: _html.base, Aim: _html_heads.aim,
+               AimPosition: _html_heads.position, PTZCameraModel: _html_heads.camera})
 _install()

@@ -1,0 +1,40 @@
+"""Pan-tilt-zoom cameras and answers of aiming as small tables for notebooks."""
+
+from camera_parameters._html import size, table, text, vector
+
+_POSITION_COLUMNS = ["pan", "tilt", "zoom", "lands", "miss, px", "travel", "bound", "whole", "inside", "upright"]
+
+
+def aim(answer):
+    """An answer: what it is worth, and each position."""
+    verdict = "reached" if answer.reached else f"not reached: {answer.note}"
+    return table(f"Aim, {verdict}", _POSITION_COLUMNS, [_position_row(position) for position in answer])
+
+
+def position(one):
+    """One position."""
+    return table("AimPosition", _POSITION_COLUMNS, [_position_row(one)])
+
+
+def _position_row(one):
+    bounds = {"pan": one.pan_bound, "tilt": one.tilt_bound, "zoom": one.zoom_bound}
+    bound = ", ".join(f"{motor} {end}" for motor, end in bounds.items() if end)
+    flags = ["yes" if flag else "no" for flag in (one.is_whole, one.is_inside, one.is_upright)]
+    return [*map(text, one.motors), vector(one.lands), text(one.miss, 3), vector(one.travel), text(bound), *flags]
+
+
+def camera(one):
+    """A calibration: sizes, ranges and the lens at its samples."""
+    ranges = [["picture", size(one.image_size)], ["pan, steps", _range(one.pan_range)],
+              ["tilt, steps", _range(one.tilt_range)], ["zoom with a lens, steps", _range(one.zoom_range)]]
+    lens = one.intrinsics
+    columns = (lens.zoom, lens.focal_length, lens.k1, lens.k4, lens.p1, lens.p2)
+    rows = [[text(float(value)) for value in row] for row in zip(*columns)]
+    return (table("PTZCameraModel", ["", ""], ranges)
+            + table("samples", ["zoom", "focal length, px", "k1", "k4", "p1", "p2"], rows))
+
+
+def _range(ends):
+    if ends is None:
+        return "none"
+    return " to ".join("any" if end is None else text(end) for end in ends)
