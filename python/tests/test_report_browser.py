@@ -268,6 +268,15 @@ def test_paper_has_the_drawings_and_no_controls(open_page, name):
     colours = driver.execute_script("return [getComputedStyle(document.body).backgroundColor,"
                                     "getComputedStyle(document.body).color]")
     assert colours == ["rgb(255, 255, 255)", "rgb(27, 32, 38)"]
+    # A page of A4 between its margins.
+    browser.resize(driver, 680, 900)
+    driver.execute_script("dispatchEvent(new Event('beforeprint'))")
+    assert driver.execute_script("return Array.from(document.querySelectorAll('details')).every(e => e.open)")
+    wide = driver.execute_script("""
+        return Array.from(document.querySelectorAll('table, figure, svg.plot')).filter(e =>
+          e.getBoundingClientRect().right > e.closest('.table, .figures, section').getBoundingClientRect().right + 1
+        ).map(e => (e.id || e.outerHTML.slice(0, 80)) + ' ' + e.getBoundingClientRect().width);""")
+    assert wide == []
     paper = driver.execute_cdp_cmd("Page.printToPDF", {"paperWidth": 8.27, "paperHeight": 11.69})
     assert len(paper["data"]) > 20_000
     driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": ""})

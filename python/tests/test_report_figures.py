@@ -6,7 +6,7 @@ import re
 import camera_parameters as cp
 import numpy as np
 import pytest
-from camera_parameters._report import head_figures, head_reach, head_scene
+from camera_parameters._report import head_figures, head_scene
 from camera_parameters.report import make_report
 
 from calibrations import HEAD, PTZ
@@ -92,9 +92,9 @@ def test_the_map_of_reach_ends_where_the_motors_do(ptz_page):
     right, bottom = head_figures.map_place(math.pi, -math.pi / 2)
     azimuths = (path[:, 0] - left) / (right - left) * 360 - 180
     elevations = 90 - (path[:, 1] - top) / (bottom - top) * 180
-    # 170 degrees to either side, in parts of 2 degrees, from 30 degrees down to the zenith.
+    # 170 degrees to either side, in parts of 2 degrees, from 30 degrees down to the zenith; arms of 0.03 m count at 10 m.
     assert azimuths.min() == pytest.approx(-170, abs=2.1) and azimuths.max() == pytest.approx(170, abs=2.1)
-    assert elevations.min() == pytest.approx(-30, abs=0.1) and elevations.max() == pytest.approx(90, abs=0.1)
+    assert elevations.min() == pytest.approx(-30, abs=0.4) and elevations.max() == pytest.approx(90, abs=0.4)
 
 
 def turned_head(generator):
@@ -109,29 +109,21 @@ def turned_head(generator):
     return cp.PTZCameraModel.from_dict(message)
 
 
-def test_the_map_of_reach_has_the_optical_axis_wherever_the_motors_stand():
+def test_every_direction_on_the_map_can_be_centred_and_no_other():
     generator = np.random.default_rng(3)
-    for _ in range(5):
+    for _ in range(4):
         head = turned_head(generator)
-        spans = head_reach.reach(head, head.to_dict()["pan_tilt"])
-        shown = 0
-        for _ in range(200):
-            motors = [int(generator.integers(*limits)) for limits in (head.pan_range, head.tilt_range)]
-            axis = np.asarray(head.configuration(*motors, 0).pose.robot_from_camera, float)[:3, 2]
-            azimuth, elevation = math.atan2(axis[1], axis[0]), math.asin(axis[2])
-            half = math.pi / head_reach.AZIMUTHS + 1e-6
-            # Within 5 degrees of the poles few of the tried positions are at an azimuth: up to 0.07 were measured.
-            slack = 0.01 if abs(elevation) < math.radians(85) else 0.1
-            shown += any(abs(span[0] - azimuth) <= half and span[1] - slack <= elevation <= span[2] + slack
-                         for span in spans)
-        assert shown == 200
-        # And nothing else: of each span both ends are directions that were tried.
-        tried = head_reach.directions(head, head.to_dict()["pan_tilt"]).reshape(-1, 3)
-        for azimuth, lowest, highest in spans[::20]:
-            for elevation in (lowest, highest):
-                end = [math.cos(elevation) * math.cos(azimuth), math.cos(elevation) * math.sin(azimuth),
-                       math.sin(elevation)]
-                assert (tried @ end).max() > math.cos(math.radians(1.01))
+        path = points_of(head_figures.reach_path(head_figures.reach_spans(head)))
+        assert np.isfinite(path).all() and len(path) > 100
+        centre = np.asarray(head.coverage(head_figures.DISTANCE, azimuths=4).centre)
+        for azimuth, lowest, highest in head_figures.reach_spans(head)[:-1:15]:
+            for elevation, wanted in ((lowest + 0.01, True), (0.5 * (lowest + highest), True), (highest - 0.01, True),
+                                      (lowest - 0.01, False), (highest + 0.01, False)):
+                if highest - lowest < 0.05 or abs(elevation) > math.pi / 2 - 0.02:
+                    continue
+                ray = np.array([math.cos(elevation) * math.cos(azimuth), math.cos(elevation) * math.sin(azimuth),
+                                math.sin(elevation)])
+                assert head.can_see(centre + head_figures.DISTANCE * ray, "centred") == wanted
 
 
 def test_the_chain_stands_where_the_poses_put_it():

@@ -54,28 +54,27 @@ def lens_block(camera, intrinsics, entries):
                    element("figcaption", element("p", words), legend(intrinsics, valid_radius)))
 
 
-def sizes_block(entries, full, views, identity):
-    """The figure of the sizes with its table."""
-    table = sizes_figure.table(entries, full, views, identity)
-    return element("figure", element("h3", "Pictures in the full frame"), sizes_figure.drawing(entries, full),
-                   element("figcaption", element("p", "The cross is the principal point.")),
-                   tables.frame("Sizes and fields of view", table, identity))
+def figures(camera, entries, full, identity):
+    """The figures of the sizes and of each lens, and the table of the sizes."""
+    sizes = element("figure", element("h3", "Pictures in the full frame"), sizes_figure.drawing(entries, full),
+                    element("figcaption", element("p", "The cross is the principal point.")))
+    lenses = [lens_block(camera, intrinsics, entries) for intrinsics in tables.lenses(entries)]
+    views = [camera.view(entry.width, entry.height) for entry in entries]
+    table = sizes_figure.table(entries, full, views, f"{identity}-sizes")
+    return join([element("div", sizes, *lenses, class_="figures"),
+                 tables.frame("Sizes and fields of view", table, f"{identity}-sizes")])
 
 
 def section(camera, name, index):
     """All of one camera."""
     identity = f"camera-{index}"
     entries, full = entries_of(camera), scene.full_frame(camera)
-    figures = None
-    if full is not None and entries:
-        lenses = [lens_block(camera, intrinsics, entries) for intrinsics in tables.lenses(entries)]
-        views = [camera.view(entry.width, entry.height) for entry in entries]
-        figures = element("div", sizes_block(entries, full, views, f"{identity}-sizes"), *lenses, class_="figures")
+    drawn = figures(camera, entries, full, identity) if full is not None and entries else None
     parts = [tables.intrinsics_table(entries, f"{identity}-matrix"),
              tables.distortion_table(entries, f"{identity}-distortion")] if entries else [
                  element("p", "The camera has no size, so that no picture is known of it.", class_="note")]
     model = element("p", "Model ", name_text(camera.model), class_="quiet") if camera.model else None
-    return element("section", element("h2", name_text(name)), model, figures, *parts,
+    return element("section", element("h2", name_text(name)), model, drawn, *parts,
                    tables.pose_tables(camera.pose, identity), id=identity, class_="camera")
 
 

@@ -5,13 +5,15 @@ import math
 import numpy as np
 
 from camera_parameters._report import chart, numbers
-from camera_parameters._report.head_reach import AZIMUTHS
 from camera_parameters._report.markup import svg
 from camera_parameters._report.scene_figure import path_data
 from camera_parameters._report.sizes_figure import fields_of_view
 
 WIDTH, HEIGHT = 480, 280
 LEFT, RIGHT, TOP, BOTTOM = 46, 24, 28, 42
+AZIMUTHS = 180
+# How far away the directions are asked for, metres.
+DISTANCE = 10.0
 MOST_STEPS = 160
 
 
@@ -34,6 +36,20 @@ def map_grid():
         _x, y = map_place(0, math.radians(angle))
         yield svg("path", class_="tick", d=f"M{LEFT} {y:.2f}H{WIDTH - RIGHT}")
         yield svg("text", numbers.short(angle) + "\u00b0", class_="axis-text end", x=LEFT - 6, y=f"{y + 4:.2f}")
+
+
+def reach_spans(head):
+    """Spans (azimuth, lowest, highest), radians, that the head can centre within the range of its motors.
+
+    >>> import camera_parameters as cp
+    >>> from camera_parameters._report.head_figures import reach_spans
+    >>> head = cp.PTZCameraModel.from_file("calibration/example_ptz_cal.txt")
+    >>> len(reach_spans(head))  # of 180 azimuths: 170 degrees to either side
+    170
+    """
+    spans = [tuple(span) for span in head.coverage(DISTANCE, azimuths=AZIMUTHS).spans.tolist()]
+    # Half a turn to the left is half a turn to the right.
+    return spans + [(math.pi, *span[1:]) for span in spans if span[0] == -math.pi]
 
 
 def neighbours(spans):
@@ -74,7 +90,7 @@ def reach_map(spans, home):
     parts.append(svg("text", "azimuth", class_="axis-text mid strong", x=(LEFT + WIDTH - RIGHT) / 2, y=HEIGHT - 6))
     parts.append(svg("text", "elevation", class_="axis-text strong", x=4, y=11))
     return svg("svg", *parts, class_="plot", viewBox=f"0 0 {WIDTH} {HEIGHT}", role="img",
-               aria_label="Directions that the optical axis can have, by azimuth and elevation")
+               aria_label="Directions that the head can centre, by azimuth and elevation")
 
 
 def zoom_steps(head):

@@ -4,7 +4,7 @@ import math
 
 import numpy as np
 
-from camera_parameters._report import head_figures, head_reach, head_scene, lens_figure, numbers, scene_figure, tables
+from camera_parameters._report import head_figures, head_scene, lens_figure, numbers, scene_figure, tables
 from camera_parameters._report.cameras import key
 from camera_parameters._report.markup import element, join
 
@@ -68,14 +68,14 @@ def home_direction(head):
     return (math.atan2(y, x), math.atan2(z, math.hypot(x, y))) if math.isfinite(x + y + z) else None
 
 
-def reach_section(head, pan_tilt):
-    """The map of the directions of the optical axis."""
-    spans = head_reach.reach(head, pan_tilt)
+def reach_section(head):
+    """The map of the directions that the head can centre."""
+    spans = head_figures.reach_spans(head)
     drawing = head_figures.reach_map(spans, home_direction(head))
-    words = "directions that the optical axis can have within the range of the motors"
+    words = f"directions that can be centred, {numbers.short(head_figures.DISTANCE)} m away"
     legend = element("ul", key("reach", words),
                      element("li", "\u25cb the optical axis at home"), class_="legend")
-    why = "No direction is known: the poses of the head are not finite."
+    why = "No direction can be centred."
     nothing = None if spans else element("p", why, class_="note")
     figure = element("figure", drawing, element("figcaption", legend, nothing), class_="narrow")
     return element("section", element("h2", "Reach"), figure, id="reach")
@@ -127,7 +127,7 @@ def samples_table(head):
 def sections(source):
     """The sections of a pan-tilt-zoom camera: (id, title, markup)."""
     head, pan_tilt = source.model, source.message.get("pan_tilt", {})
-    return [("head", "The head", chain_section(head, pan_tilt)), ("reach", "Reach", reach_section(head, pan_tilt)),
+    return [("head", "The head", chain_section(head, pan_tilt)), ("reach", "Reach", reach_section(head)),
             ("zoom", "Zoom", zoom_section(head))]
 
 

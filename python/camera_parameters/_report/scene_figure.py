@@ -65,7 +65,7 @@ def figure(scene, what="The cameras on the robot"):
                   aria_label=label, tabindex="0", preserveAspectRatio="xMidYMid slice", data_azimuth=scenes.HOME["azimuth"],
                   data_elevation=scenes.HOME["elevation"], data_zoom="1", data_grid=repr(scene.grid))
     hint = element("p", element("span", "Drag, or use the arrow keys, + and \u2212, and Home. ", class_="needs-script"),
-                   f"Grid on the ground: {numbers.short(scene.grid)} m. The coloured edge of a pyramid is the upper "
+                   f"Grid on the ground: {numbers.short(scene.grid)} m. The thick edge of a pyramid is the upper "
                    "border of the picture; dotted lines lead down to the ground.", class_="hint")
     missing = None
     if scene.left_out:
