@@ -11,5 +11,7 @@ namespace norv::python {
 void bindAdjusting(pybind11::module_& module);
 void bindFindings(pybind11::module_& module);
 void bindDifferences(pybind11::module_& module);
+void bindImports(pybind11::module_& module);
+void bindExports(pybind11::module_& module);
 
 }  // namespace norv::python

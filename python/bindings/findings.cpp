@@ -7,6 +7,7 @@
 
 #include "calibration_common/calibration_review.h"
 #include "python/bindings/calibration_source.h"
+#include "python/bindings/camera_message.h"
 #include "python/bindings/cameras.h"
 #include "python/bindings/data.h"
 #include "python/bindings/errors.h"
@@ -98,9 +99,22 @@ py::dict reviewDict(const py::bytes& data, const std::optional<std::string>& kin
 /// A robot's calibration of that camera alone, which may be called otherwise in it.
 py::bytes robotOf(const Camera& camera, const std::optional<std::string>& name) {
   calibration::RobotCalibration robot;
-  camera.lock->read([&] { *robot.add_camera_calibration() = camera.parameters->getCalibration(); });
+  *robot.add_camera_calibration() = presentMessage(camera);
   if (name) robot.mutable_camera_calibration(0)->set_name(*name);
   return py::bytes(robot.SerializeAsString());
+}
+
+/// The binary form of a calibration of that kind, or what keeps it from being read.
+py::object readMessage(const py::bytes& data, const std::optional<std::string>& kind,
+                       bool is_object) {
+  const SourceArgument argument = sourceArgument(data, kind, is_object);
+  if (!is_object && argument.data.empty()) return findingDict(parseFinding("", "is empty"));
+  const auto read = [&] {
+    const py::gil_scoped_release released;
+    return argument.read();
+  }();
+  if (const auto* problem = std::get_if<PlacedFinding>(&read)) return findingDict(*problem);
+  return py::bytes(std::get<Source>(read).message->SerializeAsString());
 }
 
 py::list listChecks() {
@@ -135,6 +149,7 @@ py::dict findingDict(const PlacedFinding& placed) {
 
 void bindFindings(py::module_& module) {
   module.def("_review", &reviewDict, py::arg("data"), py::arg("kind"), py::arg("is_object"));
+  module.def("_read_message", &readMessage, py::arg("data"), py::arg("kind"), py::arg("is_object"));
   module.def("_checks", &listChecks);
   module.def("_robot_of", &robotOf, py::arg("camera"), py::arg("name") = py::none());
 }

@@ -36,4 +36,6 @@ PYBIND11_MODULE(_core, module) {
   python::bindAiming(module);
   python::bindTracking(module);
   python::bindPtzCoverage(module);
+  python::bindImports(module);
+  python::bindExports(module);
 }

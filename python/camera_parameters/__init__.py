@@ -8,14 +8,17 @@ from camera_parameters._errors import CalibrationError, NoSolutionError
 from camera_parameters._core import CameraParameters, CameraParametersSet, Intrinsics, Pose, project, rectify
 from camera_parameters._core import CameraView, FieldsOfView, ImageCoverage, Ray, RectificationJacobian
 from camera_parameters._core import RectifiedView, ViewJacobian
-from camera_parameters._core import BaseCalibrationData, adjust_calibration, was_adjusted_by
-from camera_parameters._differences import BaseDifference, CameraDifference, DistanceDifference, HeadPoseDifference
-from camera_parameters._differences import ImageDifference, PixelDifference, PoseDifference, PtzDifference
-from camera_parameters._differences import RobotDifference, ValueChange, ZoomDifference, diff
-from camera_parameters._findings import Check, Finding, Findings, LoadReport, checks, load_report, validate
+from camera_parameters._core import BaseCalibrationData, adjust_calibration, formats, was_adjusted_by
 from camera_parameters._core import BlindCones, HeadGeometry, PTZCameraModel, PTZCameraModelConfiguration
 from camera_parameters._core import PTZIntrinsicsTable, PanTiltModel, PanTiltRoot, PanTiltRoots, PanTiltSolution
 from camera_parameters._core import Aim, AimPosition, AimTrack, PtzCoverage
+from camera_parameters._differences import BaseDifference, CameraDifference, DistanceDifference, HeadPoseDifference
+from camera_parameters._differences import ImageDifference, PixelDifference, PoseDifference, PtzDifference
+from camera_parameters._differences import RobotDifference, ValueChange, ZoomDifference, diff
+from camera_parameters._exports import ExportResult, ExportedCamera, export_calibration
+from camera_parameters._findings import Check, Finding, Findings, LoadReport, checks, load_report, validate
+from camera_parameters._imports import ImportResult, ImportedCamera, ImportedFile, LensDeviation, NotTakenOver, PointCheck
+from camera_parameters._imports import ReprojectionError, import_calibration
 from camera_parameters._logging import install as _install, set_log_level
 from camera_parameters._metadata import CalibrationMetadata
 from camera_parameters._statuses import PointStatus
@@ -35,6 +38,8 @@ __all__ = [
     "CameraView",
     "Check",
     "DistanceDifference",
+    "ExportResult",
+    "ExportedCamera",
     "FieldsOfView",
     "Finding",
     "Findings",
@@ -42,9 +47,14 @@ __all__ = [
     "HeadPoseDifference",
     "ImageCoverage",
     "ImageDifference",
+    "ImportResult",
+    "ImportedCamera",
+    "ImportedFile",
     "Intrinsics",
+    "LensDeviation",
     "LoadReport",
     "NoSolutionError",
+    "NotTakenOver",
     "PTZCameraModel",
     "PTZCameraModelConfiguration",
     "PTZIntrinsicsTable",
@@ -53,6 +63,7 @@ __all__ = [
     "PanTiltRoots",
     "PanTiltSolution",
     "PixelDifference",
+    "PointCheck",
     "PointStatus",
     "Pose",
     "PoseDifference",
@@ -61,6 +72,7 @@ __all__ = [
     "Ray",
     "RectificationJacobian",
     "RectifiedView",
+    "ReprojectionError",
     "RobotDifference",
     "ValueChange",
     "ViewJacobian",
@@ -68,6 +80,9 @@ __all__ = [
     "adjust_calibration",
     "checks",
     "diff",
+    "export_calibration",
+    "formats",
+    "import_calibration",
     "load_report",
     "project",
     "rectify",
@@ -78,7 +93,8 @@ __all__ = [
 
 # Where doctest, pickle and readers look for them.
 for _name in __all__:
-    globals()[_name].__module__ = __name__
+    if callable(globals()[_name]):
+        globals()[_name].__module__ = __name__
 _html.install({CameraParameters: _html.camera, CameraParametersSet: _html.camera_set, Intrinsics: _html.intrinsics,
                Pose: _html.pose, BaseCalibrationData: _html.base, Aim: _html_heads.aim,
                AimPosition: _html_heads.position, PTZCameraModel: _html_heads.camera})

@@ -174,6 +174,32 @@ def _cameras(cameras):
             + _poses([(one.name, one.pose) for one in cameras]))
 
 
+def _deviation(one):
+    return "exact" if one.deviation is None else f"max {text(one.deviation.max, 3)} px, rms {text(one.deviation.rms, 3)} px"
+
+
+def _notes(notes):
+    return table("notes", [""], [[text(note)] for note in notes]) if notes else ""
+
+
+def import_result(result):
+    """What an import made."""
+    rows = [[text(one.name), text(result.files[one.file].file), text(result.files[one.file].format), size(one.size),
+             _deviation(one), text(one.pose_source)] for one in result.imported]
+    left = [[text(one.file), text(one.key), text(one.reason)] for one in result.not_taken_over]
+    return (table("imported", ["camera", "file", "format", "size", "lens", "pose of"], rows)
+            + (table("not taken over", ["file", "key", "reason"], left) if left else "") + _notes(result.notes)
+            + findings(result.findings))
+
+
+def export_result(result):
+    """What an export made."""
+    rows = [[text(one.name), size(one.size), _deviation(one)] for one in result.cameras]
+    files = [[text(name), text(len(contents))] for name, contents in result.files.items()]
+    return (table(f"exported, format {result.format}", ["camera", "size", "lens"], rows)
+            + table("files", ["name", "bytes"], files) + _notes(result.notes))
+
+
 def install(classes):
     """Gives classes of the extension module the method that notebooks ask for."""
     for one, show in classes.items():
