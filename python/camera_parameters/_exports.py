@@ -102,7 +102,7 @@ def export_calibration(source, format, output=None, *, camera=None, size=None, s
 
     >>> import camera_parameters as cp
     >>> result = cp.export_calibration(cp.CameraParametersSet(), "ros", camera="navigation_camera")
-    >>> result.text.splitlines()[0], result.cameras[0].exact
+    >>> result.text.splitlines()[1], result.cameras[0].exact
     ('image_width: 1280', True)
     """
     if format not in _peers.formats:
@@ -122,7 +122,7 @@ def export_calibration(source, format, output=None, *, camera=None, size=None, s
     if "missing" in made:
         raise KeyError(f"no camera {made['missing']!r}")
     if "problem" in made:
-        raise _sources.error(made["problem"], path)
+        raise _sources.error(made["problem"], path, "source")
     result = ExportResult(format, syntax, made["pixel_origin"], dict(made["files"]),
                           [ExportedCamera(name, of, deviation and LensDeviation(*deviation))
                            for name, of, deviation in made["cameras"]], _notes_of(made, parent, parent_from_robot))

@@ -215,7 +215,7 @@ def _target_of(into):
 
 
 def _table_of(check, origin):
-    _peers.require(origin, "check_origin", ("centre", "corner"))
+    _peers.require(origin or "none", "check_origin", ("centre", "corner"))
     if check is None:
         return None
     table = _peers.Sources(check)
