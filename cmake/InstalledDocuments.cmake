@@ -45,7 +45,3 @@ install(FILES "${PROJECT_SOURCE_DIR}/docs/json/camera-parameters.schema.json"
 install(FILES "${PROJECT_SOURCE_DIR}/benchmarks/instructions.txt"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/benchmarks"
   COMPONENT development)
-# The pictures that they show.
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/images"
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs"
-  COMPONENT development)
