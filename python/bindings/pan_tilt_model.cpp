@@ -142,7 +142,9 @@ serves; `solve_all` has all of every head.
       .def(
           "compute_pan_tilt", &computePanTilt, py::arg("world"),
           py::arg("dev") = py::make_tuple(0, 0),
-          R"(`solve`, as (pan, tilt) in steps, its reasons logged. Raises NoSolutionError with the verdict as the reason.
+          R"(`solve`, as (pan, tilt) in steps, its reasons logged.
+
+Raises NoSolutionError with the verdict as the reason.
 
 >>> import camera_parameters as cp
 >>> head = cp.PTZCameraModel.from_file("calibration/example_ptz_cal.txt").pan_tilt_model
