@@ -4,6 +4,7 @@ import math
 
 import numpy as np
 
+from camera_parameters._errors import CalibrationError
 from camera_parameters._report import head_figures, head_scene, lens_figure, numbers, scene_figure, tables
 from camera_parameters._report.cameras import key
 from camera_parameters._report.markup import element, join
@@ -64,8 +65,9 @@ def home_direction(head):
     if zoom is None:
         return None
     pose = head.configuration(*head_scene.home_of(head), zoom).pose
-    x, y, z = np.asarray(pose.robot_from_camera, float)[:3, 2]
-    return (math.atan2(y, x), math.atan2(z, math.hypot(x, y))) if math.isfinite(x + y + z) else None
+    x, y, z = (float(part) for part in pose.robot_from_camera[:3, 2])
+    is_known = all(math.isfinite(part) for part in (x, y, z))
+    return (math.atan2(y, x), math.atan2(z, math.hypot(x, y))) if is_known else None
 
 
 def reach_section(head):
@@ -98,11 +100,13 @@ def zoom_section(head):
 
 
 def lens_block(head, zoom, what):
-    """The distortion at one zoom position."""
-    view = head.configuration(0, 0, zoom).view()
-    if view is None:
+    """The distortion at one zoom position; nothing where the lens or the image's size is not known."""
+    configuration = head.configuration(0, 0, zoom)
+    try:
+        view = configuration.view()
+    except CalibrationError:
         return None
-    intrinsics = head.configuration(0, 0, zoom).intrinsics
+    intrinsics = configuration.intrinsics
     drawing, factor = lens_figure.drawing(intrinsics, view.valid_radius)
     words = f"The lens moves what a pixel shows by up to {numbers.short(lens_figure.extremes(intrinsics)[0], 4)} px."
     if factor > 1:
