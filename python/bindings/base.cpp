@@ -99,7 +99,7 @@ True
 >>> import camera_parameters as cp
 >>> cp.BaseCalibrationData.from_text("wheel_base: 1")
 Traceback (most recent call last):
-camera_parameters.CalibrationError: 1:1: global_transform_adjustment.global_transform.a: holds 0 values, at least 12 are needed
+camera_parameters.CalibrationError: ...global_transform_adjustment.global_transform.a: holds 0 values, at least 12 are needed
 )")
       .def_static(
           "from_dict",

@@ -59,8 +59,8 @@ constexpr const char* kMovedDoc =
 >>> import camera_parameters as cp
 >>> import numpy as np
 >>> head = cp.CameraParametersSet()["head_camera"].view(640, 480)
->>> head.moved_to(cp.Pose(np.eye(4))).pose
-Pose(center=[0, 0, 0])
+>>> head.moved_to(cp.Pose(np.eye(4))).pose.center.any()
+False
 )";
 
 constexpr const char* kStraightenedDoc =
