@@ -97,5 +97,6 @@ for _name in __all__:
         globals()[_name].__module__ = __name__
 _html.install({CameraParameters: _html.camera, CameraParametersSet: _html.camera_set, Intrinsics: _html.intrinsics,
                Pose: _html.pose, BaseCalibrationData: _html.base, Aim: _html_heads.aim,
-               AimPosition: _html_heads.position, PTZCameraModel: _html_heads.camera})
+               AimPosition: _html_heads.position, AimTrack: _html_heads.track, PTZCameraModel: _html_heads.camera,
+               PTZCameraModelConfiguration: _html_heads.configuration})
 _install()

@@ -112,18 +112,6 @@ def base(one):
     return table("BaseCalibrationData", ["", ""], rows)
 
 
-def properties(one):
-    """Any object of plain properties: its class's name, and what each of them holds that is no method."""
-    rows = []
-    for name in sorted(name for name in dir(type(one)) if not name.startswith("_")):
-        if not isinstance(getattr(type(one), name), property):
-            continue
-        value = getattr(one, name)
-        shown = matrix(value) if getattr(value, "ndim", 0) == 2 else text(value)
-        rows.append([text(name), shown])
-    return table(type(one).__name__, ["", ""], rows)
-
-
 _PIXEL_COLUMNS = ["max, px", "rms, px", "median, px", "compared", "without ray", "not imaged"]
 
 

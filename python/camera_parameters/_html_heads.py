@@ -1,6 +1,6 @@
 """Pan-tilt-zoom cameras and answers of aiming as small tables for notebooks."""
 
-from camera_parameters._html import size, table, text, vector
+from camera_parameters._html import intrinsics, pose, size, table, text, vector
 
 _POSITION_COLUMNS = ["pan", "tilt", "zoom", "lands", "miss, px", "travel", "bound", "whole", "inside", "upright"]
 
@@ -21,6 +21,20 @@ def _position_row(one):
     bound = ", ".join(f"{motor} {end}" for motor, end in bounds.items() if end)
     flags = ["yes" if flag else "no" for flag in (one.is_whole, one.is_inside, one.is_upright)]
     return [*map(text, one.motors), vector(one.lands), text(one.miss, 3), vector(one.travel), text(bound), *flags]
+
+
+def track(answer):
+    """A track's positions."""
+    columns = (answer.pan, answer.tilt, answer.zoom, answer.miss, answer.reached, answer.reason)
+    rows = [[text(pan), text(tilt), text(zoom), text(float(miss), 3), "yes" if reached else "no", text(reason)]
+            for pan, tilt, zoom, miss, reached, reason in zip(*columns)]
+    return table(f"AimTrack, {len(rows)} positions", ["pan", "tilt", "zoom", "miss, px", "reached", "reason"], rows)
+
+
+def configuration(one):
+    """A camera at one position of its motors."""
+    motors = table("PTZCameraModelConfiguration", ["pan", "tilt", "zoom"], [[text(one.pan), text(one.tilt), text(one.zoom)]])
+    return motors + intrinsics(one.intrinsics) + pose(one.pose)
 
 
 def camera(one):

@@ -102,3 +102,10 @@ def test_long_lists_are_cut():
     findings = cp.validate(b"\x0a\x00" * 1500, kind="robot")
     assert len(findings) > 1000 and len(findings._repr_html_()) < 40000
     assert f"and {len(findings) - 50} more" in read(findings)
+
+
+def test_configurations_and_tracks_are_shown_with_their_numbers():
+    now = cp.PTZCameraModel.from_file(PTZ).configuration(500, 200, 2500)
+    assert {"500", "200", "2500", f"{now.intrinsics.fx:.6g}", f"{now.intrinsics.cy:.6g}"} <= set(read(now))
+    track = now.model.track([(3, 1, 1.5), (3, 1.1, 1.5)], at=(500, 200, 2500))
+    assert f"AimTrack, {len(track)} positions" in read(track) and str(track.pan[1]) in read(track)
