@@ -7,6 +7,8 @@ from typing import Any, Literal, Optional, overload, SupportsIndex, Tuple
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
+from camera_parameters._metadata import CalibrationMetadata
+
 # ---- cameras and sets
 
 # ---- points
