@@ -105,7 +105,8 @@ def test_long_lists_are_cut():
 
 
 def test_configurations_and_tracks_are_shown_with_their_numbers():
-    now = cp.PTZCameraModel.from_file(PTZ).configuration(500, 200, 2500)
+    head = cp.PTZCameraModel.from_file(PTZ)
+    now = head.configuration(500, 200, 2500)
     assert {"500", "200", "2500", f"{now.intrinsics.fx:.6g}", f"{now.intrinsics.cy:.6g}"} <= set(read(now))
-    track = now.model.track([(3, 1, 1.5), (3, 1.1, 1.5)], at=(500, 200, 2500))
+    track = head.track([(3, 1, 1.5), (3, 1.1, 1.5)], at=(500, 200, 2500))
     assert f"AimTrack, {len(track)} positions" in read(track) and str(track.pan[1]) in read(track)
