@@ -147,6 +147,14 @@ def test_names_cannot_act():
     assert names[:2] == [HOSTILE, HOSTILE]
 
 
+def test_a_name_that_is_no_text_is_no_obstacle():
+    data = cp.CameraParametersSet.from_file(HEAD).to_bytes()
+    cameras = cp.CameraParametersSet.from_bytes(data.replace(b"navigation_camera", b"navigation_\xff\xfeamer"))
+    page = make_report(cameras)
+    page.encode("utf-8")
+    assert "navigation_" in page and "2 cameras" in page
+
+
 def test_script_data_cannot_end_its_element():
     text = markup.script_data({"a": "</script><!--&"})
     assert not set("<>&") & set(text) and json.loads(text) == {"a": "</script><!--&"}

@@ -111,7 +111,8 @@ def robot_section(source, names):
 
 def sections(source):
     """The sections of a robot's cameras: (id, title, markup)."""
-    names = source.model.names
+    # A name whose bytes are no text may not lead back to its camera; the stored fields have it.
+    names = [name for name in source.model.names if source.model.get_camera(name) is not None]
     parts = [("robot", "On the robot", robot_section(source, names))]
     for index, name in enumerate(names[:MOST_CAMERAS]):
         parts.append((f"camera-{index}", name or "(no name)", section(source.model[name], name, index)))
