@@ -5,7 +5,7 @@ import logging
 import os
 import sys
 
-from matplotlib.figure import Figure
+from matplotlib.figure import Figure  # type: ignore[import]
 
 import camera_parameters as cp
 from camera_parameters import plot

@@ -1,9 +1,9 @@
 """What a lens does all over a picture, and how two cameras differ there."""
 
 import numpy as np
-from matplotlib.lines import Line2D
-from matplotlib.patches import Patch
-from matplotlib.ticker import MaxNLocator
+from matplotlib.lines import Line2D  # type: ignore[import]
+from matplotlib.patches import Patch  # type: ignore[import]
+from matplotlib.ticker import MaxNLocator  # type: ignore[import]
 
 import camera_parameters as cp
 from camera_parameters._plot_style import BLUE, GREY, VERMILION, put_legend, show_picture

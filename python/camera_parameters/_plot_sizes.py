@@ -3,7 +3,7 @@
 import math
 
 import numpy as np
-from matplotlib.lines import Line2D
+from matplotlib.lines import Line2D  # type: ignore[import]
 
 import camera_parameters as cp
 from camera_parameters._plot_style import LINES, show_picture

@@ -1,6 +1,6 @@
 """What the plots have in common: colours that the colour-blind tell apart, and pictures as axes."""
 
-from matplotlib.patches import Rectangle
+from matplotlib.patches import Rectangle  # type: ignore[import]
 
 BLUE, VERMILION, GREEN, ORANGE, PURPLE = "#0072B2", "#D55E00", "#009E73", "#E69F00", "#CC79A7"
 GREY = "#666666"

@@ -3,7 +3,7 @@
 import math
 
 import numpy as np
-from matplotlib.ticker import LogLocator, NullFormatter
+from matplotlib.ticker import LogLocator, NullFormatter  # type: ignore[import]
 
 from camera_parameters._plot_style import BLUE, GREEN, GREY, VERMILION
 
