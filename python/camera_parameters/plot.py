@@ -83,7 +83,11 @@ def diff(view, other, axes):
     return draw_difference(view, other, axes)
 
 
-if __name__ == "__main__":
+def _main():
     from camera_parameters._plot_command import run
 
-    sys.exit(run(sys.argv[1:]))
+    return run(sys.argv[1:])
+
+
+if __name__ == "__main__":
+    sys.exit(_main())
