@@ -19,6 +19,7 @@ namespace py = pybind11;
 /// library's own element type, in place where the caller's already was.
 template <class T>
 struct Points {
+  py::array given;  ///< as it came, before it was converted
   py::array_t<T> array;
   std::vector<py::ssize_t> leading;  ///< the shape before the last axis
   std::size_t count;                 ///< product of these
@@ -26,8 +27,9 @@ struct Points {
 };
 
 /// What NumPy makes of `object`, as points of `coordinates` each. Numbers of any kind but complex
-/// ones and bools are converted once. Throws TypeError for what holds no numbers and ValueError for
-/// a wrong shape, both of which name the argument.
+/// ones and bools are converted once. Throws TypeError for what holds no numbers and for masked
+/// arrays, whose mask would get lost, and ValueError for a wrong shape, all of which name the
+/// argument.
 template <class T>
 Points<T> takePoints(const py::handle& object, const char* name, py::ssize_t coordinates);
 
@@ -41,11 +43,13 @@ py::array_t<T> takeArray(const py::handle& object, const char* name,
                          const std::vector<py::ssize_t>& shape);
 
 /// An array to be filled: a new one, or `out` where that is not None. Throws TypeError where `out`
-/// is not of exactly this element type and ValueError where it has another shape, is not
-/// C-contiguous and aligned, cannot be written, or shares memory with `input`.
+/// is no array and ValueError where it is not of exactly this element type, has another shape, is
+/// not C-contiguous and aligned, cannot be written, or may share memory with one of `others`: lies
+/// between the first and the last of its bytes.
 template <class T>
 py::array_t<T> giveArray(const py::handle& out, const char* name,
-                         const std::vector<py::ssize_t>& shape, const py::array* input = nullptr);
+                         const std::vector<py::ssize_t>& shape,
+                         const std::vector<py::array>& others = {});
 
 /// `leading` with further axes.
 std::vector<py::ssize_t> withAxes(std::vector<py::ssize_t> leading,
@@ -63,7 +67,7 @@ py::array_t<typename Matrix::Scalar> constantArray(const Matrix& matrix) {
   for (int row = 0; row < matrix.rows(); ++row) {
     for (int column = 0; column < matrix.cols(); ++column) *element++ = matrix(row, column);
   }
-  array.attr("flags").attr("writeable") = false;
+  py::detail::array_proxy(array.ptr())->flags &= ~py::detail::npy_api::NPY_ARRAY_WRITEABLE_;
   return array;
 }
 

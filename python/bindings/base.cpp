@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "python/bindings/base_fields.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/loads.h"
 #include "python/bindings/messages.h"
 
@@ -69,7 +70,7 @@ frame of the calibration are moved onto the base. `BaseCalibrationData()` holds 
 
 void bindLoads(py::class_<Base>* base) {
   base->def(py::init([] {
-        const py::gil_scoped_release released;
+        const LibraryCall call;
         return Base{std::make_shared<BaseCalibrationData>()};
       }))
       .def_static("from_file", &fromFile, py::arg("path"),

@@ -1,12 +1,17 @@
-#include <fmt/format.h>
 #include <pybind11/stl.h>
 
-#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "calibration_common/load_report.h"
+#include "python/bindings/camera_copies.h"
+#include "python/bindings/camera_set_docs.h"
 #include "python/bindings/cameras.h"
 #include "python/bindings/errors.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/messages.h"
+#include "python/bindings/names.h"
 
 namespace norv::python {
 namespace {
@@ -21,7 +26,7 @@ CameraSet made(const Load& load, const std::optional<std::string>& path = std::n
   LoadReport report;
   std::unique_ptr<CameraParametersSet> cameras;
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     cameras = load(&report);
   }
   if (cameras == nullptr) throwLoadProblem(report, path);
@@ -29,7 +34,7 @@ CameraSet made(const Load& load, const std::optional<std::string>& path = std::n
 }
 
 CameraSet fromFile(const py::object& path_like) {
-  const auto path = py::module_::import("os").attr("fsencode")(path_like).cast<std::string>();
+  const std::string path = bytesOfPath(path_like);
   return made([&](LoadReport* report) { return CameraParametersSet::fromFile(path, report); },
               path);
 }
@@ -44,7 +49,7 @@ CameraSet fromDict(const py::dict& dict) {
 
 /// A load into a set that is there. Where it fails the default is in force.
 void loadFromFile(CameraSet& set, const py::object& path_like) {
-  const auto path = py::module_::import("os").attr("fsencode")(path_like).cast<std::string>();
+  const std::string path = bytesOfPath(path_like);
   LoadReport report;
   if (!set.lock->change([&] { return set.cameras->loadFromFile(path, &report); })) {
     throwLoadProblem(report, path);
@@ -57,22 +62,29 @@ std::vector<std::string> namesOf(const CameraSet& set) {
 
 py::list listNames(const CameraSet& set) {
   py::list names;
-  for (const std::string& name : namesOf(set)) names.append(toText(name));
+  for (const std::string& name : namesOf(set)) names.append(nameOf(name));
   return names;
 }
 
-py::object getCamera(const CameraSet& set, const std::string& name) {
-  auto parameters = set.lock->read([&] { return set.cameras->getCamera(name); });
+py::object getCamera(const CameraSet& set, const py::handle& name) {
+  const std::optional<std::string> bytes = bytesOfName(name, "name");
+  if (!bytes) return py::none();
+  auto parameters = set.lock->read([&] { return set.cameras->getCamera(*bytes); });
   if (parameters == nullptr) return py::none();
-  return py::cast(Camera{name, std::move(parameters), set.lock});
+  return py::cast(Camera{*bytes, std::move(parameters), set.lock});
 }
 
-py::object requireCamera(const CameraSet& set, const std::string& name) {
+py::object requireCamera(const CameraSet& set, const py::handle& name) {
   py::object camera = getCamera(set, name);
   if (!camera.is_none()) return camera;
-  const auto names = py::str(", ").attr("join")(listNames(set)).cast<std::string>();
-  throw py::key_error(fmt::format("no camera {}, there are: {}",
-                                  py::repr(toText(name)).cast<std::string>(), names));
+  const py::str sentence = py::str("no camera {!r}, there are: {!r}");
+  const py::object text = sentence.format(name, listNames(set));
+  PyErr_SetObject(PyExc_KeyError, text.ptr());
+  throw py::error_already_set();
+}
+
+bool hasCamera(const CameraSet& set, const py::handle& name) {
+  return PyUnicode_Check(name.ptr()) && !getCamera(set, name).is_none();
 }
 
 void adjust(CameraSet& set, const Base& base) {
@@ -87,56 +99,76 @@ calibration::RobotCalibration messageOf(const CameraSet& set) {
 }
 
 void save(const CameraSet& set, const py::object& path_like, bool binary) {
-  const auto path = py::module_::import("os").attr("fsencode")(path_like).cast<std::string>();
+  const std::string path = bytesOfPath(path_like);
   const auto format =
       binary ? calibration::CalibrationFormat::kBinary : calibration::CalibrationFormat::kText;
   const auto problem = set.lock->read([&] { return set.cameras->saveToFile(path, format); });
   if (problem) throwSaveProblem(*problem, path);
 }
 
-CameraSet copyOf(const CameraSet& set) {
-  return {set.lock->read([&] { return std::make_shared<CameraParametersSet>(*set.cameras); })};
+CameraSet copyOf(const CameraSet& set) { return setFromState(stateOfSet(set)); }
+
+std::string describe(const CameraSet& set) {
+  return "CameraParametersSet(" + py::repr(listNames(set)).cast<std::string>() + ")";
 }
 
 void bindLoads(py::class_<CameraSet>* set) {
   set->def(py::init([] {
-       const py::gil_scoped_release released;
+       const LibraryCall call;
        return CameraSet{std::make_shared<CameraParametersSet>()};
      }))
-      .def_static("from_file", &fromFile, py::arg("path"))
+      .def_static("from_file", &fromFile, docs::kFromFile, py::arg("path"))
       .def_static(
-          "from_bytes", [](const py::bytes& data) { return fromString(data); }, py::arg("data"))
+          "from_bytes", [](const py::bytes& data) { return fromString(data); }, docs::kFromBytes,
+          py::arg("data"))
       .def_static(
-          "from_text", [](const py::str& text) { return fromString(text); }, py::arg("text"))
-      .def_static("from_dict", &fromDict, py::arg("dict"))
-      .def("load_from_file", &loadFromFile, py::arg("path"))
-      .def("adjust_using_base_calibration", &adjust, py::arg("base"));
+          "from_text",
+          [](const py::str& text) {
+            return fromString(bytesOfText(text, calibration::RobotCalibration()));
+          },
+          docs::kFromText, py::arg("text"))
+      .def_static("from_dict", &fromDict, docs::kFromDict, py::arg("dict"))
+      .def("load_from_file", &loadFromFile, docs::kLoadFromFile, py::arg("path"))
+      .def("adjust_using_base_calibration", &adjust, docs::kAdjust, py::arg("base"));
+}
+
+void bindContainer(py::class_<CameraSet>* set) {
+  set->def_property_readonly("names", &listNames, docs::kNames)
+      .def("get_camera", &getCamera, docs::kGetCamera, py::arg("name"))
+      .def("__getitem__", &requireCamera, docs::kGetItem, py::arg("name"))
+      .def("__contains__", &hasCamera, "Whether there is a camera of that name.", py::arg("name"))
+      .def(
+          "__len__", [](const CameraSet& self) { return namesOf(self).size(); },
+          "The number of cameras.")
+      .def(
+          "__iter__", [](const CameraSet& self) { return py::iter(listNames(self)); },
+          "Iterates over the names that there are now.")
+      .def("__repr__", &describe);
+}
+
+void bindMessages(py::class_<CameraSet>* set) {
+  set->def(
+         "to_bytes", [](const CameraSet& self) { return toBytes(messageOf(self)); }, docs::kToBytes)
+      .def(
+          "to_text", [](const CameraSet& self) { return toPrintedText(messageOf(self)); },
+          docs::kToText)
+      .def(
+          "to_dict", [](const CameraSet& self) { return toDict(messageOf(self)); }, docs::kToDict)
+      .def("save", &save, docs::kSave, py::arg("path"), py::kw_only(), py::arg("binary") = false)
+      .def("__copy__", &copyOf, docs::kCopy)
+      .def(
+          "__deepcopy__", [](const CameraSet& self, const py::dict&) { return copyOf(self); },
+          docs::kCopy, py::arg("memo"))
+      .def(py::pickle(&stateOfSet, &setFromState));
 }
 
 }  // namespace
 
 void bindCameraSet(py::module_& module) {
-  py::class_<CameraSet> set(module, "CameraParametersSet");
+  py::class_<CameraSet> set(module, "CameraParametersSet", docs::kSet);
   bindLoads(&set);
-  set.def_property_readonly("names", &listNames)
-      .def("get_camera", &getCamera, py::arg("name"))
-      .def("__getitem__", &requireCamera, py::arg("name"))
-      .def("__contains__",
-           [](const CameraSet& cameras, const std::string& name) {
-             return !getCamera(cameras, name).is_none();
-           })
-      .def("__len__", [](const CameraSet& cameras) { return namesOf(cameras).size(); })
-      .def("__iter__", [](const CameraSet& cameras) { return py::iter(listNames(cameras)); })
-      .def("to_bytes", [](const CameraSet& cameras) { return toBytes(messageOf(cameras)); })
-      .def("to_text", [](const CameraSet& cameras) { return toPrintedText(messageOf(cameras)); })
-      .def("to_dict", [](const CameraSet& cameras) { return toDict(messageOf(cameras)); })
-      .def("save", &save, py::arg("path"), py::kw_only(), py::arg("binary") = false)
-      .def("__copy__", &copyOf)
-      .def("__deepcopy__",
-           [](const CameraSet& cameras, const py::dict&) { return copyOf(cameras); })
-      .def("__repr__", [](const CameraSet& cameras) {
-        return "CameraParametersSet(" + py::repr(listNames(cameras)).cast<std::string>() + ")";
-      });
+  bindContainer(&set);
+  bindMessages(&set);
 }
 
 }  // namespace norv::python

@@ -11,6 +11,7 @@
 #include "python/bindings/data.h"
 #include "python/bindings/errors.h"
 #include "python/bindings/findings.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/source_arguments.h"
 
 namespace norv::python {
@@ -244,7 +245,7 @@ py::dict diff(const Argument& a, const Argument& b, const std::vector<double>& d
   const SourceArgument argument_a = argumentOf(a);
   const SourceArgument argument_b = argumentOf(b);
   const Answer answer = [&] {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     return read(argument_a, argument_b, options);
   }();
   if (const auto* difference = std::get_if<Difference>(&answer)) {

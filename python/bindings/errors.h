@@ -12,7 +12,8 @@
 
 namespace norv::python {
 
-/// A string of Python from bytes that need not be UTF-8: what is not, is written as "\xff".
+/// A string of Python for a person to read, from bytes that need not be UTF-8: what is not, is
+/// written as "\xff".
 pybind11::str toText(const std::string& bytes);
 
 /// Throws CalibrationError with the problem of a load that failed. A `path` that cannot be opened
@@ -26,6 +27,9 @@ pybind11::str toText(const std::string& bytes);
 
 /// Throws CalibrationError about a field, or about nothing in particular where it is empty.
 [[noreturn]] void throwCalibrationError(const std::string& text, const std::string& field = "");
+
+/// Throws CalibrationError about a place in a text, counted from 1; 0 where it has none.
+[[noreturn]] void throwTextError(const std::string& text, int line, int column);
 
 /// Throws NoSolutionError; `reason` is the word for programs, such as "out-of-reach".
 [[noreturn]] void throwNoSolution(const std::string& text, const std::string& reason);

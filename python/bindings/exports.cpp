@@ -12,6 +12,7 @@
 #include "python/bindings/loads.h"
 #include "python/bindings/peer_arguments.h"
 #include "python/bindings/source_arguments.h"
+#include "python/bindings/library_call.h"
 #include "support/atomic_file.h"
 
 namespace norv::python {
@@ -103,7 +104,7 @@ py::dict exportCalibration(const std::tuple<py::bytes, std::optional<std::string
                                 given["size"].cast<std::optional<std::pair<int, int>>>()};
   const ExportOptions options = optionsOf(given);
   const Answer answer = [&] {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     return exportSource(argument, wanted, options);
   }();
   if (const auto* exported = std::get_if<Exported>(&answer)) {
@@ -126,7 +127,7 @@ void writeFile(const py::object& path_like, const std::string& contents) {
   const std::string path = pathOf(path_like);
   std::optional<std::string> reason;
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     reason = writeFileAtomically(path, contents);
   }
   if (reason) throwSaveProblem({*reason, {}}, path);

@@ -11,6 +11,7 @@
 #include "python/bindings/cameras.h"
 #include "python/bindings/data.h"
 #include "python/bindings/errors.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/source_arguments.h"
 
 namespace norv::python {
@@ -82,7 +83,7 @@ Review reviewOf(const SourceArgument& argument) {
 py::dict reviewDict(const py::bytes& data, const std::optional<std::string>& kind, bool is_object) {
   const SourceArgument argument = sourceArgument(data, kind, is_object);
   const Review review = [&] {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     return reviewOf(argument);
   }();
   py::dict dict;
@@ -110,7 +111,7 @@ py::object readMessage(const py::bytes& data, const std::optional<std::string>& 
   const SourceArgument argument = sourceArgument(data, kind, is_object);
   if (!is_object && argument.data.empty()) return findingDict(parseFinding("", "is empty"));
   const auto read = [&] {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     return argument.read();
   }();
   if (const auto* problem = std::get_if<PlacedFinding>(&read)) return findingDict(*problem);

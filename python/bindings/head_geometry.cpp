@@ -5,6 +5,7 @@
 
 #include "python/bindings/errors.h"
 #include "python/bindings/heads.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/numbers.h"
 
 namespace norv::python {
@@ -21,12 +22,12 @@ const PanTiltSystemParameters& headOf(const Head& head) {
 }
 
 HeadGeometry geometryOf(const Head& head) {
-  const py::gil_scoped_release released;
+  const LibraryCall call;
   return calibration::describeHead(headOf(head));
 }
 
 BlindCones conesOf(const Head& head) {
-  const py::gil_scoped_release released;
+  const LibraryCall call;
   return calibration::blindCones(headOf(head));
 }
 

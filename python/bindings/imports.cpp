@@ -13,6 +13,7 @@
 #include "python/bindings/import_review.h"
 #include "python/bindings/peer_arguments.h"
 #include "python/bindings/point_check.h"
+#include "python/bindings/library_call.h"
 
 namespace norv::python {
 namespace {
@@ -163,7 +164,7 @@ py::dict importCalibration(const std::vector<std::pair<std::string, std::string>
   Made made;
   PointChecks checks;
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     made.robot.ParseFromString(into);
     made.imported = interop::importCameras(files, options);
     put(&made);

@@ -10,6 +10,7 @@
 
 #include "calibration_common/load_report.h"
 #include "python/bindings/errors.h"
+#include "python/bindings/library_call.h"
 
 namespace norv::python {
 
@@ -24,7 +25,7 @@ template <class Load>
 auto loadedOrThrow(const Load& load, const std::optional<std::string>& path = std::nullopt) {
   calibration::LoadReport report;
   auto loaded = [&] {
-    const pybind11::gil_scoped_release released;
+    const LibraryCall call;
     return load(&report);
   }();
   if (loaded == nullptr) throwLoadProblem(report, path);

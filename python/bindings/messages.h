@@ -22,7 +22,13 @@ pybind11::str toPrintedText(const google::protobuf::Message& message);
 pybind11::object toDict(const google::protobuf::Message& message);
 
 /// The binary form of a message of the prototype's type that `dict` describes. Throws TypeError
-/// where Python's json cannot write it, and CalibrationError where it is no such message.
+/// where Python's json has no words for what it holds, and CalibrationError where it is no such
+/// message, or nested too deep.
 std::string bytesOfDict(const pybind11::handle& dict, const google::protobuf::Message& prototype);
+
+/// The bytes of a text that loads read as the text, for which a few others would be taken: those
+/// that happen to be a binary message. Throws CalibrationError where the text cannot be read as the
+/// prototype's type and loads would not say so.
+std::string bytesOfText(const pybind11::str& text, const google::protobuf::Message& prototype);
 
 }  // namespace norv::python

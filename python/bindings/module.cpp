@@ -6,6 +6,7 @@
 #include "python/bindings/cameras.h"
 #include "python/bindings/data.h"
 #include "python/bindings/heads.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/log_sink.h"
 #include "python/bindings/pan_tilt_heads.h"
 #include "python/bindings/point_functions.h"
@@ -15,6 +16,7 @@ PYBIND11_MODULE(_core, module) {
   namespace python = norv::python;
   // pybind11 looks NumPy's functions up at their first use, which two threads must not do at once.
   pybind11::array_t<float>(1);
+  python::bindForks(module);
   python::bindLogging(module);
   python::bindCameraValues(module);
   python::bindPointFunctions(module);

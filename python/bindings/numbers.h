@@ -9,6 +9,8 @@
 
 #include <cstddef>
 
+#include "python/bindings/library_call.h"
+
 namespace norv::python {
 
 /// Number of pixels up to which the package makes arrays and visits pixels one by one: 16384 x
@@ -34,7 +36,7 @@ void requireModestSize(int width, int height);
 /// `action()` without the interpreter's lock.
 template <class Action>
 auto withoutLock(const Action& action) {
-  const pybind11::gil_scoped_release released;
+  const LibraryCall call;
   return action();
 }
 

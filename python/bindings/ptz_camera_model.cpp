@@ -5,6 +5,7 @@
 #include "calibration_common/load_report.h"
 #include "python/bindings/errors.h"
 #include "python/bindings/heads.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/messages.h"
 
 namespace norv::python {
@@ -21,7 +22,7 @@ Head made(const Load& load, const std::optional<std::string>& path = std::nullop
   LoadReport report;
   PTZCameraModelPtr model;
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     model = load(&report);
   }
   if (model == nullptr) throwLoadProblem(report, path);
@@ -47,7 +48,7 @@ void save(const Head& head, const py::object& path_like, bool binary) {
       binary ? calibration::CalibrationFormat::kBinary : calibration::CalibrationFormat::kText;
   std::optional<calibration::SaveProblem> problem;
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     problem = calibration::saveToFile(messageOf(head), path, format);
   }
   if (problem) throwSaveProblem(*problem, path);
@@ -55,7 +56,7 @@ void save(const Head& head, const py::object& path_like, bool binary) {
 
 bool isSame(const Head& a, const Head& b) {
   if (a.model == b.model) return true;
-  const py::gil_scoped_release released;
+  const LibraryCall call;
   return messageOf(a).SerializeAsString() == messageOf(b).SerializeAsString();
 }
 

@@ -7,6 +7,7 @@
 #include "python/bindings/camera_values.h"
 #include "python/bindings/errors.h"
 #include "python/bindings/heads.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/numbers.h"
 #include "python/bindings/pan_tilt_words.h"
 #include "python/bindings/point_functions.h"
@@ -46,7 +47,7 @@ py::array_t<float> raysOf(const Configuration& camera, const py::handle& pixels)
   auto rays = giveArray<float>(py::none(), "out", withAxes(in.leading, {3}));
   const float* const from = in.data();
   float* const to = rays.mutable_data();
-  const py::gil_scoped_release released;
+  const LibraryCall call;
   for (std::size_t i = 0; i < in.count; ++i) {
     const Vector3_f ray = camera.projectPixelToRay(Vector2_f(from[2 * i], from[2 * i + 1]));
     std::copy_n(ray.data(), 3, to + 3 * i);
@@ -71,7 +72,7 @@ py::tuple getPanTiltOfPixel(const Configuration& camera, const Vector2_f& pixel)
   int tilt = 0;
   bool is_solved = false;
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     is_solved = camera.getPanTilt(pixel, &pan, &tilt);
   }
   if (!is_solved) refuseRays(camera, {pixel});
@@ -84,7 +85,7 @@ py::tuple getPanTiltOfPoint(const Configuration& camera, const Vector3_f& world,
   float tilt = 0;
   bool is_solved = false;
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     is_solved = camera.getPanTilt(world, pixel, &pan, &tilt);
   }
   if (is_solved) return py::make_tuple(pan, tilt);
@@ -114,7 +115,7 @@ py::tuple getPanTiltZoom(const Configuration& camera, const py::handle& corner,
   int zoom = 0;
   bool is_solved = false;
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     is_solved = camera.getPanTiltZoom(a, b, &pan, &tilt, &zoom);
   }
   if (!is_solved) refuseRays(camera, {a, b});

@@ -4,6 +4,7 @@
 
 #include "calibration_common/ptz_aiming.h"
 #include "python/bindings/heads.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/numbers.h"
 
 namespace norv::python {
@@ -41,7 +42,7 @@ py::tuple home(const Head& head) {
 py::object zoomRangeOf(const Head& head) {
   calibration::ZoomRange range = {};
   {
-    const py::gil_scoped_release released;
+    const LibraryCall call;
     range = calibration::zoomRange(*head.model);
   }
   if (range.empty()) return py::none();
@@ -51,7 +52,7 @@ py::object zoomRangeOf(const Head& head) {
 PTZCameraModelConfiguration configurationOf(const Head& head, const py::object& pan,
                                             const py::object& tilt, const py::object& zoom) {
   const int steps[] = {takeSteps(pan, "pan"), takeSteps(tilt, "tilt"), takeSteps(zoom, "zoom")};
-  const py::gil_scoped_release released;
+  const LibraryCall call;
   return {head.model, steps[0], steps[1], steps[2]};
 }
 
@@ -105,7 +106,7 @@ beyond 32 bits.
           "zoom_x_factor_to_steps",
           [](const Head& h, const py::object& factor) {
             const auto number = static_cast<float>(takeNumber(factor, "factor"));
-            const py::gil_scoped_release released;
+            const LibraryCall call;
             return h.model->zoomXFactorToSteps(number);
           },
           py::arg("factor"),
@@ -122,7 +123,7 @@ factors beyond it and for NaN.
           "steps_to_zoom_x_factor",
           [](const Head& h, const py::object& steps) {
             const int position = takeSteps(steps, "steps");
-            const py::gil_scoped_release released;
+            const LibraryCall call;
             return h.model->stepsToZoomXFactor(position);
           },
           py::arg("steps"),

@@ -83,7 +83,7 @@ template <class Fill>
 py::object fillPair(const Size& size, const py::object& out, const Fill& fill) {
   const auto [out_x, out_y] = takePair(out);
   auto x = giveArray<float>(out_x, "out[0]", size.shape());
-  auto y = giveArray<float>(out_y, "out[1]", size.shape(), &x);
+  auto y = giveArray<float>(out_y, "out[1]", size.shape(), {x});
   float* const to_x = x.mutable_data();
   float* const to_y = y.mutable_data();
   withoutLock([&] { fill(to_x, to_y); });
@@ -135,7 +135,7 @@ py::object makeFixedPointRectifyMap(const View& of, const RectifiedView& view,
   const Shape shape = {view.height, view.width};
   const auto [out_xy, out_fraction] = takePair(out);
   auto xy = giveArray<std::int16_t>(out_xy, "out[0]", withAxes(shape, {2}));
-  auto fraction = giveArray<std::uint16_t>(out_fraction, "out[1]", shape, &xy);
+  auto fraction = giveArray<std::uint16_t>(out_fraction, "out[1]", shape, {xy});
   std::int16_t* const to_xy = xy.mutable_data();
   std::uint16_t* const to_fraction = fraction.mutable_data();
   withoutLock([&] { of.view.makeFixedPointRectifyMap(view, to_xy, to_fraction, workers); });

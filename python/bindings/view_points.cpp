@@ -144,7 +144,7 @@ py::object project(const View& of, const py::handle& points, const py::handle& o
   static_assert(sizeof(ViewJacobian) == 2 * (3 + 6 + kIntrinsics) * sizeof(double));
   const int workers = takeThreads(threads);
   const Points<double> in = takePoints<double>(points, "points", 3);
-  auto pixels = giveArray<double>(out, "out", withAxes(in.leading, {2}), &in.array);
+  auto pixels = giveArray<double>(out, "out", withAxes(in.leading, {2}), {in.given});
   calibration::ViewExtras extras{statusesFor(status, in.leading), nullptr};
   py::array_t<double> all;
   if (derivatives) {
@@ -165,7 +165,7 @@ py::object rectify(const View& of, const py::handle& pixels, const py::handle& o
   static_assert(sizeof(RectificationJacobian) == 2 * (2 + kIntrinsics) * sizeof(double));
   const int workers = takeThreads(threads);
   const Points<double> in = takePoints<double>(pixels, "pixels", 2);
-  auto points = giveArray<double>(out, "out", withAxes(in.leading, {2}), &in.array);
+  auto points = giveArray<double>(out, "out", withAxes(in.leading, {2}), {in.given});
   calibration::RectificationExtras extras{statusesFor(status, in.leading), nullptr};
   py::array_t<double> all;
   if (derivatives) {
@@ -189,7 +189,7 @@ Eigen::Vector3d centreOf(const calibration::CameraView& view) {
 Rays rayAt(const View& of, const py::handle& pixels, const py::handle& out,
            const py::handle& status) {
   const Points<double> in = takePoints<double>(pixels, "pixels", 2);
-  auto directions = giveArray<double>(out, "out", withAxes(in.leading, {3}), &in.array);
+  auto directions = giveArray<double>(out, "out", withAxes(in.leading, {3}), {in.given});
   PointStatus* const statuses = statusesFor(status, in.leading);
   const double* const from = in.data();
   double* const to = directions.mutable_data();

@@ -5,6 +5,7 @@
 
 #include "python/bindings/arrays.h"
 #include "python/bindings/heads.h"
+#include "python/bindings/library_call.h"
 
 namespace norv::python {
 namespace {
@@ -44,7 +45,7 @@ py::array_t<float> focalLengthsAt(const ZoomTable& zoom, const py::handle& posit
   }
   py::array_t<float> focal_lengths(shape);
   float* const out = focal_lengths.mutable_data();
-  const py::gil_scoped_release released;
+  const LibraryCall call;
   for (py::ssize_t i = 0; i < in.size(); ++i) {
     const calibration::PTZCameraModelConfiguration at(zoom.model, 0, 0, static_cast<int>(steps[i]));
     const float focal_length = at.getIntrinsics()(0, 0);

@@ -2,6 +2,7 @@
 
 import atexit
 import logging
+import os
 
 from camera_parameters import _core
 
@@ -26,7 +27,7 @@ def set_log_level(channel, level):
     "off", "fatal", "error", "warning", "info" and "debug", or a level of the module `logging`. Below it the library builds
     no text, so that levels set at Python's loggers alone cost what the records cost. Thread-safe.
 
-    >>> import camera_parameters as cp
+    >>> import logging, camera_parameters as cp
     >>> cp.set_log_level("ptz_camera_model", "info")
     >>> cp.set_log_level("ptz_camera_model", logging.WARNING)
     """
@@ -50,3 +51,9 @@ def install():
     """Makes Python's logging the sink of the library until the interpreter ends."""
     _core._install_log_sink()
     atexit.register(_core._remove_log_sink)
+    if hasattr(os, "register_at_fork"):
+        os.register_at_fork(
+            before=_core._before_fork,
+            after_in_parent=_core._after_fork_in_parent,
+            after_in_child=_core._after_fork_in_child,
+        )
