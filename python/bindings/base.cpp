@@ -94,7 +94,11 @@ No such file or directory
 True
 )")
       .def_static(
-          "from_text", [](const py::str& text) { return fromString(text); }, py::arg("text"),
+          "from_text",
+          [](const py::str& text) {
+            return fromString(bytesOfText(text, calibration::BaseCalibrationProto()));
+          },
+          py::arg("text"),
           R"(The same from text format. Inverse: `to_text`.
 
 >>> import camera_parameters as cp

@@ -33,7 +33,13 @@ py::object toDict(const Message& message) {
   std::string json;
   const auto status = google::protobuf::util::MessageToJsonString(message, &json, options);
   if (!status.ok()) throwCalibrationError(std::string(status.message()));
-  return py::module_::import("json").attr("loads")(py::bytes(json));
+  // JSON's -0 would become an integer, which has no sign.
+  const py::cpp_function parse_int([](const py::str& digits) -> py::object {
+    if (digits.cast<std::string>() == "-0") return py::float_(-0.0);
+    return py::int_(digits);
+  });
+  return py::module_::import("json").attr("loads")(py::bytes(json),
+                                                   py::arg("parse_int") = parse_int);
 }
 
 namespace {

@@ -88,7 +88,11 @@ PTZCameraModel(1920x1080, 12 samples, zoom factor 29.6)
 True
 )")
       .def_static(
-          "from_text", [](const py::str& text) { return headOfData(text); }, py::arg("text"),
+          "from_text",
+          [](const py::str& text) {
+            return headOfData(bytesOfText(text, calibration::PTZCameraParameters()));
+          },
+          py::arg("text"),
           R"(The calibration in text, as `to_text` makes it. Raises CalibrationError with line and column.
 
 >>> import camera_parameters as cp
