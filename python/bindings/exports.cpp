@@ -9,10 +9,10 @@
 #include "python/bindings/errors.h"
 #include "python/bindings/exported_cameras.h"
 #include "python/bindings/findings.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/loads.h"
 #include "python/bindings/peer_arguments.h"
 #include "python/bindings/source_arguments.h"
-#include "python/bindings/library_call.h"
 #include "support/atomic_file.h"
 
 namespace norv::python {

@@ -11,9 +11,9 @@
 #include "python/bindings/errors.h"
 #include "python/bindings/findings.h"
 #include "python/bindings/import_review.h"
+#include "python/bindings/library_call.h"
 #include "python/bindings/peer_arguments.h"
 #include "python/bindings/point_check.h"
-#include "python/bindings/library_call.h"
 
 namespace norv::python {
 namespace {

@@ -139,10 +139,9 @@ serves; `solve_all` has all of every head.
 >>> head.solve((3, 1, 1.5)).solved, head.solve((float("nan"), 0, 0)).verdict
 (True, 'no-candidate')
 )")
-      .def(
-          "compute_pan_tilt", &computePanTilt, py::arg("world"),
-          py::arg("dev") = py::make_tuple(0, 0),
-          R"(`solve`, as (pan, tilt) in steps, its reasons logged.
+      .def("compute_pan_tilt", &computePanTilt, py::arg("world"),
+           py::arg("dev") = py::make_tuple(0, 0),
+           R"(`solve`, as (pan, tilt) in steps, its reasons logged.
 
 Raises NoSolutionError with the verdict as the reason.
 
