@@ -1,5 +1,6 @@
 #include "python/bindings/camera_copies.h"
 
+#include <cstring>
 #include <set>
 
 #include "python/bindings/errors.h"
@@ -16,10 +17,16 @@ using calibration::CameraParameters;
 using calibration::CameraParametersSet;
 using calibration::RobotCalibration;
 
-/// The base moves a camera, and leaves the camera's own message alone.
+/// The base moves a camera, and leaves the camera's own message alone. Where it stands as it was
+/// loaded, the message has the pose with more digits.
 CameraCalibration messageOf(const CameraParameters& camera) {
   CameraCalibration message = camera.getCalibration();
-  CameraParameters::convert(camera.getTransform().transform, message.mutable_extrinsics());
+  const Matrix4x4_f& pose = camera.getTransform().transform;
+  Matrix4x4_f loaded;
+  CameraParameters::convert(message.extrinsics(), &loaded);
+  if (std::memcmp(loaded.data(), pose.data(), sizeof(Matrix4x4_f)) != 0) {
+    CameraParameters::convert(pose, message.mutable_extrinsics());
+  }
   return message;
 }
 

@@ -109,3 +109,16 @@ def test_arrays_of_values_cannot_be_written():
             array[...] = 1
     with pytest.raises(AttributeError):
         k.width = 5
+
+
+def test_a_camera_that_was_moved_keeps_its_place():
+    cameras = cp.CameraParametersSet()
+    camera = cameras["head_camera"]
+    loaded = camera.to_dict()["extrinsics"]
+    base = cp.BaseCalibrationData.from_dict({"global_transform_adjustment": {"global_transform": {
+        "a": [0, -1, 0, 10, 1, 0, 0, 20, 0, 0, 1, 30]}}})
+    assert camera.to_dict()["extrinsics"] == loaded
+    before = camera.pose
+    cameras.adjust_using_base_calibration(base)
+    assert camera.pose != before and same_bits(by_pickle(camera).pose.camera_from_robot, camera.pose.camera_from_robot)
+    assert same_camera(by_pickle(cameras)["head_camera"], camera)

@@ -130,8 +130,8 @@ REFUSED = [
     (dict(out=(None,)), ValueError, "out: expected a pair of arrays"),
     (dict(out=(np.empty((240, 321), np.float32), None)), ValueError,
      "out[0]: expected shape (240, 320), got (240, 321)"),
-    (dict(out=(None, np.empty((240, 320)))), TypeError, "out[1]: expected an array of float32"),
-    (dict(out=[np.empty((240, 320), np.float32)] * 2), ValueError, "out[1]: shares memory with the input"),
+    (dict(out=(None, np.empty((240, 320)))), ValueError, "out[1]: expected dtype float32, got float64"),
+    (dict(out=[np.empty((240, 320), np.float32)] * 2), ValueError, "out[1]: shares memory with another argument"),
     (dict(threads=257), ValueError, "threads: expected 0 to 256, got 257"),
 ]
 
