@@ -7,6 +7,7 @@
 int main(int argc, char** argv) {
   const std::map<std::string, void (*)()> verbs = {
       {"cameras", &norv::reference::writeCameras},
+      {"heads", &norv::reference::writeHeads},
   };
   const auto verb = argc == 2 ? verbs.find(argv[1]) : verbs.end();
   if (verb == verbs.end()) {

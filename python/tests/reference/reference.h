@@ -30,4 +30,12 @@ void write(const T* numbers, std::size_t count) {
 /// rays, each point by its own call.
 void writeCameras();
 
+/// In: int32 sizes of a calibration in bytes, of p positions and of n points; the calibration;
+/// int32 p x 3 pan, tilt and zoom; float32 n x 3 points and n x 2 pixels. Out, for each position:
+/// float32 pose 16, inverse 16, camera matrix 9, distortion 8, n x 2 pixels, n x 3 rays; for each
+/// pixel, int32 whether pan and tilt were found, and those; the same with zoom for the box to the
+/// next pixel; float32 the same for the point at the pixel. Then for each point float32 whether it
+/// was solved, pan, tilt.
+void writeHeads();
+
 }  // namespace norv::reference
