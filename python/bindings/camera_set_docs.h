@@ -90,6 +90,15 @@ constexpr const char* kAdjust =
 `base` is a `BaseCalibrationData`, whose global transform is B. Moves every camera that the loaded message
 names, those
 that were taken from the set included, and stores the new poses. Applied twice, it moves them twice.
+
+>>> import camera_parameters as cp
+>>> cameras = cp.CameraParametersSet()
+>>> ahead = {"a": [1, 0, 0, 100, 0, 1, 0, 0, 0, 0, 1, 0]}  # millimetres
+>>> base = {"global_transform_adjustment": {"global_transform": ahead}}
+>>> before = cameras["head_camera"].pose.center
+>>> cameras.adjust_using_base_calibration(cp.BaseCalibrationData.from_dict(base))
+>>> [round(float(metres), 3) for metres in cameras["head_camera"].pose.center - before]
+[-0.1, 0.0, 0.0]
 )doc";
 
 constexpr const char* kNames =
