@@ -281,6 +281,7 @@ class CameraView:
 # ---- pan-tilt-zoom heads
 
 class PTZCameraModel:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @staticmethod
     def from_file(path: str | bytes | os.PathLike[str] | os.PathLike[bytes]) -> PTZCameraModel: ...
     @staticmethod
@@ -366,6 +367,7 @@ class PTZCameraModel:
     def __hash__(self) -> int: ...
 
 class PTZIntrinsicsTable:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def image_width(self) -> int: ...
     @property
@@ -396,6 +398,7 @@ class PTZIntrinsicsTable:
     def focal_lengths_at(self, zoom: ArrayLike) -> NDArray[np.float32]: ...
 
 class PTZCameraModelConfiguration:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def model(self) -> PTZCameraModel: ...
     @property
@@ -444,6 +447,7 @@ class PTZCameraModelConfiguration:
     def __hash__(self) -> int: ...
 
 class HeadGeometry:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def azimuth(self) -> float: ...
     @property
@@ -464,12 +468,14 @@ class HeadGeometry:
     def findable_elevations(self) -> tuple[float, float]: ...
 
 class BlindCones:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def upper(self) -> float: ...
     @property
     def lower(self) -> float: ...
 
 class PanTiltModel:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def base_to_pan(self) -> NDArray[np.float32]: ...
     @property
@@ -505,6 +511,7 @@ class PanTiltModel:
     def __setstate__(self, state: PTZCameraModel) -> None: ...
 
 class PanTiltSolution:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def verdict(self) -> Literal["solved", "no-candidate", "high-residual", "large-residual"]: ...
     @property
@@ -521,6 +528,7 @@ class PanTiltSolution:
     def error(self) -> float: ...
 
 class PanTiltRoots:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def reach(
         self,
@@ -529,6 +537,7 @@ class PanTiltRoots:
     def __getitem__(self, index: int) -> PanTiltRoot: ...
 
 class PanTiltRoot:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def pan(self) -> float: ...
     @property
@@ -543,6 +552,7 @@ class PanTiltRoot:
 # ---- aiming and coverage
 
 class Aim:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     def __len__(self) -> int: ...
     def __getitem__(self, index: int) -> AimPosition: ...
     @property
@@ -559,6 +569,7 @@ class Aim:
     def __setstate__(self, state: tuple[Any, ...]) -> None: ...
 
 class AimPosition:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def motors(self) -> tuple[int, int, int]: ...
     @property
@@ -595,6 +606,7 @@ class AimPosition:
     def is_upright(self) -> bool: ...
 
 class AimTrack:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def motors(self) -> NDArray[np.int32]: ...
     @property
@@ -618,6 +630,7 @@ class AimTrack:
     def __len__(self) -> int: ...
 
 class PtzCoverage:
+    def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
     def centre(self) -> NDArray[np.float64]: ...
     @property
