@@ -4,6 +4,7 @@
 #include <google/protobuf/unknown_field_set.h>
 
 #include <array>
+#include <cstddef>
 
 #include "proto/norv_base_calibration.pb.h"
 #include "proto/norv_ptz_camera.pb.h"
@@ -33,12 +34,16 @@ bool isOfKind(const Message& message, const Kind& kind) {
   return message.GetDescriptor() == kind.prototype.GetDescriptor();
 }
 
-int countUnknownFields(const Message& message) {
-  int count = 0;
+/// Their size and not their number: a kind that knows nothing of the data may still see it as one
+/// large field.
+std::size_t countUnknownBytes(const Message& message) {
+  std::size_t count = 0;
   FieldPath path;
   visitMessages(message, &path, [&count](const VisitedMessage& visited) {
     const auto* reflection = visited.message.GetReflection();
-    count += reflection->GetUnknownFields(visited.message).field_count();
+    const auto& fields = reflection->GetUnknownFields(visited.message);
+    std::string bytes;
+    if (!fields.empty() && fields.SerializeToString(&bytes)) count += bytes.size();
   });
   return count;
 }
@@ -53,7 +58,7 @@ const char* describeKind(const Message& message) {
 }
 
 const char* findBetterKind(const std::string& data, const Message& message) {
-  int fewest = countUnknownFields(message);
+  std::size_t fewest = countUnknownBytes(message);
   const char* best = nullptr;
   for (const Kind& kind : allKinds()) {
     if (fewest == 0) break;
@@ -61,7 +66,7 @@ const char* findBetterKind(const std::string& data, const Message& message) {
     google::protobuf::Arena arena;
     Message* const other = kind.prototype.New(&arena);
     if (!readBinary(data, other)) continue;
-    const int unknown = countUnknownFields(*other);
+    const std::size_t unknown = countUnknownBytes(*other);
     if (unknown >= fewest) continue;
     fewest = unknown;
     best = kind.holds;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// Which kind of calibration data is of. The binary format takes nearly any message for nearly any
-/// other, so it is the kind that knows most of the fields. Thread-safe; log nothing.
+/// other, so it is the kind that knows most of the bytes. Thread-safe; log nothing.
 
 #include <google/protobuf/message.h>
 
@@ -13,7 +13,7 @@ namespace norv::internal {
 const char* describeKind(const google::protobuf::Message& message);
 
 /// The kind that binary data fits better than that of `message`, which was read from it: of which
-/// it leaves fewer fields unknown. Null where there is none.
+/// it leaves fewer bytes unknown. Null where there is none.
 const char* findBetterKind(const std::string& data, const google::protobuf::Message& message);
 
 /// The kind whose text the data is, which is none of the kind of `message`. Null where it is of

@@ -176,6 +176,18 @@ TYPED_TEST(StrictLoad, RefusesOtherKinds) {
   }
 }
 
+TYPED_TEST(StrictLoad, TakesFieldsOfNewerVersions) {
+  const auto loaded = TypeParam::Loaded::fromString(TypeParam::goodText());
+  ASSERT_NE(loaded, nullptr);
+  // More of them, by number, than a set has fields; each holds one byte.
+  std::string newer = TypeParam::bytes(*loaded);
+  for (const char* field : {"\xfa\x3e\x01!", "\x82\x3f\x01!", "\x8a\x3f\x01!"}) newer += field;
+  LoadReport report;
+  const auto of_newer = TypeParam::Loaded::fromString(newer, &report);
+  ASSERT_NE(of_newer, nullptr) << describeFinding(*report.problem);
+  EXPECT_EQ(TypeParam::bytes(*of_newer), newer);
+}
+
 TYPED_TEST(StrictLoad, RefusesTextsCutShort) {
   const std::string text = TypeParam::goodText();
   ScopedLogCapture capture(kLogFatal);
