@@ -2,7 +2,8 @@
 
 import dataclasses
 import math
-from typing import List, Optional, Tuple
+import typing
+from typing import Any, List, Optional, Tuple
 
 import numpy
 
@@ -217,7 +218,10 @@ class BaseDifference(_Shown):
     kind: str = "base"
 
 
-def diff(a, b, *, kind=None, distances=(math.inf, 3.0), camera=None, size=None, grid=False):
+def diff(a: _sources.Source, b: _sources.Source, *, kind: Optional[str] = None,
+         distances: typing.Iterable[float] = (math.inf, 3.0), camera: Optional[str] = None,
+         size: Optional[Tuple[int, int]] = None,
+         grid: bool = False) -> Any:
     """What calibration `b` changes in calibration `a`: a `RobotDifference`, `PtzDifference` or `BaseDifference`.
 
     `a`, `b` and `kind` are as the source of `validate`; two `CameraParameters` are compared whatever they are called.

@@ -2,7 +2,8 @@
 
 import dataclasses
 import os
-from typing import Dict, List, Optional, Tuple
+import typing
+from typing import Any, Dict, List, Optional, Tuple, Union
 
 from camera_parameters import _core, _peers, _sources
 from camera_parameters._errors import CalibrationError
@@ -28,7 +29,7 @@ class ExportedCamera:
     deviation: Optional[LensDeviation]
 
     @property
-    def exact(self):
+    def exact(self) -> bool:
         """Whether the camera is the same one."""
         return self.deviation is None
 
@@ -51,11 +52,11 @@ class ExportResult:
     notes: List[str]
 
     @property
-    def text(self):
+    def text(self) -> str:
         """The contents of the first file."""
         return next(iter(self.files.values())).decode(errors="backslashreplace")
 
-    def save(self, output):
+    def save(self, output: _sources.Path) -> List[str]:
         """Writes the files, each in one step, and returns their paths.
 
         COLMAP's go into a folder, which is made where it is missing, or the first of them alone where `output` ends in
@@ -80,8 +81,11 @@ class ExportResult:
         return _html.export_result(self)
 
 
-def export_calibration(source, format, output=None, *, camera=None, size=None, syntax=None, pixel_origin=None,
-                       max_error=0.1, distortion_model=None, parent=None, parent_from_robot=None):
+def export_calibration(source: _sources.Source, format: str, output: Optional[_sources.Path] = None, *,
+                       camera: Union[str, typing.Iterable[str], None] = None, size: Optional[Tuple[int, int]] = None,
+                       syntax: Optional[str] = None, pixel_origin: Optional[str] = None, max_error: float = 0.1,
+                       distortion_model: Optional[str] = None, parent: Optional[str] = None,
+                       parent_from_robot: Any = None) -> ExportResult:
     """Writes cameras of a calibration for another program, in one of the `formats`: an `ExportResult`.
 
     `source` is a robot's calibration, as the source of `validate`. What is to be written is read back first: nothing is

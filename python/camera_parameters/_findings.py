@@ -1,6 +1,7 @@
 """What is wrong or doubtful in calibrations."""
 
 import dataclasses
+import typing
 from typing import List, Optional, Tuple
 
 from camera_parameters import _core, _sources
@@ -56,7 +57,7 @@ class Findings(List[Finding]):
     """
 
     @property
-    def severities(self):
+    def severities(self) -> List[str]:
         """The severities of all findings, each once, the worst first."""
         return [severity for severity in ("error", "warning", "info") if any(f.severity == severity for f in self)]
 
@@ -102,17 +103,17 @@ class LoadReport:
     findings: Findings
 
     @property
-    def errors(self):
+    def errors(self) -> int:
         """How many errors there are, those included that are not listed."""
         return self._count("error")
 
     @property
-    def warnings(self):
+    def warnings(self) -> int:
         """How many warnings there are, those included that are not listed."""
         return self._count("warning")
 
     @property
-    def infos(self):
+    def infos(self) -> int:
         """How many infos there are, those included that are not listed."""
         return self._count("info")
 
@@ -125,7 +126,7 @@ class LoadReport:
         return _html.load_report(self)
 
 
-def checks():
+def checks() -> List[Check]:
     """All checks of `validate`, those of fixed cameras first.
 
     >>> import camera_parameters as cp
@@ -135,7 +136,7 @@ def checks():
     return [Check(*row) for row in _core._checks()]
 
 
-def load_report(source, *, kind=None):
+def load_report(source: _sources.Source, *, kind: Optional[str] = None) -> LoadReport:
     """What loading a calibration finds in it: kind, format, cameras, what keeps it from loading, what is doubtful.
 
     `source` and `kind` are those of `validate`. Nothing is loaded and nothing is logged. Raises OSError where a file
@@ -153,7 +154,8 @@ def load_report(source, *, kind=None):
                       Findings(Finding(file=path, **finding) for finding in review["findings"]))
 
 
-def validate(source, *, kind=None, strict=False, allow=()):
+def validate(source: _sources.Source, *, kind: Optional[str] = None, strict: bool = False,
+             allow: typing.Iterable[str] = ()) -> Findings:
     """What is wrong or doubtful in a calibration: a list of `Finding`, in the order of the file, empty where nothing is.
 
     `source` is a path, bytes (binary, text or JSON), a dict, a `CameraParametersSet`, `CameraParameters`,

@@ -1,7 +1,8 @@
 """Other programs' calibrations made into ours."""
 
 import dataclasses
-from typing import List, Optional, Tuple
+import typing
+from typing import Any, List, Optional, Tuple, Union
 
 from camera_parameters import _core, _peers, _sources
 from camera_parameters._core import CameraParametersSet
@@ -143,9 +144,13 @@ class ImportResult:
         return _html.import_result(self)
 
 
-def import_calibration(sources, *, into=None, format=None, pixel_origin=None, size=None, node=None, full_frame=False,
-                       scale=None, max_error=0.1, parent=None, parent_from_robot=None, extrinsics=None, name=None,
-                       model=None, strict=False, force=False, check=None, check_origin="corner"):
+def import_calibration(sources: Any, *, into: Optional[_sources.Source] = None, format: Optional[str] = None,
+                       pixel_origin: Optional[str] = None, size: Optional[Tuple[int, int]] = None,
+                       node: Optional[int] = None, full_frame: bool = False, scale: Optional[float] = None,
+                       max_error: float = 0.1, parent: Optional[str] = None, parent_from_robot: Any = None,
+                       extrinsics: Any = None, name: Union[str, typing.Iterable[str], None] = None,
+                       model: Optional[str] = None, strict: bool = False, force: bool = False, check: Any = None,
+                       check_origin: str = "corner") -> ImportResult:
     """Makes cameras of other programs' calibrations, of the formats in `formats`: an `ImportResult`.
 
     `sources` is a path, bytes, a dict of names and contents, or a list of these; a folder is COLMAP's. Numbers pass

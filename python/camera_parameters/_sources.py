@@ -3,9 +3,14 @@
 import json
 import operator
 import os
+from typing import Any, Dict, Union
 
 from camera_parameters import _core
 from camera_parameters._errors import CalibrationError
+
+Path = Union[str, "os.PathLike[str]"]
+Source = Union[Path, bytes, bytearray, memoryview, Dict[str, Any], _core.CameraParametersSet, _core.CameraParameters,
+               _core.PTZCameraModel, _core.BaseCalibrationData]
 
 KINDS = {"CameraParametersSet": "robot", "PTZCameraModel": "ptz", "BaseCalibrationData": "base"}
 
