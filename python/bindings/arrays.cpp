@@ -99,13 +99,24 @@ void requireType(const py::handle& out, const char* name) {
   }
 }
 
+constexpr int kInPlace =
+    py::detail::npy_api::NPY_ARRAY_C_CONTIGUOUS_ | py::detail::npy_api::NPY_ARRAY_ALIGNED_;
+
+/// Whether NumPy would give the object back as it is: what costs most of a call with few points.
+template <class T>
+bool isInPlace(const py::handle& object) {
+  if (Py_TYPE(object.ptr()) != py::detail::npy_api::get().PyArray_Type_) return false;
+  const auto array = py::reinterpret_borrow<py::array>(object);
+  return array.dtype().is(py::dtype::of<T>()) && (array.flags() & kInPlace) == kInPlace;
+}
+
 template <class T>
 py::array_t<T> convert(const py::array& array) {
+  if (isInPlace<T>(array)) return py::reinterpret_borrow<py::array_t<T>>(array);
   using detail = py::detail::npy_api;
-  constexpr int kFlags =
-      detail::NPY_ARRAY_C_CONTIGUOUS_ | detail::NPY_ARRAY_ALIGNED_ | detail::NPY_ARRAY_FORCECAST_;
-  PyObject* converted = detail::get().PyArray_FromAny_(
-      array.ptr(), py::dtype::of<T>().release().ptr(), 0, 0, kFlags, nullptr);
+  PyObject* converted =
+      detail::get().PyArray_FromAny_(array.ptr(), py::dtype::of<T>().release().ptr(), 0, 0,
+                                     kInPlace | detail::NPY_ARRAY_FORCECAST_, nullptr);
   if (converted == nullptr) throw py::error_already_set();
   return py::reinterpret_steal<py::array_t<T>>(converted);
 }
@@ -119,7 +130,8 @@ py::array_t<T> takeNumbers(const py::handle& object, const char* name) {
 
 template <class T>
 Points<T> takePoints(const py::handle& object, const char* name, py::ssize_t coordinates) {
-  const py::array array = requireNumbers(object, name);
+  const py::array array = isInPlace<T>(object) ? py::reinterpret_borrow<py::array>(object)
+                                               : requireNumbers(object, name);
   Shape leading = shapeOf(array);
   if (leading.empty() || leading.back() != coordinates) {
     throw py::value_error(std::string(name) + ": expected shape (..., " +
@@ -151,9 +163,7 @@ py::array_t<T> giveArray(const py::handle& out, const char* name, const Shape& s
     throw py::value_error(std::string(name) + ": expected shape " + describeShape(shape) +
                           ", got " + describeShape(shapeOf(array)));
   }
-  constexpr int kFlags =
-      py::detail::npy_api::NPY_ARRAY_C_CONTIGUOUS_ | py::detail::npy_api::NPY_ARRAY_ALIGNED_;
-  if ((array.flags() & kFlags) != kFlags) {
+  if ((array.flags() & kInPlace) != kInPlace) {
     throw py::value_error(std::string(name) + ": is not C-contiguous and aligned");
   }
   if (!array.writeable()) throw py::value_error(std::string(name) + ": cannot be written");

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "calibration_common/camera_view.h"
-#include "python/bindings/library_call.h"
+#include "python/bindings/numbers.h"
 #include "support/camera_projection.h"
 
 namespace norv::python {
@@ -71,17 +71,19 @@ py::array_t<float> projectArray(const CameraTransform& pose, const IntrinsicsVal
   Arrays arrays = takeArrays(points, "points", 3, results);
   const float* const from = arrays.in.data();
   float* const to = arrays.out.mutable_data();
-  const LibraryCall call;
-  projectPoints(pose, intrinsics.distortion, intrinsics.matrix,
-                reinterpret_cast<const Vector3_f*>(from), arrays.in.count,
-                reinterpret_cast<Vector2_f*>(to));
-  if (arrays.statuses != nullptr) {
-    const CameraView view = viewOf(pose, intrinsics);
-    fillStatuses<3>(from, arrays.in.count, arrays.statuses,
-                    [&](const auto& block, auto count, const auto& answers, auto* codes) {
-                      view.projectPoints(block, count, answers, {codes, nullptr});
-                    });
-  }
+  // Not to the end: to give an array back is to count a reference, which needs the lock.
+  withoutLock([&] {
+    projectPoints(pose, intrinsics.distortion, intrinsics.matrix,
+                  reinterpret_cast<const Vector3_f*>(from), arrays.in.count,
+                  reinterpret_cast<Vector2_f*>(to));
+    if (arrays.statuses != nullptr) {
+      const CameraView view = viewOf(pose, intrinsics);
+      fillStatuses<3>(from, arrays.in.count, arrays.statuses,
+                      [&](const auto& block, auto count, const auto& answers, auto* codes) {
+                        view.projectPoints(block, count, answers, {codes, nullptr});
+                      });
+    }
+  });
   return arrays.out;
 }
 
@@ -93,19 +95,20 @@ py::array_t<float> rectifyArray(const IntrinsicsValue& intrinsics, const py::han
   const Matrix3x3_f& k = intrinsics.matrix;
   const float principal_point[] = {k(0, 2), k(1, 2)};
   const float focal_lengths[] = {k(0, 0), k(1, 1)};
-  const LibraryCall call;
-  calibration::rectifyPoints(intrinsics.distortion.data(), principal_point, focal_lengths,
-                             reinterpret_cast<const Vector2_f*>(from), arrays.in.count,
-                             reinterpret_cast<Vector2_f*>(to));
-  if (arrays.statuses != nullptr) {
-    CameraTransform identity;
-    identity.setTransform(Matrix4x4_f::Identity(), CameraTransform::kForward);
-    const CameraView view = viewOf(identity, intrinsics);
-    fillStatuses<2>(from, arrays.in.count, arrays.statuses,
-                    [&](const auto& block, auto count, const auto& answers, auto* codes) {
-                      view.rectifyPoints(block, count, answers, {codes, nullptr});
-                    });
-  }
+  withoutLock([&] {
+    calibration::rectifyPoints(intrinsics.distortion.data(), principal_point, focal_lengths,
+                               reinterpret_cast<const Vector2_f*>(from), arrays.in.count,
+                               reinterpret_cast<Vector2_f*>(to));
+    if (arrays.statuses != nullptr) {
+      CameraTransform identity;
+      identity.setTransform(Matrix4x4_f::Identity(), CameraTransform::kForward);
+      const CameraView view = viewOf(identity, intrinsics);
+      fillStatuses<2>(from, arrays.in.count, arrays.statuses,
+                      [&](const auto& block, auto count, const auto& answers, auto* codes) {
+                        view.rectifyPoints(block, count, answers, {codes, nullptr});
+                      });
+    }
+  });
   return arrays.out;
 }
 
