@@ -1,5 +1,6 @@
 """First steps with the Python package: needs NumPy, and OpenCV to straighten a picture."""
 
+import pathlib
 import sys
 
 import cv2
@@ -26,11 +27,11 @@ picture = np.indices((height, width)).sum(axis=0).astype(np.uint8)
 straightened = cv2.remap(picture, *view.make_rectify_map(straight), cv2.INTER_LINEAR)
 print(f"straightened {straightened.shape[1]}x{straightened.shape[0]}, fx {straight.fx:.1f}")
 
-# Aim: the motor positions that bring what a pixel shows to the middle of the picture.
-head = cp.PTZCameraModel.from_file("calibration/example_ptz_cal.txt")
-now = head.configuration(pan=500, tilt=200, zoom=2500)
-pan, tilt = now.get_pan_tilt(pixel=(400, 300))
-print(f"pan {pan} and tilt {tilt} centre the pixel")
+# Aim: the motor positions that bring what a pixel shows, 12 m away, to the middle of the picture.
+example = pathlib.Path(__file__).resolve().parents[1] / "calibration" / "example_ptz_cal.txt"
+head = cp.PTZCameraModel.from_file(sys.argv[2] if len(sys.argv) > 2 else example)
+best = head.aim(at=(500, 200, 2500), pixel=(400, 300), distance=12).best
+print(f"pan {best.motors[0]} and tilt {best.motors[1]} centre it to {best.miss:.1f} px")
 
 # Validate: what is doubtful. Diff: what differs from the compiled-in calibration, in pixels.
 for finding in cp.validate(cameras):

@@ -2,21 +2,19 @@
 
 import os
 import re
-import shutil
 import subprocess
 import sys
 
 import pytest
 
-from calibrations import BUILD, HEAD, SOURCE
+from calibrations import BUILD, HEAD, PTZ, SOURCE
 
 pytest.importorskip("cv2")
 SCRIPT = SOURCE / "examples" / "first_steps.py"
 
 
-@pytest.mark.parametrize("arguments", [[], [str(HEAD)]])
+@pytest.mark.parametrize("arguments", [[], [str(HEAD)], [str(HEAD), str(PTZ)]])
 def test_first_steps(tmp_path, arguments):
-    shutil.copytree(SOURCE / "calibration", tmp_path / "calibration")
     environment = {**os.environ, "PYTHONPATH": str(BUILD / "python")}
     ran = subprocess.run([sys.executable, "-W", "error", str(SCRIPT), *arguments], cwd=tmp_path, env=environment,
                          capture_output=True, text=True, check=False)
@@ -25,8 +23,8 @@ def test_first_steps(tmp_path, arguments):
     assert lines[0] == "CameraParameters('head_camera', model 'mk512h', 1280x960)"
     assert [line.split()[-1] for line in lines[1:4]] == ["OK", "OK", "BEHIND_CAMERA"]
     assert re.fullmatch(r"straightened 1280x960, fx \d+[.]\d", lines[4])
-    # What examples/centre_pixel.cpp says of the same head at the same position.
-    assert lines[5] == "pan 104 and tilt 365 centre the pixel"
+    # What examples/aim.cpp says of the same head at the same position.
+    assert re.fullmatch(r"pan 86 and tilt 370 centre it to \d[.]\d px", lines[5])
     # The file is what is compiled in.
     assert lines[-2:] == ["head_camera differs by 0.00 px", "navigation_camera differs by 0.00 px"]
 

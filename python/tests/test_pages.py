@@ -1,9 +1,11 @@
 """What pages say of the package is so: their blocks run, in their order, as one session each."""
 
 import doctest
+import functools
 import multiprocessing
 import re
 import shutil
+import types
 
 import numpy
 import pytest
@@ -42,6 +44,45 @@ def names(tmp_path, monkeypatch):
 
 def test_the_front_page_runs():
     assert run_blocks("README.md")["pixels"].shape == (2, 2)
+
+
+def test_the_table_of_calls_has_all_functions_and_nothing_that_is_not_there():
+    pytest.importorskip("matplotlib")
+    import camera_parameters as cp
+    from camera_parameters import plot, report
+
+    roots = {"cp": cp, "cameras": cp.CameraParametersSet, "camera": cp.CameraParameters, "view": cp.CameraView,
+             "head": cp.PTZCameraModel, "camera_parameters": types.SimpleNamespace(plot=plot, report=report)}
+    text = (SOURCE / "docs/python.md").read_text(encoding="utf-8")
+    rows = re.findall(r"^\|.*$", text[text.index("## Which call does what"):text.index("## Install it")], re.MULTILINE)
+    named = set()
+    for call in re.findall(r"`([^`]*)`", "".join(rows)):
+        root, *path = re.sub(r"\(.*", "", call.partition(" = ")[2] or call).split(".")
+        if path:
+            assert callable(functools.reduce(getattr, path, roots[root])) or path == ["fields_of_view"], call
+            named.add(path[-1])
+    functions = {name for name in cp.__all__ if name.islower() and callable(getattr(cp, name))}
+    assert functions <= named
+    assert {"aim", "track", "can_see", "coverage", "ray_at", "moved_to", "save"} <= named
+
+
+@pytest.mark.parametrize("name", ["interop.md", "diff.md", "pan_tilt_heads.md", "checks.md"])
+def test_pages_lead_to_python(name):
+    text = (SOURCE / "docs" / name).read_text(encoding="utf-8")
+    assert "camera_parameters." in text and "python.md" in text
+
+
+def test_a_name_that_a_format_cannot_hold_comes_back():
+    import camera_parameters as cp
+
+    cameras = cp.CameraParametersSet.from_dict(
+        {"camera_calibration": [{**cp.CameraParametersSet()["head_camera"].to_dict(), "name": "narrow_stereo/left"}]})
+    written = cp.export_calibration(cameras, "ros").text.encode()
+    assert cp.import_calibration(written).cameras.names == ["narrow_stereo_left"]
+    back = cp.import_calibration(written, name="narrow_stereo/left", into=cameras,
+                                 extrinsics=cameras["narrow_stereo/left"]).cameras
+    assert back.names == ["narrow_stereo/left"]
+    assert (back["narrow_stereo/left"].pose.center == cameras["narrow_stereo/left"].pose.center).all()
 
 
 def test_blocks_run_and_many_pixels_by_dask_are_those_of_one_call(names):
