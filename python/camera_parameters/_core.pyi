@@ -2,7 +2,7 @@
 
 import os
 from collections.abc import Iterator, Sequence
-from typing import Any, Literal, Optional, SupportsIndex, Tuple, overload
+from typing import Any, Literal, Optional, SupportsIndex, Tuple, final, overload
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
@@ -11,6 +11,7 @@ from camera_parameters._metadata import CalibrationMetadata
 
 # ---- cameras and sets
 
+@final
 class CameraParametersSet:
     def __init__(self) -> None: ...
     @staticmethod
@@ -39,6 +40,7 @@ class CameraParametersSet:
     def __getstate__(self) -> tuple[bytes, bytes]: ...
     def __setstate__(self, state: tuple[bytes, bytes]) -> None: ...
 
+@final
 class CameraParameters:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: cameras come from sets
     @property
@@ -76,6 +78,7 @@ class CameraParameters:
     def __getstate__(self) -> tuple[bytes, bytes]: ...
     def __setstate__(self, state: tuple[bytes, bytes]) -> None: ...
 
+@final
 class Pose:
     def __init__(self, camera_from_robot: ArrayLike) -> None: ...
     @property
@@ -89,6 +92,7 @@ class Pose:
     def __getstate__(self) -> tuple[Any, ...]: ...
     def __setstate__(self, state: tuple[Any, ...]) -> None: ...
 
+@final
 class Intrinsics:
     def __init__(self, width: int, height: int, matrix: ArrayLike, distortion: ArrayLike) -> None: ...
     @property
@@ -134,6 +138,7 @@ def rectify(
 
 # ---- views, maps, validity
 
+@final
 class FieldsOfView:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...
     @property
@@ -143,6 +148,7 @@ class FieldsOfView:
     @property
     def diagonal(self) -> float: ...
 
+@final
 class ImageCoverage:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...
     @property
@@ -150,6 +156,7 @@ class ImageCoverage:
     @property
     def nearest_without_ray(self) -> float: ...
 
+@final
 class ViewJacobian:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...
     @property
@@ -159,6 +166,7 @@ class ViewJacobian:
     @property
     def intrinsics(self) -> NDArray[np.float64]: ...
 
+@final
 class RectificationJacobian:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...
     @property
@@ -166,6 +174,7 @@ class RectificationJacobian:
     @property
     def intrinsics(self) -> NDArray[np.float64]: ...
 
+@final
 class Ray:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...
     @property
@@ -173,6 +182,7 @@ class Ray:
     @property
     def direction(self) -> NDArray[np.float64]: ...
 
+@final
 class RectifiedView:
     def __init__(self, width: SupportsIndex, height: SupportsIndex, *, fx: float, fy: float, cx: float, cy: float,
                  view_from_camera: Optional[ArrayLike] = None) -> None: ...
@@ -201,6 +211,7 @@ class RectifiedView:
 _Maps = Tuple[NDArray[np.float32], NDArray[np.float32]]
 _FixedPointMaps = Tuple[NDArray[np.int16], NDArray[np.uint16]]
 
+@final
 class CameraView:
     def __init__(self, width: SupportsIndex, height: SupportsIndex, camera_matrix: ArrayLike,
                  distortion: Optional[ArrayLike] = None, pose: Optional[Pose] = None) -> None: ...
@@ -280,6 +291,7 @@ class CameraView:
 
 # ---- pan-tilt-zoom heads
 
+@final
 class PTZCameraModel:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @staticmethod
@@ -366,6 +378,7 @@ class PTZCameraModel:
     def __eq__(self, other: object) -> bool: ...
     def __hash__(self) -> int: ...
 
+@final
 class PTZIntrinsicsTable:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -397,6 +410,7 @@ class PTZIntrinsicsTable:
     def __len__(self) -> int: ...
     def focal_lengths_at(self, zoom: ArrayLike) -> NDArray[np.float32]: ...
 
+@final
 class PTZCameraModelConfiguration:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -446,6 +460,7 @@ class PTZCameraModelConfiguration:
     def __eq__(self, other: object) -> bool: ...
     def __hash__(self) -> int: ...
 
+@final
 class HeadGeometry:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -467,6 +482,7 @@ class HeadGeometry:
     @property
     def findable_elevations(self) -> tuple[float, float]: ...
 
+@final
 class BlindCones:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -474,6 +490,7 @@ class BlindCones:
     @property
     def lower(self) -> float: ...
 
+@final
 class PanTiltModel:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -510,6 +527,7 @@ class PanTiltModel:
     def __getstate__(self) -> PTZCameraModel: ...
     def __setstate__(self, state: PTZCameraModel) -> None: ...
 
+@final
 class PanTiltSolution:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -527,6 +545,7 @@ class PanTiltSolution:
     @property
     def error(self) -> float: ...
 
+@final
 class PanTiltRoots:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -536,6 +555,7 @@ class PanTiltRoots:
     def __len__(self) -> int: ...
     def __getitem__(self, index: int) -> PanTiltRoot: ...
 
+@final
 class PanTiltRoot:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -551,6 +571,7 @@ class PanTiltRoot:
 
 # ---- aiming and coverage
 
+@final
 class Aim:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     def __len__(self) -> int: ...
@@ -568,6 +589,7 @@ class Aim:
     def __getstate__(self) -> tuple[Any, ...]: ...
     def __setstate__(self, state: tuple[Any, ...]) -> None: ...
 
+@final
 class AimPosition:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -605,6 +627,7 @@ class AimPosition:
     @property
     def is_upright(self) -> bool: ...
 
+@final
 class AimTrack:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -629,6 +652,7 @@ class AimTrack:
     def __setstate__(self, state: tuple[Any, ...]) -> None: ...
     def __len__(self) -> int: ...
 
+@final
 class PtzCoverage:
     def __init__(self, *args: Any, **kwargs: Any) -> None: ...  # raises TypeError: has no constructor
     @property
@@ -639,6 +663,7 @@ class PtzCoverage:
 
 # ---- base, adjusting
 
+@final
 class BaseCalibrationData:
     wheel_base: float
     base_width: float
