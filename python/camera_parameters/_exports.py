@@ -126,6 +126,7 @@ def export_calibration(source: _sources.Source, format: str, output: Optional[_s
     if "missing" in made:
         raise KeyError(f"no camera {made['missing']!r}")
     if "problem" in made:
+        made["problem"]["text"] = _peers.with_arguments(made["problem"]["text"])
         raise _sources.error(made["problem"], path, "source")
     result = ExportResult(format, syntax, made["pixel_origin"], dict(made["files"]),
                           [ExportedCamera(name, of, deviation and LensDeviation(*deviation))
@@ -162,7 +163,7 @@ def _require_options(format, distortion_model, parent, parent_from_robot):
 
 
 def _notes_of(made, parent, parent_from_robot):
-    notes = list(made["notes"])
+    notes = [_peers.with_arguments(note) for note in made["notes"]]
     if parent not in (None, "robot") and parent_from_robot is None:
         notes.append(f"the robot's frame is written as that of {parent}; parent_from_robot says where else it is")
     return notes

@@ -163,7 +163,8 @@ def validate(source: _sources.Source, *, kind: Optional[str] = None, strict: boo
     best. `strict` makes errors of warnings, `allow` infos of all that the checks of these ids find; what does not load
     keeps an error. Data that is no calibration has one finding, of the check "parse".
 
-    Raises OSError where a file cannot be read, ValueError for a kind or check that is none. Thread-safe.
+    Raises OSError where a file cannot be read, ValueError for a kind or check that is none and for text that is a str.
+    Thread-safe.
 
     >>> import camera_parameters as cp
     >>> for finding in cp.validate(b"camera_calibration { nam: 'a' }"):

@@ -231,7 +231,7 @@ def _table_of(check, origin):
 
 def _error_of(problem):
     path, line, column, key, sentence = problem
-    return CalibrationError(sentence, path or None, line or None, column or None, key or None)
+    return CalibrationError(_peers.with_arguments(sentence), path or None, line or None, column or None, key or None)
 
 
 def _result_of(made, files, parent, strict, force):
@@ -249,7 +249,8 @@ def _result_of(made, files, parent, strict, force):
               for one in made["checks"]]
     imported = [ImportedCamera(one["name"], one["file"], one["size"], one["pose_source"],
                                one["deviation"] and LensDeviation(*one["deviation"])) for one in made["cameras"]]
-    read = [ImportedFile(*(one[key] for key in ("file", "format", "pixel_origin", "parent", "notes")))
+    read = [ImportedFile(*(one[key] for key in ("file", "format", "pixel_origin", "parent")),
+                         [_peers.with_arguments(note) for note in one["notes"]])
             for one in made["files"]]
     notes = [note for one in read for note in one.notes] + [
         f"the poses of {one.file} are of the frame {one.parent}, which parent calls {parent}"
@@ -258,7 +259,8 @@ def _result_of(made, files, parent, strict, force):
 
 
 def _not_taken_over(made):
-    left = [NotTakenOver(one["file"], key, reason) for one in made["files"] for key, reason in one["not_taken_over"]]
+    left = [NotTakenOver(one["file"], key, _peers.with_arguments(reason))
+            for one in made["files"] for key, reason in one["not_taken_over"]]
     for camera in made["cameras"]:
         if camera["has_pose"] and camera["pose_source"] != "file":
             one = made["files"][camera["file"]]

@@ -4,7 +4,7 @@ import os
 
 import numpy
 
-from camera_parameters import _core
+from camera_parameters import _core, _sources
 from camera_parameters._core import formats
 from camera_parameters._errors import CalibrationError
 
@@ -13,6 +13,21 @@ from camera_parameters._errors import CalibrationError
 _LEFT = {"rigs.txt": "cameras and their poses come from cameras.txt and images.txt",
          "frames.txt": "cameras and their poses come from cameras.txt and images.txt",
          "points3D.txt": "points have no place here"}
+
+
+# Options of the command-line tool in sentences, and the arguments that they are here.
+_ARGUMENTS = (("choose with --camera", "choose with camera="), ("--size WxH tells them", "size=(width, height) tells them"),
+              ("of --size", "of size="), ("--full-frame takes", "full_frame=True takes"),
+              ("which --node takes", "which node= takes"), ("was not given: --scale", "was not given: scale="),
+              ("--distortion-model plumb_bob fits", 'distortion_model="plumb_bob" fits'),
+              ("px that are allowed", "px that max_error allows"))
+
+
+def with_arguments(text):
+    """A sentence that names arguments where it is one about the tool's options."""
+    for option, argument in _ARGUMENTS:
+        text = text.replace(option, argument)
+    return text
 
 
 class Sources:
@@ -59,8 +74,7 @@ class Sources:
                 self.left.append((left, reason))
 
     def _read(self, path):
-        with open(path, "rb") as file:
-            self.files.append((os.fsencode(path), file.read()))
+        self.files.append((os.fsencode(path), _sources.read(path, "sources")))
         self.paths.append(path)
 
 
@@ -137,4 +151,5 @@ def require_parent(parent, parent_from_robot):
         raise ValueError("parent: is robot, so that there is no pose between, and parent_from_robot gives one")
 
 
-__all__ = ["Sources", "formats", "names_of", "number_of", "require", "require_parent", "rows_of"]
+__all__ = ["Sources", "formats", "names_of", "number_of", "require", "require_parent", "rows_of",
+           "with_arguments"]

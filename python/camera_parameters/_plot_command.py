@@ -12,6 +12,7 @@ from camera_parameters import plot
 
 _PROGRAM = "python3 -m camera_parameters.plot"
 _SIDE = 6.4  # inches
+_LONGEST_NAME = 40  # letters of a file's name that a title shows
 
 
 class InputError(Exception):
@@ -105,6 +106,8 @@ def _zoom(arguments):
     if not isinstance(head, cp.PTZCameraModel):
         raise InputError(f"{arguments.files[0]}: holds fixed cameras, which have no zoom")
     figure = Figure(figsize=(2 * _SIDE, 0.75 * _SIDE), layout="constrained")
+    # The titles of the axes between the panels are those of two of them.
+    figure.get_layout_engine().set(wspace=0.08)
     lens, reach = plot.zoom(head, figure.subplots(1, 2))
     lens.set_title("lens", fontsize="medium")
     reach.set_title("where the optical axis can point", fontsize="medium")
@@ -120,7 +123,16 @@ def _diff(arguments):
     for name, axes in zip(names, all_axes):
         plot.diff(_view_of(one[name], arguments), _view_of(two[name], arguments), axes)
         _title(axes, name)
+    figure.suptitle(f"{_words(arguments.files[0])} → {_words(arguments.files[1])}, as is", fontsize="medium")
     return figure
+
+
+def _words(path):
+    """The name of a file, as what a figure can show."""
+    name = os.path.basename(path) or path
+    printed = "".join(letter if letter.isprintable() else "?" for letter in name)
+    # Nothing of it is a formula.
+    return (printed if len(printed) <= _LONGEST_NAME else printed[:_LONGEST_NAME] + "…").replace("$", r"\$")
 
 
 _PLOTS = {
@@ -133,6 +145,7 @@ _PLOTS = {
 
 def _parser():
     parser = argparse.ArgumentParser(prog=_PROGRAM, description="Draws calibrations.")
+    parser.add_argument("--version", action="version", version=getattr(cp, "__version__", "unknown"))
     plots = parser.add_subparsers(dest="plot", required=True, metavar="PLOT")
     for name, (_, files, text) in _PLOTS.items():
         one = plots.add_parser(name, help=text, description=text.capitalize() + ".")
@@ -154,7 +167,8 @@ def run(words):
     arguments = _parser().parse_args(words)
     try:
         figure = _PLOTS[arguments.plot][0](arguments)
-        figure.savefig(arguments.output, dpi=100)
+        # Titles and legends are kept whole, however far they reach beyond the figure.
+        figure.savefig(arguments.output, dpi=100, bbox_inches="tight", pad_inches=0.1)
     except OSError as error:
         reason = error.strerror or str(error)
         return _fail(f"{os.fsdecode(error.filename)}: {reason}" if error.filename else reason)

@@ -6,10 +6,12 @@ from matplotlib.patches import Patch  # type: ignore[import]
 from matplotlib.ticker import MaxNLocator  # type: ignore[import]
 
 import camera_parameters as cp
+from camera_parameters._plot_labels import place_labels
 from camera_parameters._plot_style import BLUE, GREY, VERMILION, put_legend, show_picture
 
 _CELLS = 160  # along the longer side: finer than what is seen, and quickly asked
 _ARROWS = 17
+_MARGIN = 0.4  # widths and heights of the picture around it, in which arrows may begin
 
 
 def _grid(size, count, borders=False):
@@ -46,48 +48,49 @@ def _draw_end_of_lens(axes, view):
     return handles
 
 
-def _crossings(x, y, distance, levels):
-    """Where levels are first met on the way from the least distance to the lower corners, right and left in turn."""
-    row, column = np.unravel_index(np.nanargmin(distance), distance.shape)
-    places = []
-    for i, level in enumerate(levels):
-        steps = max(distance.shape)
-        rows = np.linspace(row, len(y) - 1, steps).astype(int)
-        columns = np.linspace(column, 0 if i % 2 else len(x) - 1, steps).astype(int)
-        met = np.flatnonzero(distance[rows, columns] >= level)
-        if met.size:
-            places.append((x[columns[met[0]]], y[rows[met[0]]]))
-    return places
-
-
-def _draw_rings(axes, x, y, distance):
+def _levels_of(distance):
     known = distance[np.isfinite(distance)]
     if known.size == 0 or known.max() < 1e-6:
-        return []
+        return np.empty(0)
     levels = MaxNLocator(6).tick_values(known.min(), np.percentile(known, 98))
-    levels = levels[(levels > known.min()) & (levels < known.max())]
+    return levels[(levels > known.min()) & (levels < known.max())]
+
+
+def _draw_rings(axes, view, arrows):
+    x, y = _grid(view.size, _CELLS, borders=True)
+    fine = _meshed(x, y)
+    distance = np.linalg.norm(fine - _undistorted(view, fine), axis=-1)
+    levels = _levels_of(distance)
     if levels.size == 0:
         return []
     rings = axes.contour(x, y, np.ma.masked_invalid(distance), levels=levels, colors=VERMILION, linewidths=1)
-    places = _crossings(x, y, distance, levels)
-    if places:
-        for text in axes.clabel(rings, fmt="%g px", fontsize="small", manual=places, inline=False):
-            text.set(rotation=0, zorder=4, bbox=dict(facecolor="white", edgecolor="none", pad=1, alpha=0.8))
+    points = [np.concatenate([np.empty((0, 2)), *parts]) for parts in rings.allsegs]
+    for level, place in zip(levels, place_labels(points, view.size, arrows)):
+        if place is not None:
+            axes.text(*place, f"{level:g} px", fontsize="small", color=VERMILION, ha="center", va="center", zorder=4,
+                      bbox=dict(facecolor="white", edgecolor="none", pad=1))
     return [Line2D([], [], color=VERMILION, linewidth=1, label="equal displacement")]
+
+
+def _arrows_of(view):
+    """Starts and ends of the arrows, pixels: from the pinhole camera's pixel to the lens's."""
+    ends = _meshed(*_grid(view.size, _ARROWS)).reshape(-1, 2)
+    starts = _undistorted(view, ends)
+    known = np.isfinite(starts).all(axis=-1)
+    starts, ends = starts[known], ends[known]
+    beyond = (np.abs(starts / view.size - 0.5) - 0.5).max(axis=-1, initial=0)
+    kept = beyond < _MARGIN
+    return starts[kept], ends[kept]
 
 
 def draw_distortion(view, axes):
     """`camera_parameters.plot.distortion`."""
-    x, y = _grid(view.size, _CELLS, borders=True)
-    fine = _meshed(x, y)
-    distance = np.linalg.norm(fine - _undistorted(view, fine), axis=-1)
-    ends = _meshed(*_grid(view.size, _ARROWS)).reshape(-1, 2)
-    starts = _undistorted(view, ends)
-    kept = np.isfinite(starts).all(axis=-1)
-    starts, ends = starts[kept], ends[kept]
+    starts, ends = _arrows_of(view)
     beyond = np.abs(starts / view.size - 0.5) - 0.5
-    show_picture(axes, view.size, np.clip(beyond.max(axis=0, initial=0), 0.02, 0.25))
-    handles = _draw_rings(axes, x, y, distance) + _draw_end_of_lens(axes, view)
+    # Not only their middle lines lie within the axes.
+    show_picture(axes, view.size, np.maximum(beyond.max(axis=0, initial=0), 0) + 0.02)
+    shafts = np.concatenate([starts + part * (ends - starts) for part in np.linspace(0, 1, 7)])
+    handles = _draw_rings(axes, view, shafts) + _draw_end_of_lens(axes, view)
     if len(ends):
         axes.quiver(*starts.T, *(ends - starts).T, angles="xy", scale_units="xy", scale=1, color=BLUE, width=0.004,
                     zorder=3)

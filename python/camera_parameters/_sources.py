@@ -1,5 +1,6 @@
 """Calibrations as they are given to functions: files, data, or objects."""
 
+import errno
 import json
 import operator
 import os
@@ -12,6 +13,8 @@ Path = Union[str, "os.PathLike[str]"]
 Source = Union[Path, bytes, bytearray, memoryview, Dict[str, Any], _core.CameraParametersSet, _core.CameraParameters,
                _core.PTZCameraModel, _core.BaseCalibrationData]
 
+_START = 40  # letters of what is no path that an error shows
+
 KINDS = {"CameraParametersSet": "robot", "PTZCameraModel": "ptz", "BaseCalibrationData": "base"}
 
 
@@ -19,17 +22,29 @@ def take(source, name, kind=None):
     """What the extension module takes, (data, kind, is_object), and the path of a file or None.
 
     `source` is a path, bytes, a dict by Protocol Buffers' JSON mapping, or an object that holds a calibration. Raises
-    OSError where a file cannot be read.
+    OSError where a file cannot be read, ValueError for text that is a str.
     """
     if isinstance(source, (str, os.PathLike)):
         path = os.fsdecode(source)
-        with open(source, "rb") as file:
-            return (file.read(), kind, False), path
+        return (read(source, name), kind, False), path
     if isinstance(source, (bytes, bytearray, memoryview)):
         return (bytes(source), kind, False), None
     if isinstance(source, dict):
         return (json.dumps(source).encode(), kind, False), None
     return _take_object(source, name, kind), None
+
+
+def read(path, name):
+    """The contents of a file. Raises ValueError, and not with all of it, for a text that was given in a path's place."""
+    try:
+        with open(path, "rb") as file:
+            return file.read()
+    except (OSError, ValueError) as error:
+        text = os.fsdecode(path)
+        if not (getattr(error, "errno", None) == errno.ENAMETOOLONG or "\n" in text or "{" in text):
+            raise
+        start = text[:_START] + ("..." if len(text) > _START else "")
+    raise ValueError(f"{name}: a str is a path, and text goes in as bytes; there is no file {start!r}")
 
 
 def _take_object(source, name, kind):

@@ -16,7 +16,8 @@ def distortion(view, axes):
     """Draws what the lens of a `CameraView` does to its picture, pixels from the corner; gives `axes`.
 
     Arrows lead from where a pinhole camera with the same camera matrix would see a ray to where it is imaged, in true
-    length. Rings join places of equal displacement. Hatched is where no ray is imaged.
+    length, but for those from farther outside the picture than 0.4 of its width or height. Rings join places of equal
+    displacement; they have labels where there is room. Hatched is where no ray is imaged.
 
     >>> import camera_parameters as cp
     >>> from camera_parameters import plot

@@ -127,6 +127,8 @@ def test_the_calibration_itself_is_not_written_over(tmp_path):
     ((BASE, "ros"), {}, cp.CalibrationError, f"{BASE}: holds the calibration of a mobile base, not of fixed cameras"),
     ((b"wheel_base: x", "ros"), {}, cp.CalibrationError, "1:13: wheel_base: Expected double, got: x (in source)"),
     ((b"", "ros"), {}, cp.CalibrationError, "holds no camera (in source)"),
+    ((HEAD, "ros"), {}, cp.CalibrationError,
+     f"{HEAD}: ROS' files hold one camera each, and there are 2: choose with camera="),
     ((3, "ros"), {}, TypeError, "source: expected a path, bytes, a dict or an object that holds a calibration, got int"),
 ])
 def test_what_cannot_be_written_is_refused(arguments, options, error, text):
@@ -144,6 +146,9 @@ def test_what_a_format_cannot_hold_is_refused():
     with pytest.raises(cp.CalibrationError) as raised:
         cp.export_calibration(HEAD, "ros", camera="head_camera", distortion_model="plumb_bob")
     assert raised.value.text.startswith("camera head_camera would be written with max 0.935 px")
+    assert raised.value.text.endswith("more than the 0.1 px that max_error allows")
+    with pytest.raises(cp.CalibrationError, match='5: distortion_model="plumb_bob" fits these'):
+        cp.export_calibration(HEAD, "ros", camera="head_camera", syntax="ini")
     with pytest.raises(cp.CalibrationError):
         cp.export_calibration(HEAD, "kalibr", camera=NAVIGATION, parent="imu", parent_from_robot=np.diag([0, 0, 0, 1.0]))
 

@@ -17,6 +17,21 @@ ODD = [SOURCE / "fuzz" / "corpus" / folder / name for folder, name in (
     ("base_calibration", "unknown.txt"), ("base_calibration", "short.txt"), ("import_ros", "short.ini"))]
 
 
+@pytest.mark.parametrize("text", [HEAD.read_text(), "camera_calibration { name: 'a' }", "x\ny", "z" * 5000])
+def test_text_in_the_place_of_a_path_is_said_shortly(text):
+    for take in (cp.validate, cp.load_report, lambda given: cp.diff(HEAD, given), cp.import_calibration,
+                 lambda given: cp.export_calibration(given, "ros"), lambda given: cp.import_calibration(b"", into=given)):
+        with pytest.raises(ValueError, match="a str is a path, and text goes in as bytes") as raised:
+            take(text)
+        assert len(str(raised.value)) < 200
+
+
+def test_a_path_with_a_brace_is_a_path(tmp_path):
+    path = tmp_path / "a{b"
+    path.write_bytes(HEAD.read_bytes())
+    assert cp.load_report(str(path)).cameras == ["head_camera", "navigation_camera"]
+
+
 def finding_rows(findings):
     """As the tool's JSON has them: what is not finite is null."""
     def known(number):

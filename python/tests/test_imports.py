@@ -6,6 +6,7 @@ import re
 import threading
 
 import camera_parameters as cp
+from camera_parameters._peers import with_arguments
 import numpy as np
 import pytest
 
@@ -68,19 +69,19 @@ def test_what_is_imported_is_what_the_tool_imports(path, tmp_path):
                                        full_frame=True)
     except cp.CalibrationError as error:
         _, message = tool.run(*arguments, status=1)
-        assert message.strip().splitlines()[-1].endswith(error.text) or f"does not load: {error.field}" in message
+        told = with_arguments(message.strip().splitlines()[-1])
+        assert told.endswith(error.text) or f"does not load: {error.field}" in message
         return
     report, left = tool.run(*arguments)
     assert output.read_bytes() == result.cameras.to_bytes()
     for camera in result.imported:
         how = "exact" if camera.exact else f"max {camera.deviation.max:.3g} px, rms {camera.deviation.rms:.3g} px"
         assert f"  {camera.name}: {how} at {camera.size[0]}x{camera.size[1]}" in report
-    told = re.findall(r"^not taken over: (.*)$", left, re.M)
+    told = [with_arguments(line) for line in re.findall(r"^not taken over: (.*)$", left, re.M)]
     expected = [str(one).replace("and parent says", "and --parent says") for one in result.not_taken_over]
     assert told == expected
     assert re.findall(r"format (\w+), ", report) == [file.format for file in result.files]
-    notes = [note for note in re.findall(r"^note: (.*)$", report, re.M)]
-    assert notes == result.notes
+    assert [with_arguments(note) for note in re.findall(r"^note: (.*)$", report, re.M)] == result.notes
 
 
 def test_numbers_pass_as_they_are_but_for_half_a_pixel():
@@ -186,6 +187,7 @@ def test_binning_needs_full_frame():
     with pytest.raises(cp.CalibrationError) as raised:
         cp.import_calibration(binned)
     assert raised.value.line == 7 and raised.value.field == "binning_x"
+    assert raised.value.text.endswith("; full_frame=True takes camera_matrix for that of the full frame")
     assert cp.import_calibration(binned, full_frame=True).cameras.names == ["left"]
 
 
@@ -216,7 +218,18 @@ def test_max_error_bounds_fitted_lenses():
     assert 0 < deviation.rms <= deviation.max and 0 < deviation.share <= 1
     with pytest.raises(cp.CalibrationError) as raised:
         cp.import_calibration(path, max_error=deviation.max / 2, force=True)
-    assert "more than the" in raised.value.text and raised.value.path == str(path)
+    assert raised.value.text.endswith("px that max_error allows") and raised.value.path == str(path)
+
+
+def test_sentences_name_arguments_and_no_option():
+    sentences = []
+    for folder in ("calibration_export.cpp", "calibration_import.cpp", "formats/*.cpp"):
+        for path in (SOURCE / "interop").glob(folder):
+            text = re.sub(r'"\s*\n\s*"', "", path.read_text(encoding="utf-8"))
+            sentences += [line for line in re.findall(r'"(?:[^"\\\n]|\\.)*"', text)
+                          if re.search("--[a-z]|that are allowed", line)]
+    assert len(sentences) > 8
+    assert [line for line in map(with_arguments, sentences) if re.search("--[a-z]|that are allowed", line)] == []
 
 
 def test_points_that_were_seen_are_compared():
