@@ -329,7 +329,9 @@ def test_circles_of_a_lens_have_the_radii_of_the_library(driver, tmp_path):
     scale = float(plot.get_attribute("data-scale"))
     for kind, wanted in (("fold", radius), ("valid", view.valid_radius), ("fold-image", radius * (1 - 0.5 * radius**2))):
         circle = plot.find_element(By.CSS_SELECTOR, f"ellipse.{kind}")
-        assert float(circle.get_attribute("rx")) == pytest.approx(905 * wanted * scale, abs=0.006)
+        # What is certainly valid is drawn where the lens images it, as the picture is.
+        drawn = wanted * (1 - 0.5 * wanted**2) if kind == "valid" else wanted
+        assert float(circle.get_attribute("rx")) == pytest.approx(905 * drawn * scale, abs=0.006)
         assert float(circle.get_attribute("data-radius")) == pytest.approx(wanted, rel=1e-9)
     assert plot.find_elements(By.CSS_SELECTOR, "path.no-ray")
     assert driver.get_log("browser") == []

@@ -110,10 +110,10 @@ def test_the_table_of_sizes_has_the_fields_of_view_of_the_library(head_page):
         for size, row in zip(cameras[name].sizes, tables[f"camera-{index}-sizes"][1:]):
             fields = cameras[name].view(*size).fields_of_view
             assert row[0] == f"{size[0]}x{size[1]}"
-            assert [float(v) for v in row[2:]] == [math.degrees(angle) for angle in (
+            assert [float(v) for v in row[1:4]] == [math.degrees(angle) for angle in (
                 fields.horizontal, fields.vertical, fields.diagonal)]
     # The sizes of the navigation camera are cut out of these rectangles, docs/models_and_sizes.md.
-    places = [[float(v) for v in row[1].split()] for row in tables["camera-1-sizes"][1:]]
+    places = [[float(v) for v in row[4].split()] for row in tables["camera-1-sizes"][1:]]
     assert np.allclose(places, [(0, 0, 1280, 960), (0, 0, 1280, 960), (0, 120, 1280, 840)], atol=1e-4)
 
 

@@ -1,7 +1,7 @@
 """The section of a mobile base."""
 
 from camera_parameters._report import head_scene, tables
-from camera_parameters._report.markup import element
+from camera_parameters._report.markup import element, heading
 
 SIZES = (("wheel_base", "wheel base, m"), ("base_width", "width, m"), ("base_length", "length, m"))
 
@@ -12,6 +12,6 @@ def section(source):
     rows = [(what, float(message.get(name, 0.0))) for name, what in SIZES]
     rows.append(("gyroscope gain, no unit", float(message.get("gyroscope", {}).get("gain", 0.0))))
     transform = head_scene.pose_matrix(message.get("global_transform_adjustment", {}).get("global_transform"))
-    return element("section", element("h2", "The base"),
+    return element("section", heading("The base", source.whose),
                    tables.frame("Sizes", tables.table_of(("", "value"), rows, "base-sizes"), "base-sizes"),
                    tables.matrix_table("Global transform, metres", transform[:3], "base-transform"), id="base")

@@ -6,11 +6,11 @@ from camera_parameters._report import bases, cameras, differences, heads, page, 
 WORDS = {"robot": "fixed cameras", "ptz": "a pan-tilt-zoom camera", "base": "a mobile base"}
 
 
-def sections_of(source):
-    """The sections of a calibration by its kind: (id, title, markup)."""
+def sections_of(source, other=None):
+    """The sections of a calibration by its kind: (id, title, markup); `other` is compared with it."""
     if source.kind == "robot":
-        return cameras.sections(source)
-    return heads.sections(source) if source.kind == "ptz" else [("base", "The base", bases.section(source))]
+        return cameras.sections(source, other)
+    return heads.sections(source, other) if source.kind == "ptz" else [("base", "The base", bases.section(source))]
 
 
 def summary_of(source):
@@ -35,11 +35,12 @@ def make_report(first, second=None):
     True
     """
     source = sources.open_source(first)
-    sections = sections_of(source)
-    other = None
-    if second is not None:
-        other = sources.open_source(second)
-        if other.kind != source.kind:
-            raise CalibrationError(f"{other.name} is of {WORDS[other.kind]}, {source.name} of {WORDS[source.kind]}")
-        sections.append(("differences", "Differences", differences.section(source, other)))
-    return str(page.frame(source, other, summary_of(source), sections))
+    if second is None:
+        return str(page.frame([(source, summary_of(source))], sections_of(source)))
+    other = sources.open_source(second)
+    if other.kind != source.kind:
+        raise CalibrationError(f"{other.name} is of {WORDS[other.kind]}, {source.name} of {WORDS[source.kind]}")
+    source, other = sources.apart(source, other)
+    sections = sections_of(source, other)
+    sections.append(("differences", "Differences", differences.section(source, other)))
+    return str(page.frame([(source, summary_of(source)), (other, summary_of(other))], sections))

@@ -39,14 +39,15 @@ def _cell(value):
     return element("td", shown, data_v=value if isinstance(value, str) else numbers.full(value))
 
 
-def table(first, second):
+def table(source, other):
     """The fields that differ, all digits; a sentence where none does."""
-    found = changes(first, second)
+    found = changes(source.message, other.message)
     if not found:
         return element("p", "All stored fields are the same.")
     rows = [element("tr", element("th", element("code", path), scope="row", data_v=path), _cell(a), _cell(b))
             for path, a, b in found[:LONGEST]]
-    head = element("tr", *(element("th", text, scope="col") for text in ("field", "first", "second")))
+    head = element("tr", *(element("th", text, scope="col") for text in (
+        "field", name_text(source.name), name_text(other.name))))
     body = element("table", element("thead", head), element("tbody", join(rows)), id="changed-fields", class_="texts")
     rest = len(found) - LONGEST
     more = element("p", f"and {rest} more fields", class_="note") if rest > 0 else None

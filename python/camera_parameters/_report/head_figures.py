@@ -18,8 +18,8 @@ MOST_STEPS = 160
 
 
 def map_place(azimuth, elevation):
-    """A direction, radians, in the map: azimuth to the right, elevation up, both evenly."""
-    x = LEFT + (azimuth + math.pi) / (2 * math.pi) * (WIDTH - LEFT - RIGHT)
+    """A direction, radians, in the map: azimuth to the left, which is positive, elevation up, both evenly."""
+    x = LEFT + (math.pi - azimuth) / (2 * math.pi) * (WIDTH - LEFT - RIGHT)
     y = TOP + (math.pi / 2 - elevation) / math.pi * (HEIGHT - TOP - BOTTOM)
     return x, y
 
@@ -87,7 +87,8 @@ def reach_map(spans, home):
     if home is not None and all(math.isfinite(angle) for angle in home):
         x, y = map_place(*home)
         parts.append(svg("circle", class_="home", cx=f"{x:.2f}", cy=f"{y:.2f}", r=5))
-    parts.append(svg("text", "azimuth", class_="axis-text mid strong", x=(LEFT + WIDTH - RIGHT) / 2, y=HEIGHT - 6))
+    parts.append(svg("text", "azimuth, positive to the left", class_="axis-text mid strong",
+                     x=(LEFT + WIDTH - RIGHT) / 2, y=HEIGHT - 6))
     parts.append(svg("text", "elevation", class_="axis-text strong", x=4, y=11))
     return svg("svg", *parts, class_="plot", viewBox=f"0 0 {WIDTH} {HEIGHT}", role="img",
                aria_label="Directions that the head can centre, by azimuth and elevation")

@@ -5,11 +5,15 @@ import math
 import numpy as np
 
 from camera_parameters._errors import CalibrationError
-from camera_parameters._report import head_figures, head_scene, lens_figure, numbers, scene_figure, tables
-from camera_parameters._report.cameras import key
-from camera_parameters._report.markup import element, join
+from camera_parameters._report import head_figures, head_scene, lens_block, numbers, scene_figure, tables
+from camera_parameters._report import scene as scenes
+from camera_parameters._report.legend import key
+from camera_parameters._report.markup import element, heading, join
 
 MOST_SAMPLES = 100
+CHAIN_LINES = (("turn c1", "pan axis"), ("turn c2", "tilt axis"), ("sweep c1", "the optical axis as pan turns"),
+               ("sweep c2", "the optical axis as tilt turns"), ("joint", "chain from the base to the camera"),
+               ("cone", "blind cone"))
 
 
 def unknown(value):
@@ -17,20 +21,29 @@ def unknown(value):
     return "not stated" if value is None else value
 
 
-def chain_section(head, pan_tilt):
+def chain_scene(source, other):
+    """The drawing of the chain, with what `other` changes; None where it cannot be drawn."""
+    drawn = head_scene.build(source.model, source.message.get("pan_tilt", {}))
+    second = head_scene.build(other.model, other.message.get("pan_tilt", {})) if other is not None else None
+    if drawn is not None and second is not None:
+        scenes.add_second(drawn, second, other.whose)
+    return drawn
+
+
+def chain_section(source, other):
     """The chain: how it stands, its poses and motors."""
-    scene = head_scene.build(head, pan_tilt)
+    head, pan_tilt = source.model, source.message.get("pan_tilt", {})
+    scene = chain_scene(source, other)
     drawing = element("p", "Not drawn: the head's poses or the lens are not finite.", class_="note")
     if scene is not None:
-        legend = element("ul", key("turn c1", "pan axis"), key("turn c2", "tilt axis"),
-                         key("sweep c1", "the optical axis as pan turns"), key("sweep c2", "as tilt turns"),
-                         key("joint", "chain from the base to the camera"), key("cone", "blind cone"), class_="legend")
-        drawing = join([scene_figure.figure(scene, "The pan-tilt head at its home"), legend])
+        drawn = {line.kind + scene_figure.colour_class(line.camera) for line in scene.lines}
+        legend = element("ul", *(key(kind, what) for kind, what in CHAIN_LINES if kind in drawn), class_="legend")
+        drawing = join([scene_figure.figure(scene, "The pan-tilt head"), legend])
     poses = [tables.matrix_table(title, head_scene.pose_matrix(pan_tilt.get(name))[:3], f"head-{name}")
              for name, title in (("base_to_pan", "Pan joint from base, metres"),
                                  ("pan_to_tilt", "Tilt joint from pan joint, metres"),
                                  ("tilt_to_camera", "Camera from tilt joint, metres"))]
-    return element("section", element("h2", "The head"), drawing, motors_table(head, pan_tilt), geometry_table(head),
+    return element("section", heading("The head", source.whose), drawing, motors_table(head, pan_tilt), geometry_table(head),
                    element("div", *poses, class_="figures"), id="head")
 
 
@@ -70,49 +83,52 @@ def home_direction(head):
     return (math.atan2(y, x), math.atan2(z, math.hypot(x, y))) if is_known else None
 
 
-def reach_section(head):
+def home_in_words(head):
+    """What the mark on the map of reach is."""
+    if head.home and None not in head.home:
+        return "the optical axis at home"
+    pan, tilt = head_scene.home_of(head)
+    where = "zero pan and tilt" if (pan, tilt) == (0, 0) else f"pan {numbers.short(pan)}, tilt {numbers.short(tilt)}"
+    return f"the optical axis at {where} (no home stated)"
+
+
+def reach_section(head, whose):
     """The map of the directions that the head can centre."""
     spans = head_figures.reach_spans(head)
     drawing = head_figures.reach_map(spans, home_direction(head))
     words = f"directions that can be centred, {numbers.short(head_figures.DISTANCE)} m away"
     legend = element("ul", key("reach", words),
-                     element("li", "\u25cb the optical axis at home"), class_="legend")
+                     element("li", "\u25cb ", home_in_words(head)), class_="legend")
     why = "No direction can be centred."
     nothing = None if spans else element("p", why, class_="note")
     figure = element("figure", drawing, element("figcaption", legend, nothing), class_="narrow")
-    return element("section", element("h2", "Reach"), figure, id="reach")
+    return element("section", heading("Reach", whose), figure, id="reach")
 
 
-def zoom_section(head):
+def zoom_section(head, whose):
     """Focal length, field of view and lens over the zoom."""
     if head.zoom_range is None:
-        return element("section", element("h2", "Zoom"), element(
+        return element("section", heading("Zoom", whose), element(
             "p", "There is no zoom position with a lens within the range of the motor.", class_="note"),
             samples_table(head), id="zoom")
     first, second = head_figures.zoom_charts(head)
-    ends = [lens_block(head, zoom, what) for zoom, what in zip(head.zoom_range, ("widest", "longest"))]
+    ends = [zoom_lens(head, zoom, what) for zoom, what in zip(head.zoom_range, ("widest", "longest"))]
     names = element("ul", key("curve c0", "across"), key("curve c1", "down"), key("curve c2", "diagonal"),
                     class_="legend")
-    return element("section", element("h2", "Zoom"),
+    return element("section", heading("Zoom", whose),
                    element("div", element("figure", element("h3", "Focal length"), first),
                            element("figure", element("h3", "Field of view"), second, element("figcaption", names)),
                            *ends, class_="figures"), samples_table(head), id="zoom")
 
 
-def lens_block(head, zoom, what):
+def zoom_lens(head, zoom, what):
     """The distortion at one zoom position; nothing where the lens or the image's size is not known."""
     configuration = head.configuration(0, 0, zoom)
     try:
         view = configuration.view()
     except CalibrationError:
         return None
-    intrinsics = configuration.intrinsics
-    drawing, factor = lens_figure.drawing(intrinsics, view.valid_radius)
-    words = f"The lens moves what a pixel shows by up to {numbers.short(lens_figure.extremes(intrinsics)[0], 4)} px."
-    if factor > 1:
-        words += f" Arrows are drawn {factor} times as long as they are."
-    return element("figure", element("h3", f"Distortion, {what}: zoom {numbers.short(zoom)}"), drawing,
-                   element("figcaption", words))
+    return lens_block.figure(f"Distortion, {what}: zoom {numbers.short(zoom)}", configuration.intrinsics, [view])
 
 
 def samples_table(head):
@@ -128,11 +144,11 @@ def samples_table(head):
         ("zoom", "focal length", "cx", "cy", "k1", "k4", "p1", "p2"), rows, "zoom-samples"), "zoom-samples"), more])
 
 
-def sections(source):
-    """The sections of a pan-tilt-zoom camera: (id, title, markup)."""
-    head, pan_tilt = source.model, source.message.get("pan_tilt", {})
-    return [("head", "The head", chain_section(head, pan_tilt)), ("reach", "Reach", reach_section(head)),
-            ("zoom", "Zoom", zoom_section(head))]
+def sections(source, other=None):
+    """The sections of a pan-tilt-zoom camera: (id, title, markup); the drawing shows what `other` changes."""
+    head, whose = source.model, source.whose
+    return [("head", "The head", chain_section(source, other)), ("reach", "Reach", reach_section(head, whose)),
+            ("zoom", "Zoom", zoom_section(head, whose))]
 
 
 def summary(source):

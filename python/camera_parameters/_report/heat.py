@@ -4,7 +4,7 @@ import math
 
 import numpy as np
 
-from camera_parameters._report import numbers
+from camera_parameters._report import legend, numbers
 from camera_parameters._report.markup import element, join, svg
 
 # Dark to light at even steps of lightness, for both themes and for paper in grey.
@@ -69,10 +69,10 @@ def scale(largest):
                          class_="scale-text")])
 
 
-def heat_map(grid, values, size, title):
+def heat_map(grid, values, size, title, unknown):
     """The figure of one number at each pixel of a grid (N, 2 and more columns), pixels.
 
-    The picture's shape is kept; grey cells have no number.
+    The picture's shape is kept; grey cells have no number, and `unknown` says why.
     """
     array = on_grid(grid, values)
     known = array[np.isfinite(array)]
@@ -84,4 +84,5 @@ def heat_map(grid, values, size, title):
                              *cells(array, largest), transform=f"scale(1 {stretch:.6g})"),
                   class_="heat", viewBox=view, role="img", data_max=repr(largest), data_columns=columns, data_rows=rows,
                   aria_label=f"{title}: up to {numbers.short(largest, 4)} pixels")
-    return element("figure", element("h4", title), picture, scale(largest))
+    grey = None if np.isfinite(array).all() else element("ul", legend.key("no-ray", unknown), class_="legend")
+    return element("figure", element("h4", title), picture, scale(largest), grey)

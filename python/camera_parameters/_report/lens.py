@@ -64,6 +64,22 @@ def lens_end(distortion):
         return LensEnd(fold, float(fold * factor) if math.isfinite(fold) else math.inf, pole)
 
 
+def image_radius(distortion, radius):
+    """Where a lens without tangential terms puts the rays of a radius; infinity for infinity.
+
+    >>> import camera_parameters as cp
+    >>> from camera_parameters._report.lens import image_radius
+    >>> image_radius([0.5, 0, 0, 0, 0, 0, 0, 0], 1.0)
+    1.5
+    """
+    if not math.isfinite(radius):
+        return radius
+    numerator, denominator = radial(distortion)
+    poly = np.polynomial.polynomial
+    with np.errstate(all="ignore"):
+        return float(radius * poly.polyval(radius**2, numerator) / poly.polyval(radius**2, denominator))
+
+
 def pixels_of(intrinsics, points):
     """Where the camera matrix alone puts normalised image coordinates, pixels."""
     k = np.asarray(intrinsics.matrix, float)

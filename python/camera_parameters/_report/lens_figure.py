@@ -1,10 +1,11 @@
 """The distortion of a lens over the picture: arrows, rings of equal displacement, and where the lens ends."""
 
+import dataclasses
 import math
 
 import numpy as np
 
-from camera_parameters._report import contours, lens, numbers
+from camera_parameters._report import contours, lens, no_ray, numbers, ring_labels
 from camera_parameters._report.markup import element, svg
 from camera_parameters._report.scene_figure import path_data
 
@@ -60,30 +61,28 @@ def levels(displacement):
     return [level for level in numbers.ticks(0, largest, 4) if level > 0][:9] if largest > 1e-3 else []
 
 
-def rings(field, plan):
-    """A path and its number for each level."""
+def ring_pieces(field, plan):
+    """The pieces of the ring of each level, in units of the drawing."""
     displacement = field.displacement
     rows, columns = np.array(displacement.shape) - 1
     cell = field.pixels[-1, -1] / [columns, rows]
-    written = []
     for level in levels(displacement):
         pieces = [plan(np.array(piece) * cell) for piece in contours.contour(displacement, level)]
-        if not pieces:
-            continue
-        yield svg("path", class_="ring", d="".join(path_data(piece) for piece in pieces), data_level=repr(level))
-        place = free_place(pieces, written)
+        if pieces:
+            yield level, pieces
+
+
+def rings(field, plan, segments):
+    """The paths of the rings, and their numbers, which keep apart from the arrows `segments`."""
+    paths, texts, written = [], [], []
+    points = ring_labels.arrow_points(segments)
+    for level, pieces in ring_pieces(field, plan):
+        paths.append(svg("path", class_="ring", d="".join(path_data(piece) for piece in pieces), data_level=repr(level)))
+        text = numbers.short(level)
+        place = ring_labels.free_place(pieces, text, points, written, (WIDTH, plan.height))
         if place is not None:
-            written.append(place)
-            yield svg("text", numbers.short(level), class_="ring-text", x=f"{place[0]:.2f}", y=f"{place[1] + 4:.2f}")
-
-
-def free_place(pieces, written):
-    """Where on a ring its number can stand: upwards to the right, if no other number is there."""
-    points = sorted((point for piece in pieces for point in piece), key=lambda point: point[1] - 1.3 * point[0])
-    for x, y in points:
-        if all(abs(x - other[0]) > 34 or abs(y - other[1]) > 15 for other in written):
-            return x, y
-    return None
+            texts.append(svg("text", text, class_="ring-text", x=f"{place[0]:.2f}", y=f"{place[1] + 4:.2f}"))
+    return paths, texts
 
 
 def arrow_factor(field, scale):
@@ -97,76 +96,104 @@ def arrow_factor(field, scale):
     return max([factor for factor in factors if factor * largest <= LONG_ENOUGH])
 
 
-def arrows(field, plan, factor):
-    """From where the pinhole would image a ray to where the lens images it."""
+def arrow_segments(field, plan, factor):
+    """From where the pinhole would image a ray to where the lens images it, in units of the drawing."""
     starts, ends = plan(field.pixels + factor * (field.pinhole - field.pixels)), plan(field.pixels)
-    for start, end in zip(starts.reshape(-1, 2), ends.reshape(-1, 2)):
-        if not np.isfinite(start).all() or np.abs(start).max() > 1e5:
-            continue
-        way = end - start
-        length = float(np.hypot(*way))
-        path = path_data([start, end])
-        if length > 3:
-            along = way / length * min(5.0, 0.5 * length)
-            aside = np.array([-along[1], along[0]]) * 0.45
-            path += path_data([end - along + aside, end, end - along - aside])
-        yield svg("path", class_="arrow", d=path)
+    return [(start, end) for start, end in zip(starts.reshape(-1, 2), ends.reshape(-1, 2))
+            if np.isfinite(start).all() and np.abs(start).max() <= 1e5]
 
 
-def without_ray(field, plan):
-    """The pixels that no ray reaches, as one path of cells."""
-    missing = ~np.isfinite(field.pinhole).all(axis=-1)
-    rows, columns = np.array(missing.shape) - 1
-    cells = missing[:-1, :-1] | missing[:-1, 1:] | missing[1:, 1:] | missing[1:, :-1]
-    width, height = field.pixels[-1, -1] / [columns, rows] * plan.scale
-    path = ""
-    for row, column in zip(*np.nonzero(cells)):
-        x, y = plan(field.pixels[row, column])
-        path += f"M{x:.1f} {y:.1f}h{width:.1f}v{height:.1f}h{-width:.1f}Z"
+def arrow(start, end):
+    """An arrow; a short one has no head."""
+    way = end - start
+    length = float(np.hypot(*way))
+    path = path_data([start, end])
+    if length > 3:
+        along = way / length * min(5.0, 0.5 * length)
+        aside = np.array([-along[1], along[0]]) * 0.45
+        path += path_data([end - along + aside, end, end - along - aside])
+    return svg("path", class_="arrow", d=path)
+
+
+def without_ray(intrinsics, plan):
+    """The pixels that no ray reaches, as one path."""
+    path = "".join(path_data(plan(polygon), closed=True) for polygon in no_ray.polygons(intrinsics, *FINE))
     return svg("path", class_="no-ray", d=path) if path else None
 
 
+@dataclasses.dataclass(frozen=True)
+class Circle:
+    """Where the lens ends: at the rays of `radius`, tan of the angle from the axis, drawn at `drawn` focal lengths
+    from the principal point. `of_rays` says whether the radius is one of rays, which words can give."""
+
+    kind: str
+    what: str
+    radius: float
+    drawn: float
+    of_rays: bool = True
+
+
 def circles(intrinsics, valid_radius):
-    """Radii of rays, tan of the angle from the axis, at which something ends: (class, what, radius)."""
+    """Where the lens ends, in the order in which it is drawn: in the picture, and where a pinhole would image it."""
     end = lens.lens_end(intrinsics.distortion)
-    return [("fold", "fold", end.fold), ("fold-image", "image of the fold", end.fold_image),
-            ("pole", "pole", end.pole), ("valid", "certainly valid", valid_radius)]
+    return [Circle("valid", "certainly valid within", valid_radius,
+                   lens.image_radius(intrinsics.distortion, valid_radius)),
+            Circle("fold-image", "where the fold is imaged: no ray beyond", end.fold_image, end.fold_image, False),
+            Circle("pole", "pole, where a pinhole would image it", end.pole, end.pole),
+            Circle("fold", "fold, where a pinhole would image it", end.fold, end.fold)]
+
+
+def meets(x, y, rx, ry, height):
+    """Whether an ellipse has a part in the drawing."""
+    angles = np.linspace(0, 2 * math.pi, 361)
+    u, v = x + rx * np.cos(angles), y + ry * np.sin(angles)
+    return bool(np.any((u > 0) & (u < WIDTH) & (v > 0) & (v < height)))
 
 
 def circle_elements(intrinsics, valid_radius, plan):
-    """The circles that meet the drawing, as ellipses about the principal point."""
+    """The circles that meet the drawing, as ellipses about the principal point, by their kinds."""
     fx, fy = abs(float(intrinsics.fx)), abs(float(intrinsics.fy))
     x, y = plan([float(intrinsics.cx), float(intrinsics.cy)])
-    for kind, what, radius in circles(intrinsics, valid_radius):
-        rx, ry = radius * fx * plan.scale, radius * fy * plan.scale
-        if not (math.isfinite(rx) and math.isfinite(ry) and math.isfinite(x) and math.isfinite(y)):
-            continue
-        if 0.5 < min(rx, ry) and max(rx, ry) < 3 * WIDTH:
-            yield svg("ellipse", element("title", what), class_=f"circle {kind}", cx=f"{x:.2f}", cy=f"{y:.2f}",
-                      rx=f"{rx:.2f}", ry=f"{ry:.2f}", data_radius=repr(float(radius)))
+    elements = {}
+    for circle in circles(intrinsics, valid_radius):
+        rx, ry = abs(circle.drawn) * fx * plan.scale, abs(circle.drawn) * fy * plan.scale
+        if np.isfinite([rx, ry, x, y]).all() and 0.5 < min(rx, ry) and meets(x, y, rx, ry, plan.height):
+            elements[circle.kind] = svg(
+                "ellipse", element("title", circle.what), class_=f"circle {circle.kind}", cx=f"{x:.2f}", cy=f"{y:.2f}",
+                rx=f"{rx:.2f}", ry=f"{ry:.2f}", data_radius=repr(float(circle.radius)))
+    return elements
+
+
+def frame(intrinsics, plan):
+    """The picture's border."""
+    corner, size = plan([0, 0]), np.array([intrinsics.width, intrinsics.height]) * plan.scale
+    return svg("rect", class_="frame", x=f"{corner[0]:.2f}", y=f"{corner[1]:.2f}", width=f"{size[0]:.2f}",
+               height=f"{size[1]:.2f}")
 
 
 def drawing(intrinsics, valid_radius):
-    """The figure of one lens at one size, and how many times as long as they are its arrows are."""
+    """The figure of one lens at one size, how many times as long as they are its arrows are, and which kinds of lines
+    it has."""
     fine, coarse = Field(intrinsics, *FINE), Field(intrinsics, *ARROWS)
     plan = Plan(intrinsics, coarse.pinhole)
     factor = arrow_factor(coarse, plan.scale)
-    corner, size = plan([0, 0]), np.array([intrinsics.width, intrinsics.height]) * plan.scale
-    frame = svg("rect", class_="frame", x=f"{corner[0]:.2f}", y=f"{corner[1]:.2f}", width=f"{size[0]:.2f}",
-                height=f"{size[1]:.2f}")
+    segments = arrow_segments(coarse, plan, factor)
+    paths, texts = rings(fine, plan, segments)
+    ends, grey = circle_elements(intrinsics, valid_radius, plan), without_ray(intrinsics, plan)
     label = (f"Distortion of the {intrinsics.width} by {intrinsics.height} picture: arrows from where a pinhole camera "
              "would image a ray to where the lens does, and rings of equal displacement")
-    picture = svg("svg", frame, without_ray(fine, plan), svg("g", *rings(fine, plan), class_="rings"),
-                  svg("g", *arrows(coarse, plan, factor)), *circle_elements(intrinsics, valid_radius, plan),
+    picture = svg("svg", frame(intrinsics, plan), grey, svg("g", *paths, class_="rings"),
+                  svg("g", *(arrow(*ends_of) for ends_of in segments)), *ends.values(), *texts,
                   class_="plot lens", viewBox=f"0 0 {WIDTH} {plan.height:.0f}", role="img", aria_label=label,
                   data_size=f"{intrinsics.width}x{intrinsics.height}", data_scale=repr(plan.scale),
                   data_left=repr(plan.left), data_top=repr(plan.top), data_factor=factor)
-    return picture, factor
+    has_arrows = any(np.abs(end - start).max() > 0.5 for start, end in segments)
+    return picture, factor, {*ends, *(["no-ray"] if grey else []), *(["ring"] if paths else []),
+                             *(["arrow"] if has_arrows else [])}
 
 
-def extremes(intrinsics):
-    """The largest displacement in the picture, pixels, and the share of grid points with a ray."""
-    field = Field(intrinsics, *FINE)
-    displacement = field.displacement
+def largest_displacement(intrinsics):
+    """The largest displacement in the picture, pixels; NaN where no pixel has a ray."""
+    displacement = Field(intrinsics, *FINE).displacement
     known = displacement[np.isfinite(displacement)]
-    return (float(known.max()) if len(known) else math.nan), len(known) / displacement.size
+    return float(known.max()) if len(known) else math.nan

@@ -63,6 +63,11 @@ def name_text(text):
     return element("bdi", text if text else "(no name)", class_=None if text else "none")
 
 
+def heading(title, whose=""):
+    """A section's heading; `whose` is the file that it is about, on a page about two."""
+    return element("h2", title, element("span", " in ", name_text(whose), class_="whose") if whose else None)
+
+
 def script_data(value):
     """JSON that cannot end the script element it stands in."""
     text = json.dumps(value, ensure_ascii=True, allow_nan=False, separators=(",", ":"))

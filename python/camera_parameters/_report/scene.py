@@ -39,7 +39,8 @@ class Label:
 
 @dataclasses.dataclass
 class Scene:
-    """Lines and labels with what fits them into the drawing: the middle, and units of the drawing per metre."""
+    """Lines and labels with what fits them into the drawing: the middle, and units of the drawing per metre. `reach` is
+    how far from the origin something stands, `second` the file whose changes are drawn too."""
 
     lines: list
     labels: list
@@ -47,6 +48,8 @@ class Scene:
     target: np.ndarray = dataclasses.field(default_factory=lambda: np.zeros(3))
     scale: float = 1.0
     grid: float = 1.0
+    reach: float = 1.0
+    second: str = ""
 
 
 def screen_axes(azimuth, elevation):
@@ -142,6 +145,24 @@ def fit(scene, reach):
     scene.scale = 0.46 * min(SIZE) / max(radius, 0.6 * reach, 1e-9)
 
 
+def is_same(line, other):
+    """Whether two lines are drawn alike."""
+    return line.kind == other.kind and line.camera == other.camera and np.array_equal(line.points, other.points)
+
+
+def add_second(scene, second, name):
+    """Adds what another calibration changes of a scene, its lines of the kind `second`; `name` is its file's."""
+    old = [line for line in scene.lines if not line.kind.startswith(("grid", "axis"))]
+    new = [line for line in second.lines if not line.kind.startswith(("grid", "axis"))]
+    changed = [line for line in new if not any(is_same(line, other) for other in old)]
+    scene.lines += [dataclasses.replace(line, kind=line.kind + " second") for line in changed]
+    known = {label.text for label in scene.labels}
+    scene.labels += [label for label in second.labels if label.text not in known]
+    scene.left_out += [f"{left_out} in {name}" for left_out in second.left_out]
+    scene.second = name if changed else ""
+    fit(scene, max(scene.reach, second.reach))
+
+
 def build(cameras):
     """The scene of cameras: a list of (name, pose, intrinsics of the full frame, index in the page).
 
@@ -168,6 +189,7 @@ def finish(scene, reach, names=("x ahead", "y left", "z up")):
     for line, label in axes(0.32 * reach, names):
         scene.lines.append(line)
         scene.labels.append(label)
+    scene.reach = reach
     scene.grid, grid = ground(1.2 * reach)
     # Of a border without rays a point or none is left.
     scene.lines = grid + [line for line in scene.lines if len(line.points) > 1]
@@ -181,13 +203,13 @@ def full_frame(camera):
     return camera.intrinsics(width, height) if width > 0 and height > 0 else None
 
 
-def of_set(cameras, names):
-    """The scene of a set's cameras."""
+def of_set(cameras, names, order):
+    """The scene of a set's cameras; a camera's place in `order` gives its colour."""
     placed = []
-    for index, name in enumerate(names):
+    for name in names:
         camera = cameras.get_camera(name)
         intrinsics = full_frame(camera) if camera is not None else None
         if intrinsics is None:
             intrinsics = cp.Intrinsics(1, 1, np.full((3, 3), np.nan), np.zeros(8))
-        placed.append((name, camera.pose, intrinsics, index))
+        placed.append((name, camera.pose, intrinsics, order.index(name)))
     return build(placed)

@@ -3,7 +3,7 @@
 import numpy as np
 
 from camera_parameters._report import numbers, scene as scenes
-from camera_parameters._report.markup import element, escape, join, script_data, svg
+from camera_parameters._report.markup import element, escape, join, name_text, script_data, svg
 
 COLOURS = 8
 
@@ -67,6 +67,7 @@ def figure(scene, what="The cameras on the robot"):
     hint = element("p", element("span", "Drag, or use the arrow keys, + and \u2212, and Home. ", class_="needs-script"),
                    f"Grid on the ground: {numbers.short(scene.grid)} m. The thick edge of a pyramid is the upper "
                    "border of the picture; dotted lines lead down to the ground.", class_="hint")
+    second = element("p", "Dashed: what differs in ", name_text(scene.second), ".", class_="hint") if scene.second else None
     missing = None
     if scene.left_out:
         missing = element("p", "Not drawn, because the pose or the lens gives no finite picture near the robot: ",
@@ -75,4 +76,4 @@ def figure(scene, what="The cameras on the robot"):
     numbers_of_it = element("script", script_data(data(scene)), type="application/json", id="scene-data")
     state = element("output", id="scene-state", class_="quiet needs-script", aria_live="polite")
     return element("figure", drawing, element("div", buttons(), state, class_="bar"),
-                   element("figcaption", hint, missing), numbers_of_it, class_="wide")
+                   element("figcaption", hint, second, missing), numbers_of_it, class_="wide")

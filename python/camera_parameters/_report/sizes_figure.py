@@ -51,6 +51,11 @@ def outline(entry, full):
         return lens.pixels_of(full, lens.distort(full.distortion, rays))
 
 
+def dashes(index, size):
+    """The dashes of a picture's outline, and half as large those of its key; the first one's is solid."""
+    return f"{size * (10 + 4 * index):g} {size * 6 * index:g}" if index else None
+
+
 def drawing(entries, full):
     """The full frame with the outline of each picture."""
     scale = (WIDTH - 2 * MARGIN) / full.width
@@ -63,7 +68,7 @@ def drawing(entries, full):
     for index, entry in enumerate(entries):
         points = outline(entry, full) * scale + [left, MARGIN]
         # Outlines that lie on each other stay visible by dashes that differ.
-        dash = f"{10 + 4 * index} {6 * index}" if index else None
+        dash = dashes(index, 1)
         shapes.append(svg("path", class_=f"size c{index % 8}", d=path_data(points, True), stroke_dasharray=dash,
                           data_size=f"{entry.width}x{entry.height}"))
     x, y = left + float(full.cx) * scale, MARGIN + float(full.cy) * scale
@@ -92,14 +97,14 @@ def table(entries, full, views, identity):
     for index, (entry, view) in enumerate(zip(entries, views)):
         fields = view.fields_of_view
         place, ends = place_of(outline(entry, full))
-        key = svg("svg", svg("path", d="M1 6h22", class_=f"size c{index % 8}"), class_="key", viewBox="0 0 24 12",
+        key = svg("svg", svg("path", d="M1 6h22", class_=f"size c{index % 8}",
+                             stroke_dasharray=dashes(index, 0.5)), class_="key", viewBox="0 0 24 12",
                   aria_hidden="true")
         angles = [element("td", numbers.degrees(angle), class_="n", data_v=repr(math.degrees(angle)))
                   for angle in (fields.horizontal, fields.vertical, fields.diagonal)]
         rows.append(element("tr", element("th", key, f" {entry.width} \u00d7 {entry.height}", scope="row",
                                           data_v=f"{entry.width}x{entry.height}"),
-                            element("td", place, data_v=ends),
-                            *angles))
+                            *angles, element("td", place, data_v=ends)))
     head = element("tr", *(element("th", text, scope="col") for text in (
-        "picture", "in the full frame, px", "across", "down", "diagonal")))
+        "picture", "across", "down", "diagonal", "in the full frame, px")))
     return element("table", element("thead", head), element("tbody", join(rows)), id=identity, class_="sizes")

@@ -12,13 +12,15 @@ KINDS = {"robot": cp.CameraParametersSet, "ptz": cp.PTZCameraModel, "base": cp.B
 @dataclasses.dataclass
 class Source:
     """A calibration of one of three kinds: `model` is its object, `message` its fields, `findings` those of a review.
-    `name` is that of its file, without the folder."""
+    `name` is that of its file, without the folder; `whose` is the same on a page about two calibrations, which says of
+    each section whose it is, and empty on a page about one."""
 
     name: str
     kind: str
     model: object
     message: dict
     findings: list
+    whose: str = ""
 
 
 def error_of(problem, path):
@@ -59,3 +61,11 @@ def open_source(what):
     path = os.fsdecode(what)
     with open(path, "rb") as file:
         return of_data(file.read(), os.path.basename(path), path)
+
+
+def apart(first, second):
+    """Two sources as a page about both has them: with names that differ, and said of each section."""
+    names = [first.name, second.name]
+    if first.name == second.name:
+        names = [f"{first.name} (first)", f"{second.name} (second)"]
+    return [dataclasses.replace(source, name=name, whose=name) for source, name in zip((first, second), names)]

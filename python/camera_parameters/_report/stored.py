@@ -9,22 +9,6 @@ from camera_parameters._report.markup import element, join, name_text
 LONGEST = 400
 
 
-def field_id(path):
-    """The id of a field's element."""
-    return "field-" + path
-
-
-def link_to(path, known, text):
-    """A link to a field, or to the nearest part above it that the page shows."""
-    nearest = path
-    while nearest and nearest not in known:
-        cut = max(nearest.rfind("."), nearest.rfind("["))
-        nearest = nearest[:max(cut, 0)]
-    if not nearest:
-        return element("a", text, href="#stored")
-    return element("a", text, href="#" + urllib.parse.quote(field_id(nearest)))
-
-
 def _number(text):
     """Numbers that JSON keeps as text, 64-bit integers and what is not finite, are shown as they are."""
     return name_text(text) if isinstance(text, str) else element(
@@ -32,14 +16,24 @@ def _number(text):
 
 
 class Stored:
-    """Makes the list of fields and remembers which paths it shows."""
+    """Makes the list of fields and remembers which paths it shows. `prefix` begins the ids of a second calibration."""
 
-    def __init__(self):
+    def __init__(self, prefix=""):
         self.known = set()
+        self.prefix = prefix
 
     def _shown(self, path):
         self.known.add(path)
-        return field_id(path)
+        return f"{self.prefix}field-{path}"
+
+    def link_to(self, path, text):
+        """A link to a field, or to the nearest part above it that the page shows."""
+        nearest = path
+        while nearest and nearest not in self.known:
+            cut = max(nearest.rfind("."), nearest.rfind("["))
+            nearest = nearest[:max(cut, 0)]
+        where = f"{self.prefix}field-{nearest}" if nearest else self.prefix + "stored"
+        return element("a", text, href="#" + urllib.parse.quote(where))
 
     def scalar_list(self, path, values):
         """A list of numbers on one line, each with its own id."""

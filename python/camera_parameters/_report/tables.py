@@ -55,10 +55,14 @@ def lenses(entries):
     return found
 
 
+def with_lens(entries, lens):
+    """The entries that have the lens of one of them."""
+    return [k for k in entries if np.array_equal(k.distortion, lens.distortion, equal_nan=True)]
+
+
 def lens_sizes(entries, lens):
     """The sizes that have the lens of an entry, as text."""
-    return ", ".join(f"{k.width} \u00d7 {k.height}" for k in entries
-                     if np.array_equal(k.distortion, lens.distortion, equal_nan=True))
+    return ", ".join(f"{k.width} \u00d7 {k.height}" for k in with_lens(entries, lens))
 
 
 def matrix_table(title, matrix, identity):
