@@ -280,3 +280,18 @@ def test_other_interpreters_are_refused():
             print(error)
     """)
     assert "ImportError" in out and "interpreter" in out
+
+
+@pytest.mark.parametrize("line", ['cp.set_log_level(None, "off")',
+                                  'logging.getLogger("camera_parameters").setLevel("CRITICAL")', "pass"])
+def test_a_caught_exception_can_be_kept_quiet(line):
+    _, errors = run_python(f"""
+        import logging
+        import camera_parameters as cp
+        {line}
+        try:
+            cp.CameraParametersSet.from_text("camera_calibration {{ name: 12 }}")
+        except cp.CalibrationError:
+            pass
+        """)
+    assert (errors == "") == (line != "pass")
