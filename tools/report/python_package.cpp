@@ -8,12 +8,19 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <sstream>
 #include <system_error>
 
 namespace norv::tools {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// With `-c` or `-m`, Python would import what lies in the current folder, beside a calibration that
+/// someone sent: its json.py for Python's own. `-P` against that is of Python 3.11 and `-I` would
+/// leave out PYTHONPATH too.
+constexpr const char* kWithoutCurrentFolder =
+    "import sys; sys.path[:] = [folder for folder in sys.path if folder]; ";
 
 /// As the functions of the system take them: pointers, the last one null.
 std::vector<char*> pointersTo(std::vector<std::string>* words) {
@@ -28,17 +35,27 @@ bool holdsPackage(const fs::path& folder) {
   return fs::is_regular_file(folder / "camera_parameters" / "report.py", error);
 }
 
+/// The folders that PYTHONPATH names. An empty name would be the current folder.
+std::vector<std::string> namedFolders() {
+  const char* const names = std::getenv("PYTHONPATH");
+  std::istringstream stream(names == nullptr ? "" : names);
+  std::vector<std::string> folders;
+  for (std::string name; std::getline(stream, name, ':');) {
+    if (!name.empty()) folders.push_back(name);
+  }
+  return folders;
+}
+
 /// Puts the package of this program before others that Python would find.
 void extendPythonPath() {
   std::error_code error;
   const fs::path program = fs::read_symlink("/proc/self/exe", error);
   std::string path;
-  for (const fs::path& folder : packageFoldersOf(program.parent_path())) {
-    path += (path.empty() ? "" : ":") + folder.string();
-  }
-  if (path.empty()) return;
-  const char* const others = std::getenv("PYTHONPATH");
-  if (others != nullptr && *others != '\0') path += std::string(":") + others;
+  const auto append = [&path](const std::string& folder) {
+    path += (path.empty() ? "" : ":") + folder;
+  };
+  for (const fs::path& folder : packageFoldersOf(program.parent_path())) append(folder.string());
+  for (const std::string& folder : namedFolders()) append(folder);
   setenv("PYTHONPATH", path.c_str(), 1);
 }
 
@@ -82,8 +99,10 @@ void becomePython(const std::string& module, const std::vector<std::string>& wor
   extendPythonPath();
   // A version manager's interpreter earlier in PATH does not see Debian's packages.
   for (const char* const interpreter : {"python3", "/usr/bin/python3"}) {
-    if (!succeeds({interpreter, "-c", "import " + module})) continue;
-    std::vector<std::string> command = {interpreter, "-m", module};
+    if (!succeeds({interpreter, "-c", kWithoutCurrentFolder + ("import " + module)})) continue;
+    const std::string run = "import runpy; runpy.run_module('" + module +
+                            "', run_name='__main__', alter_sys=True)";
+    std::vector<std::string> command = {interpreter, "-c", kWithoutCurrentFolder + run};
     command.insert(command.end(), words.begin(), words.end());
     execvp(interpreter, pointersTo(&command).data());
   }

@@ -25,35 +25,69 @@ ProgramResult runWithPython(const TemporaryFolder& folder, const std::string& ar
   return runTool(arguments, "PATH='" + folder.path("") + "'");
 }
 
+std::string packagesIn(const TemporaryFolder& folder) {
+  return folder.path("prefix/lib/python3/dist-packages");
+}
+
+/// Path of a tool that is installed with a package whose program has these lines.
+std::string installWithPackage(const TemporaryFolder& folder, const std::string& lines) {
+  std::filesystem::create_directories(folder.path("prefix/bin"));
+  std::filesystem::create_directories(packagesIn(folder) + "/camera_parameters");
+  std::ofstream(packagesIn(folder) + "/camera_parameters/report.py") << lines;
+  const std::string tool = folder.path("prefix/bin/camera-parameters");
+  std::filesystem::copy_file(CAMERA_PARAMETERS_TOOL, tool);
+  return tool;
+}
+
 TEST(ReportCommand, PassesItsArgumentsOnAsTheyAreAndTheStatusBack) {
   const TemporaryFolder folder;
   // Is asked whether it has the module, and then to run it.
   writeProgram(folder.path("python3"),
-               "if [ \"$1\" = -c ]; then exit 0; fi\n"
+               "if [ $# = 2 ]; then exit 0; fi\n"
+               "shift 2\n"
                "printf '[%s]' \"$@\"\n"
                "exit 7\n");
   const ProgramResult result = runWithPython(folder, "report 'a $(b) \"c' ./-d.txt -o ' e;f.html'");
   EXPECT_EQ(result.status, 7);
   EXPECT_EQ(result.errors, "");
-  EXPECT_EQ(result.output,
-            "[-m][camera_parameters.report][--output= e;f.html][--][a $(b) \"c][./-d.txt]");
+  EXPECT_EQ(result.output, "[--output= e;f.html][--][a $(b) \"c][./-d.txt]");
 }
 
 TEST(ReportCommand, PutsThePackageBesideItBeforeOthers) {
   const TemporaryFolder folder;
-  const std::string bin = folder.path("prefix/bin");
-  const std::string packages = folder.path("prefix/lib/python3/dist-packages");
-  std::filesystem::create_directories(bin);
-  std::filesystem::create_directories(packages + "/camera_parameters");
-  std::ofstream(packages + "/camera_parameters/report.py") << "\n";
-  std::filesystem::copy_file(CAMERA_PARAMETERS_TOOL, bin + "/camera-parameters");
+  const std::string tool = installWithPackage(folder, "\n");
   writeProgram(folder.path("python3"),
-               "if [ \"$1\" = -c ]; then exit 0; fi\n"
+               "if [ $# = 2 ]; then exit 0; fi\n"
                "printf '%s' \"$PYTHONPATH\"\n");
-  const ProgramResult result = runProgram("PATH='" + folder.path("") + "' PYTHONPATH=/other '" +
-                                          bin + "/camera-parameters' report default -o x.html");
+  const ProgramResult result = runProgram("PATH='" + folder.path("") +
+                                          "' PYTHONPATH=:/other::/third: '" + tool +
+                                          "' report default -o x.html");
   EXPECT_EQ(result.status, 0) << result.errors;
-  EXPECT_EQ(result.output, std::filesystem::canonical(packages).string() + ":/other");
+  // Empty names, which would be the current folder, are left out.
+  EXPECT_EQ(result.output,
+            std::filesystem::canonical(packagesIn(folder)).string() + ":/other:/third");
+}
+
+TEST(ReportCommand, RunsNothingThatLiesInTheCurrentFolder) {
+  const TemporaryFolder folder;
+  const std::string tool =
+      installWithPackage(folder, "import json, numpy, sys\nprint('made', sys.argv[1:])\n");
+  std::ofstream(packagesIn(folder) + "/numpy.py") << "\n";
+  const std::string here = folder.path("here");
+  std::filesystem::create_directories(here + "/camera_parameters");
+  for (const char* const name : {"/camera_parameters/__init__.py", "/camera_parameters/report.py",
+                                 "/json.py", "/numpy.py", "/runpy.py", "/pkgutil.py"}) {
+    std::ofstream(here + name) << "open('was_run', 'w')\nprint('taken')\n";
+  }
+  for (const char* const environment : {"-u PYTHONPATH", "PYTHONPATH=", "PYTHONPATH=:"}) {
+    const ProgramResult result = runProgram("cd '" + here + "' && env " + environment +
+                                            " PYTHONDONTWRITEBYTECODE=1 PATH=/usr/bin '" + tool +
+                                            "' report a.txt -o x.html");
+    EXPECT_EQ(result.status, 0) << environment << ": " << result.errors;
+    EXPECT_EQ(result.output, "made ['--output=x.html', '--', 'a.txt']\n") << environment;
+    // The search for a package silences what it prints.
+    EXPECT_FALSE(std::filesystem::exists(here + "/was_run")) << environment;
+  }
 }
 
 TEST(ReportCommand, SaysInOneLineHowToGetThePackage) {
