@@ -4,7 +4,7 @@ import subprocess
 
 import numpy as np
 
-from calibrations import BUILD
+from calibrations import BUILD, environment_of_programs
 
 PROGRAM = BUILD / "python" / "tests" / "camera_parameters_python_reference"
 
@@ -14,7 +14,8 @@ class Results:
 
     def __init__(self, verb, *arrays):
         data = b"".join(np.ascontiguousarray(array).tobytes() for array in arrays)
-        self._data = subprocess.run([PROGRAM, verb], input=data, stdout=subprocess.PIPE, check=True).stdout
+        self._data = subprocess.run([PROGRAM, verb], input=data, env=environment_of_programs(), stdout=subprocess.PIPE,
+                                    check=True).stdout
         self._place = 0
 
     def take(self, shape, dtype=np.float32):

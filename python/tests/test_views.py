@@ -10,7 +10,7 @@ import camera_parameters as cp
 import numpy as np
 import pytest
 
-from calibrations import BUILD, HEAD
+from calibrations import BUILD, HEAD, environment_of_programs
 
 NAMES = ["head_camera", "navigation_camera"]
 SIZES = [(640, 480), (1280, 960), (1280, 720)]
@@ -28,7 +28,8 @@ def skewed(pose=None):
 def of_tool(name, size):
     tool = BUILD / "tools" / "camera-parameters"
     command = [tool, "view", HEAD, "--camera", name, "--size", "{}x{}".format(*size), "--json"]
-    return json.loads(subprocess.run(command, check=True, capture_output=True).stdout)
+    ran = subprocess.run(command, env=environment_of_programs(), check=True, capture_output=True)
+    return json.loads(ran.stdout)
 
 
 @pytest.mark.parametrize("size", SIZES)

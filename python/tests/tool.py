@@ -5,7 +5,7 @@ import subprocess
 
 import pytest
 
-from calibrations import BUILD
+from calibrations import BUILD, environment_of_programs
 
 TOOL = BUILD / "tools" / "camera-parameters"
 
@@ -14,7 +14,8 @@ def run(*arguments, status=0):
     """The tool's standard output and standard error."""
     if not TOOL.exists():
         pytest.fail(f"{TOOL} is missing: build the target camera-parameters")
-    result = subprocess.run([str(TOOL), *map(str, arguments)], capture_output=True, text=True, check=False)
+    result = subprocess.run([str(TOOL), *map(str, arguments)], env=environment_of_programs(), capture_output=True,
+                            text=True, check=False)
     assert result.returncode == status, result.stderr
     return result.stdout, result.stderr
 
