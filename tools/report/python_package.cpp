@@ -16,9 +16,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// With `-c` or `-m`, Python would import what lies in the current folder, beside a calibration that
-/// someone sent: its json.py for Python's own. `-P` against that is of Python 3.11 and `-I` would
-/// leave out PYTHONPATH too.
+/// With `-c` or `-m`, Python would import what lies in the current folder, beside a calibration
+/// that someone sent: its json.py for Python's own. `-P` against that is of Python 3.11 and `-I`
+/// would leave out PYTHONPATH too.
 constexpr const char* kWithoutCurrentFolder =
     "import sys; sys.path[:] = [folder for folder in sys.path if folder]; ";
 
@@ -100,8 +100,8 @@ void becomePython(const std::string& module, const std::vector<std::string>& wor
   // A version manager's interpreter earlier in PATH does not see Debian's packages.
   for (const char* const interpreter : {"python3", "/usr/bin/python3"}) {
     if (!succeeds({interpreter, "-c", kWithoutCurrentFolder + ("import " + module)})) continue;
-    const std::string run = "import runpy; runpy.run_module('" + module +
-                            "', run_name='__main__', alter_sys=True)";
+    const std::string run =
+        "import runpy; runpy.run_module('" + module + "', run_name='__main__', alter_sys=True)";
     std::vector<std::string> command = {interpreter, "-c", kWithoutCurrentFolder + run};
     command.insert(command.end(), words.begin(), words.end());
     execvp(interpreter, pointersTo(&command).data());

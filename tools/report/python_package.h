@@ -14,9 +14,9 @@ namespace norv::tools {
 std::vector<std::filesystem::path> packageFoldersOf(const std::filesystem::path& program_folder);
 
 /// Replaces this process by `python3 -m module word...`, without a shell, by the first of the
-/// python3 in PATH and /usr/bin/python3 that can import the module, but nothing is imported from the
-/// current folder. The package beside this program goes before others in PYTHONPATH. Returns where
-/// there is none.
+/// python3 in PATH and /usr/bin/python3 that can import the module, but nothing is imported from
+/// the current folder. The package beside this program goes before others in PYTHONPATH. Returns
+/// where there is none.
 void becomePython(const std::string& module, const std::vector<std::string>& words);
 
 }  // namespace norv::tools

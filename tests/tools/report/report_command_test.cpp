@@ -59,9 +59,9 @@ TEST(ReportCommand, PutsThePackageBesideItBeforeOthers) {
   writeProgram(folder.path("python3"),
                "if [ $# = 2 ]; then exit 0; fi\n"
                "printf '%s' \"$PYTHONPATH\"\n");
-  const ProgramResult result = runProgram("PATH='" + folder.path("") +
-                                          "' PYTHONPATH=:/other::/third: '" + tool +
-                                          "' report default -o x.html");
+  const ProgramResult result =
+      runProgram("PATH='" + folder.path("") + "' PYTHONPATH=:/other::/third: '" + tool +
+                 "' report default -o x.html");
   EXPECT_EQ(result.status, 0) << result.errors;
   // Empty names, which would be the current folder, are left out.
   EXPECT_EQ(result.output,
