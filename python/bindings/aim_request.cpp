@@ -48,8 +48,20 @@ std::size_t countOf(const py::kwargs& arguments, const Names& names) {
       names.begin(), names.end(), [&](const char* name) { return has(arguments, name); }));
 }
 
+void requireAllFinite(const double* numbers, std::size_t count, const char* name) {
+  for (std::size_t i = 0; i < count; ++i) requireFinite(numbers[i], name);
+}
+
+double takePositive(const py::kwargs& arguments, const char* name) {
+  const double number = takeNumber(get(arguments, name), name);
+  requireFinite(number, name);
+  if (number > 0) return number;
+  throw py::value_error(fmt::format("{}: expected a positive number, got {}", name, number));
+}
+
 Eigen::Vector2d takePixel(const py::handle& object, const char* name) {
   const auto numbers = takeArray<double>(object, name, {2});
+  requireAllFinite(numbers.data(), 2, name);
   return {numbers.data()[0], numbers.data()[1]};
 }
 
@@ -62,6 +74,7 @@ calibration::BoxTarget takeBox(const py::handle& object, double distance) {
     throw py::value_error("box: expected (x1, y1, x2, y2) or two opposite corners");
   }
   const double* const b = numbers.data();
+  requireAllFinite(b, 4, "box");
   return {{b[0], b[1]}, {b[2], b[3]}, distance};
 }
 
@@ -71,7 +84,7 @@ double distanceOf(const py::kwargs& arguments) {
     throw py::type_error(is_needed ? "pixel and box need distance, in metres"
                                    : "distance goes with pixel or box");
   }
-  return is_needed ? takeNumber(get(arguments, "distance"), "distance") : 0;
+  return is_needed ? takePositive(arguments, "distance") : 0;
 }
 
 void setTarget(const py::kwargs& arguments, AimQuestion* question) {
@@ -88,9 +101,12 @@ void setTarget(const py::kwargs& arguments, AimQuestion* question) {
     request.target = takeBox(get(arguments, "box"), distance);
   } else if (has(arguments, "point")) {
     const auto numbers = takeArray<double>(get(arguments, "point"), "point", {3});
+    requireAllFinite(numbers.data(), 3, "point");
     request.target = targetAt(*question, Eigen::Map<const Eigen::Vector3d>(numbers.data()));
   } else {
     const Points<double> points = takePoints<double>(get(arguments, "points"), "points", 3);
+    if (points.count == 0) throw py::value_error("points: expected at least one point");
+    requireAllFinite(points.data(), 3 * points.count, "points");
     question->points = points.array;
     request.target = calibration::PointsTarget{{question->points.data(), 3}, points.count};
   }
@@ -107,17 +123,30 @@ void setPlace(const py::kwargs& arguments, AimRequest* request) {
   request->pixel = takePixel(place, "place");
 }
 
+/// The share of the picture that the target takes up.
+double takeShare(const py::kwargs& arguments) {
+  const double share = takePositive(arguments, "fill");
+  if (share <= 1) return share;
+  throw py::value_error(fmt::format("fill: expected a share up to 1, got {}", share));
+}
+
+/// Radians across the picture.
+double takeAngle(const py::kwargs& arguments) {
+  const double angle = takePositive(arguments, "fov");
+  if (angle < EIGEN_PI) return angle;
+  throw py::value_error(fmt::format("fov: expected radians below pi, got {}", angle));
+}
+
 void setZoom(const py::kwargs& arguments, AimRequest* request) {
   if (countOf(arguments, kZooms) > 1) throw py::type_error("expected one of fill, fov and focal");
-  const auto set = [&](const char* name, AimZoom zoom) {
-    if (!has(arguments, name)) return;
+  const auto set = [&](AimZoom zoom, double value) {
     request->zoom = zoom;
-    request->zoom_value = takeNumber(get(arguments, name), name);
+    request->zoom_value = value;
   };
   if (has(arguments, "box")) request->zoom = AimZoom::kFill;
-  set("fill", AimZoom::kFill);
-  set("fov", AimZoom::kFieldOfView);
-  set("focal", AimZoom::kFocalLength);
+  if (has(arguments, "fill")) set(AimZoom::kFill, takeShare(arguments));
+  if (has(arguments, "fov")) set(AimZoom::kFieldOfView, takeAngle(arguments));
+  if (has(arguments, "focal")) set(AimZoom::kFocalLength, takePositive(arguments, "focal"));
 }
 
 void setChoice(const py::kwargs& arguments, AimRequest* request) {
@@ -146,7 +175,10 @@ AimQuestion commonQuestion(const calibration::MotorPositions& now, const py::kwa
   setZoom(arguments, &question.request);
   setChoice(arguments, &question.request);
   setStrictness(arguments, &question);
-  if (has(arguments, "radius")) question.radius = takeNumber(get(arguments, "radius"), "radius");
+  if (!has(arguments, "radius")) return question;
+  question.radius = takeNumber(get(arguments, "radius"), "radius");
+  requireFinite(*question.radius, "radius");
+  if (*question.radius < 0) throw py::value_error("radius: expected a number from 0 on");
   return question;
 }
 

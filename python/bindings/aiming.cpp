@@ -49,7 +49,8 @@ constexpr const char* kAimDoc =
 - `tolerance`, pixels: how far from its place the target may land; by default as far as a step of pan and one of tilt
   move it, but 1 at least. `strict`: raise, too, where it lands beyond that or a motor's range bounds the answer.
 
-Positions are whole steps within the range of the motors, the short way round. Raises NoSolutionError where there is
+Positions are whole steps within the range of the motors, the short way round. Raises ValueError for numbers that make
+no sense, such as a `fill` of 5, and NoSolutionError where there is
 none, with the reason as the command-line tool has it; with `strict` also where `reached` would be False.
 
 >>> import camera_parameters as cp

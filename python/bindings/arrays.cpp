@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
+#include <type_traits>
 #include <utility>
 
 namespace norv::python {
@@ -110,9 +111,23 @@ bool isInPlace(const py::handle& object) {
   return array.dtype().is(py::dtype::of<T>()) && (array.flags() & kInPlace) == kInPlace;
 }
 
+/// NumPy warns of each number that becomes infinite, which may be an exception of the caller's.
+py::array_t<float> narrowed(const py::array_t<double>& array) {
+  py::array_t<float> narrow(shapeOf(array));
+  std::transform(array.data(), array.data() + array.size(), narrow.mutable_data(),
+                 [](double number) { return static_cast<float>(number); });
+  return narrow;
+}
+
 template <class T>
 py::array_t<T> convert(const py::array& array) {
   if (isInPlace<T>(array)) return py::reinterpret_borrow<py::array_t<T>>(array);
+  if constexpr (std::is_same_v<T, float>) {
+    const py::dtype type = array.dtype();
+    if (type.kind() == 'f' && type.itemsize() == sizeof(double)) {
+      return narrowed(convert<double>(array));
+    }
+  }
   using detail = py::detail::npy_api;
   PyObject* converted =
       detail::get().PyArray_FromAny_(array.ptr(), py::dtype::of<T>().release().ptr(), 0, 0,

@@ -86,7 +86,8 @@ Raises CalibrationError where it does not load, and OSError where it cannot be r
 No such file or directory
 )")
       .def_static(
-          "from_bytes", [](const py::bytes& data) { return fromString(data); }, py::arg("data"),
+          "from_bytes", [](const py::object& data) { return fromString(takeBytes(data)); },
+          py::arg("data"),
           R"(The same from bytes, binary or text. Inverse: `to_bytes`.
 
 >>> import camera_parameters as cp
@@ -95,8 +96,8 @@ True
 )")
       .def_static(
           "from_text",
-          [](const py::str& text) {
-            return fromString(bytesOfText(text, calibration::BaseCalibrationProto()));
+          [](const py::object& text) {
+            return loadedText(text, BaseCalibrationProto::default_instance(), &fromString);
           },
           py::arg("text"),
           R"(The same from text format. Inverse: `to_text`.
@@ -108,7 +109,7 @@ camera_parameters.CalibrationError: ...global_transform_adjustment.global_transf
 )")
       .def_static(
           "from_dict",
-          [](const py::dict& dict) {
+          [](const py::object& dict) {
             return fromString(bytesOfDict(dict, BaseCalibrationProto::default_instance()));
           },
           py::arg("dict"),

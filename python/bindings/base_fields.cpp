@@ -1,10 +1,12 @@
 #include "python/bindings/base_fields.h"
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 
 #include "python/bindings/arrays.h"
 #include "python/bindings/errors.h"
+#include "python/bindings/numbers.h"
 
 namespace norv::python {
 namespace {
@@ -38,24 +40,24 @@ CalibrationMetadataProto metadataOf(const py::handle& metadata) {
   if (!py::isinstance(metadata, metadataClass())) {
     throw py::type_error("metadata: expected a CalibrationMetadata or None");
   }
-  const auto take = [&](const char* name, const auto& set) {
+  const auto take = [&](const char* name, const char* expected, const auto& set) {
     const py::object value = metadata.attr(name);
     try {
       if (!value.is_none()) set(value);
     } catch (const py::cast_error&) {
-      throw py::type_error(std::string("metadata.") + name + ": is " +
-                           py::repr(value).cast<std::string>());
+      throw py::type_error(std::string("metadata.") + name + ": expected " + expected +
+                           " or None, got " + py::repr(value).cast<std::string>());
     }
   };
-  take("calibration_time_ns",
+  take("calibration_time_ns", "an int of 64 bits",
        [&](const py::object& value) { message.set_calibration_time(value.cast<std::int64_t>()); });
-  take("gain_validity_key",
+  take("gain_validity_key", "a str",
        [&](const py::object& value) { message.set_gain_validity_key(value.cast<std::string>()); });
-  take("validity_key",
+  take("validity_key", "a str",
        [&](const py::object& value) { message.set_validity_key(value.cast<std::string>()); });
-  take("tool_version",
+  take("tool_version", "a str",
        [&](const py::object& value) { message.set_tool_version(value.cast<std::string>()); });
-  take("operator_note",
+  take("operator_note", "a str",
        [&](const py::object& value) { message.set_operator_note(value.cast<std::string>()); });
   return message;
 }
@@ -74,9 +76,17 @@ void setGlobalTransform(Base& base, const py::handle& rotation, const py::handle
   base.lock->change([&] { base.data->setGlobalTransform(matrix, vector, message); });
 }
 
-void setGyroscopeGain(Base& base, float gain, const py::handle& metadata) {
+/// A float of the calibration, which is infinite or NaN where the caller's number is.
+float takeFloat(const py::handle& object, const char* name) {
+  const double number = takeNumber(object, name);
+  const auto rounded = static_cast<float>(number);
+  if (std::isfinite(rounded) || !std::isfinite(number)) return rounded;
+  throw py::value_error(std::string(name) + ": expected a number within the range of float32");
+}
+
+void setGyroscopeGain(Base& base, const py::handle& number, const py::handle& metadata) {
   calibration::GyroscopeCalibrationProto gyroscope;
-  gyroscope.set_gain(gain);
+  gyroscope.set_gain(takeFloat(number, "gain"));
   if (!metadata.is_none()) *gyroscope.mutable_metadata() = metadataOf(metadata);
   base.lock->change([&] { base.data->setGyroscopeGain(gyroscope); });
 }
@@ -100,8 +110,11 @@ auto getter(Getter get) {
   return [get](const Base& base) { return base.lock->read([&] { return (*base.data.*get)(); }); };
 }
 
-auto setter(Setter set) {
-  return [set](Base& base, float metres) { base.lock->change([&] { (*base.data.*set)(metres); }); };
+auto setter(const char* name, Setter set) {
+  return [name, set](Base& base, const py::object& number) {
+    const float metres = takeFloat(number, name);
+    base.lock->change([&] { (*base.data.*set)(metres); });
+  };
 }
 
 void bindTransform(py::class_<Base>* base) {
@@ -183,13 +196,13 @@ void bindBaseFields(py::class_<Base>* base) {
   bindTransform(base);
   bindGyroscope(base);
   base->def_property("wheel_base", getter(&BaseCalibrationData::getWheelBase),
-                     setter(&BaseCalibrationData::setWheelBase),
+                     setter("wheel_base", &BaseCalibrationData::setWheelBase),
                      "Distance between the wheels, metres; 0 where there is none. Not checked.")
       .def_property("base_width", getter(&BaseCalibrationData::getBaseWidth),
-                    setter(&BaseCalibrationData::setBaseWidth),
+                    setter("base_width", &BaseCalibrationData::setBaseWidth),
                     "Width of the base, metres; 0 where there is none. Not checked.")
       .def_property("base_length", getter(&BaseCalibrationData::getBaseLength),
-                    setter(&BaseCalibrationData::setBaseLength),
+                    setter("base_length", &BaseCalibrationData::setBaseLength),
                     "Length of the base, metres; 0 where there is none. Not checked.");
 }
 

@@ -43,7 +43,7 @@ CameraSet fromString(const std::string& data) {
   return made([&](LoadReport* report) { return CameraParametersSet::fromString(data, report); });
 }
 
-CameraSet fromDict(const py::dict& dict) {
+CameraSet fromDict(const py::object& dict) {
   return fromString(bytesOfDict(dict, calibration::RobotCalibration()));
 }
 
@@ -119,12 +119,12 @@ void bindLoads(py::class_<CameraSet>* set) {
      }))
       .def_static("from_file", &fromFile, docs::kFromFile, py::arg("path"))
       .def_static(
-          "from_bytes", [](const py::bytes& data) { return fromString(data); }, docs::kFromBytes,
-          py::arg("data"))
+          "from_bytes", [](const py::object& data) { return fromString(takeBytes(data)); },
+          docs::kFromBytes, py::arg("data"))
       .def_static(
           "from_text",
-          [](const py::str& text) {
-            return fromString(bytesOfText(text, calibration::RobotCalibration()));
+          [](const py::object& text) {
+            return loadedText(text, calibration::RobotCalibration(), &fromString);
           },
           docs::kFromText, py::arg("text"))
       .def_static("from_dict", &fromDict, docs::kFromDict, py::arg("dict"))

@@ -35,8 +35,8 @@ py::object orNone(const std::string& text) {
 [[noreturn]] void raiseSystemError(int number, const std::string& sentence,
                                    const std::string& path) {
   const auto type = py::reinterpret_borrow<py::object>(PyExc_OSError);
-  if (number == 0) raise(type(toText(path + ": " + sentence)));
-  raise(type(number, toText(sentence), pathOf(path)));
+  // The library's own reasons, such as what is no regular file, have none.
+  raise(type(number == 0 ? EINVAL : number, toText(sentence), pathOf(path)));
 }
 
 /// The system's number of what it says; 0 where it says no such thing.

@@ -45,7 +45,32 @@ py::object callHandler(const py::tuple& arguments) {
   }
 }
 
-/// What the handler raises is reported as Python reports what nobody catches.
+/// Raises an exception that a pending call holds.
+int raiseHeld(void* exception) {
+  const auto value = py::reinterpret_steal<py::object>(static_cast<PyObject*>(exception));
+  PyErr_SetObject(py::type::handle_of(value).ptr(), value.ptr());
+  return -1;
+}
+
+bool isMainThread() {
+  const py::module_ threading = py::module_::import("threading");
+  return threading.attr("get_ident")().equal(threading.attr("main_thread")().attr("ident"));
+}
+
+/// Has the interpreter raise it as soon as it is back, as it does with signals. Threads besides the
+/// main one get an exception of its class.
+bool raiseSoon(const py::error_already_set& error) {
+  if (isMainThread()) {
+    PyObject* const value = error.value().inc_ref().ptr();
+    if (Py_AddPendingCall(&raiseHeld, value) == 0) return true;
+    Py_DECREF(value);  // too many calls are pending
+    return false;
+  }
+  return PyThreadState_SetAsyncExc(PyThread_get_thread_ident(), error.type().ptr()) == 1;
+}
+
+/// What the handler raises is reported as Python reports what nobody catches. What is to end the
+/// program or the thread, such as KeyboardInterrupt, does.
 bool handle(const KeptRecord& record) {
   const py::str text = toText(record.text);
   if (callHandler(py::make_tuple(record.level, toText(record.channel), toText(record.file),
@@ -53,6 +78,7 @@ bool handle(const KeptRecord& record) {
     return true;
   }
   py::error_already_set error;
+  if (!error.matches(PyExc_Exception) && raiseSoon(error)) return true;
   const py::str context = py::str("the handling of a record of camera_parameters.{}: {}")
                               .format(toText(record.channel), text);
   error.restore();

@@ -12,8 +12,9 @@ namespace norv::python {
 /// lock. Kept for good: the logger may drop its sink on a thread that has no interpreter.
 void setRecordHandler(const pybind11::object& function);
 
-/// Gives a record to the handlers now; false where one raised, which is reported as Python reports
-/// what nobody catches. Needs the interpreter's lock.
+/// Gives a record to the handlers now; false where one raised an Exception, which is reported as
+/// Python reports what nobody catches. Others, such as KeyboardInterrupt, are raised once the
+/// thread is back in Python. Needs the interpreter's lock.
 bool handleRecord(const LogRecord& record);
 
 /// Keeps a record of this thread.

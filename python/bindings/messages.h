@@ -22,13 +22,31 @@ pybind11::str toPrintedText(const google::protobuf::Message& message);
 pybind11::object toDict(const google::protobuf::Message& message);
 
 /// The binary form of a message of the prototype's type that `dict` describes. Throws TypeError
-/// where Python's json has no words for what it holds, and CalibrationError where it is no such
-/// message, or nested too deep.
+/// where it is no dict or Python's json has no words for what it holds, and CalibrationError, with
+/// the field, where it is no such message, or nested too deep. Floats that are no finite numbers
+/// are taken as the mapping writes them.
 std::string bytesOfDict(const pybind11::handle& dict, const google::protobuf::Message& prototype);
 
 /// The bytes of a text that loads read as the text, for which a few others would be taken: those
 /// that happen to be a binary message. Throws CalibrationError where the text cannot be read as the
 /// prototype's type and loads would not say so.
-std::string bytesOfText(const pybind11::str& text, const google::protobuf::Message& prototype);
+std::string bytesOfText(const pybind11::handle& text, const google::protobuf::Message& prototype);
+
+/// Throws a CalibrationError again, about the text's first character where it has no place.
+[[noreturn]] void throwWithPlace(pybind11::error_already_set& error);
+
+/// What `load(bytes)` makes of a text; what it throws has a place. See `bytesOfText`.
+template <class Load>
+auto loadedText(const pybind11::handle& text, const google::protobuf::Message& prototype,
+                const Load& load) {
+  try {
+    return load(bytesOfText(text, prototype));
+  } catch (pybind11::error_already_set& error) {
+    throwWithPlace(error);
+  }
+}
+
+/// The bytes of bytes, a bytearray, a memoryview or the like. Throws TypeError for others.
+std::string takeBytes(const pybind11::handle& data);
 
 }  // namespace norv::python

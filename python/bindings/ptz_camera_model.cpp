@@ -38,7 +38,9 @@ Head fromFile(const py::object& path_like) {
   return made([&](LoadReport* report) { return PTZCameraModel::fromFile(path, report); }, path);
 }
 
-Head fromDict(const py::dict& dict) { return headOfData(bytesOfDict(dict, PTZCameraParameters())); }
+Head fromDict(const py::object& dict) {
+  return headOfData(bytesOfDict(dict, PTZCameraParameters()));
+}
 
 const PTZCameraParameters& messageOf(const Head& head) { return head.model->getParams(); }
 
@@ -79,7 +81,8 @@ Raises OSError where the file cannot be read and CalibrationError where it holds
 PTZCameraModel(1920x1080, 12 samples, zoom factor 29.6)
 )")
       .def_static(
-          "from_bytes", [](const py::bytes& data) { return headOfData(data); }, py::arg("data"),
+          "from_bytes", [](const py::object& data) { return headOfData(takeBytes(data)); },
+          py::arg("data"),
           R"(The calibration in binary data, as `to_bytes` makes it. Raises CalibrationError.
 
 >>> import camera_parameters as cp
@@ -89,8 +92,9 @@ True
 )")
       .def_static(
           "from_text",
-          [](const py::str& text) {
-            return headOfData(bytesOfText(text, calibration::PTZCameraParameters()));
+          [](const py::object& text) {
+            return loadedText(text, PTZCameraParameters(),
+                              [](const std::string& data) { return headOfData(data); });
           },
           py::arg("text"),
           R"(The calibration in text, as `to_text` makes it. Raises CalibrationError with line and column.

@@ -14,8 +14,9 @@ namespace {
 using calibration::PtzCoverage;
 using calibration::PtzSight;
 
-/// Beyond this, a slip of the pen is likelier than a question: hours of computing.
-constexpr int kMaxAzimuths = 1000000;
+/// A hundredth of a degree apart. Beyond this, a slip of the pen is likelier than a question, which
+/// nobody could interrupt.
+constexpr int kMaxAzimuths = 36000;
 
 py::object canSee(const Head& head, const py::handle& points, const std::string& sight) {
   const PtzSight what = sightOf(sight);

@@ -31,6 +31,8 @@ def set_log_level(channel, level):
     >>> cp.set_log_level("ptz_camera_model", "info")
     >>> cp.set_log_level("ptz_camera_model", logging.WARNING)
     """
+    if channel is not None and not isinstance(channel, str):
+        raise TypeError(f"channel: expected a name or None, got {type(channel).__name__}")
     number = _number_of(level)
     _core._set_log_level(channel, number)
     logger = logging.getLogger(_PREFIX if channel is None else f"{_PREFIX}.{channel}")

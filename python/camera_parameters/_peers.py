@@ -1,6 +1,7 @@
 """Other programs' files, and arguments about them."""
 
 import os
+from collections.abc import Iterable
 
 import numpy
 
@@ -37,6 +38,9 @@ class Sources:
         self.files, self.paths, self.left = [], [], []
         if isinstance(sources, (str, os.PathLike, bytes, bytearray, memoryview, dict)):
             sources = [sources]
+        if not isinstance(sources, Iterable):
+            raise TypeError(f"sources: expected paths, bytes or a dict of names and contents, "
+                            f"got {type(sources).__name__}")
         for source in sources:
             self._add(source)
         if not self.files:
@@ -100,6 +104,8 @@ def _file_has_entries(path):
 
 def names_of(given, argument):
     """A name or several, as a list."""
+    if given is not None and not isinstance(given, Iterable):
+        raise TypeError(f"{argument}: expected a name or several, got {type(given).__name__}")
     names = [] if given is None else [given] if isinstance(given, str) else list(given)
     for name in names:
         if not isinstance(name, str):

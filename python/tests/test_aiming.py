@@ -118,7 +118,6 @@ def test_what_no_position_does_raises_the_tools_reason(head, question, reason):
 
 def test_the_texts_of_refusals(head):
     texts = {
-        "the question makes no sense": {"point": (math.nan, 0, 0)},
         "a picture cannot be filled around a place on its border or outside of it":
             {"points": [(3, 1, 1.5), (3, 1.1, 1.5)], "fill": 0.5, "place": (0, 0)},
         "no pan and tilt bring the target to its place: it is too near for this head, or where the camera never looks":
@@ -224,7 +223,8 @@ def test_random_questions_get_the_tools_answers(head):
 def test_no_number_ends_the_process(head):
     extremes = [0, -1, 5e-324, 1e308, math.nan, math.inf, -math.inf, 0.5]
     random = np.random.default_rng(14)
-    for _ in range(2000):
+    asked = 0
+    for _ in range(20000):
         x = random.choice(extremes, 12)
         target = [{"point": x[:3]}, {"pixel": x[:2], "distance": x[2]}, {"box": x[:4], "distance": x[4]},
                   {"point": x[:3], "radius": x[3]}, {"points": x[:6].reshape(2, 3)}][random.integers(5)]
@@ -233,5 +233,37 @@ def test_no_number_ends_the_process(head):
         at = random.choice([0, 2500, -(2**31), 2**31 - 1], 3).tolist()
         try:
             head.aim(at=at, **target, **zoom, **place)
+            asked += 1
         except cp.NoSolutionError as error:
             assert error.reason and error.text
+            asked += 1
+        except ValueError as error:
+            assert ": expected " in str(error)
+    assert asked > 500
+
+
+OUT_OF_RANGE = [
+    ({"point": (math.nan, 1, 1)}, "point: expected a finite number, got nan"),
+    ({"point": (3, 1, 1), "radius": -1}, "radius: expected a number from 0 on"),
+    ({"point": (3, 1, 1), "radius": math.inf}, "radius: expected a finite number, got inf"),
+    ({"points": np.zeros((0, 3))}, "points: expected at least one point"),
+    ({"points": [(3, 1, 1), (3, math.inf, 1)]}, "points: expected a finite number, got inf"),
+    ({"pixel": (400, math.nan), "distance": 12}, "pixel: expected a finite number, got nan"),
+    ({"pixel": (400, 300), "distance": 0}, "distance: expected a positive number, got 0"),
+    ({"pixel": (400, 300), "distance": math.inf}, "distance: expected a finite number, got inf"),
+    ({"box": (1, 2, 3, math.nan), "distance": 8}, "box: expected a finite number, got nan"),
+    ({"box": (1, 2, 30, 40), "distance": -8}, "distance: expected a positive number, got -8"),
+    ({"point": (3, 1, 1), "radius": 0.1, "fill": 5}, "fill: expected a share up to 1, got 5"),
+    ({"point": (3, 1, 1), "radius": 0.1, "fill": 0}, "fill: expected a positive number, got 0"),
+    ({"point": (3, 1, 1), "fov": -1}, "fov: expected a positive number, got -1"),
+    ({"point": (3, 1, 1), "fov": 3.15}, "fov: expected radians below pi, got 3.15"),
+    ({"point": (3, 1, 1), "focal": math.nan}, "focal: expected a finite number, got nan"),
+    ({"point": (3, 1, 1), "place": (math.nan, 0)}, "place: expected a finite number, got nan"),
+]
+
+
+@pytest.mark.parametrize("question, text", OUT_OF_RANGE)
+def test_numbers_that_make_no_sense_are_named(head, question, text):
+    with pytest.raises(ValueError) as caught:
+        head.aim(at=AT, **question)
+    assert str(caught.value) == text and not isinstance(caught.value, cp.CalibrationError)

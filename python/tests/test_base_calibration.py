@@ -78,8 +78,9 @@ def test_setters_store_what_getters_and_messages_give():
     ((np.eye(3) * 1j, [0, 0, 0]), TypeError, "rotation: expected numbers, got dtype complex128"),
     ((np.eye(3), [0, 0, 0], {"validity_key": "a"}), TypeError, "metadata: expected a CalibrationMetadata or None"),
     ((np.eye(3), [0, 0, 0], cp.CalibrationMetadata(calibration_time_ns=2**63)), TypeError,
-     "metadata.calibration_time_ns: is 9223372036854775808"),
-    ((np.eye(3), [0, 0, 0], cp.CalibrationMetadata(validity_key=3)), TypeError, "metadata.validity_key: is 3"),
+     "metadata.calibration_time_ns: expected an int of 64 bits or None, got 9223372036854775808"),
+    ((np.eye(3), [0, 0, 0], cp.CalibrationMetadata(validity_key=3)), TypeError,
+     "metadata.validity_key: expected a str or None, got 3"),
 ])
 def test_what_cannot_be_set_changes_nothing(arguments, error, text):
     base = cp.BaseCalibrationData()

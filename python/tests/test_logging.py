@@ -136,6 +136,40 @@ def test_handlers_may_do_what_they_like(collect, action, monkeypatch, capfd):
     assert capfd.readouterr().err.count("111") == (200 if action is log_further else 0)
 
 
+ENDS = """
+    import logging, sys, threading
+    import camera_parameters as cp
+    class Ending(logging.Handler):
+        def emit(self, record):
+            raise {}
+    logging.getLogger("camera_parameters").addHandler(Ending())
+    def fail():
+        try:
+            cp.CameraParametersSet.from_text("x")
+        except cp.CalibrationError:
+            pass
+        print("goes on")
+    {}
+"""
+
+
+def end_python(error, action):
+    command = [sys.executable, "-c", textwrap.dedent(ENDS.format(error, action))]
+    done = subprocess.run(command, capture_output=True, text=True, timeout=60)
+    return done.returncode, done.stdout, done.stderr
+
+
+def test_a_handler_may_end_the_program():
+    assert end_python("SystemExit(7)", "fail()") == (7, "", "")
+    code, out, err = end_python("KeyboardInterrupt('mine')", "fail()")
+    assert code != 0 and out == "" and err.rstrip().endswith("KeyboardInterrupt: mine") and "in emit" in err
+
+
+def test_a_handler_may_end_a_thread():
+    thread = "thread = threading.Thread(target=fail); thread.start(); thread.join(); print('joined')"
+    assert end_python("SystemExit(7)", thread) == (0, "joined\n", "")
+
+
 def test_a_handler_may_ask_and_load_the_set_that_logs(collect, tmp_path):
     cameras = cp.CameraParametersSet()
     cameras.save(tmp_path / "robot.txt")
