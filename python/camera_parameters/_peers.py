@@ -1,7 +1,7 @@
 """Other programs' files, and arguments about them."""
 
+import collections.abc
 import os
-from collections.abc import Iterable
 
 import numpy
 
@@ -38,7 +38,7 @@ class Sources:
         self.files, self.paths, self.left = [], [], []
         if isinstance(sources, (str, os.PathLike, bytes, bytearray, memoryview, dict)):
             sources = [sources]
-        if not isinstance(sources, Iterable):
+        if not isinstance(sources, collections.abc.Iterable):
             raise TypeError(f"sources: expected paths, bytes or a dict of names and contents, "
                             f"got {type(sources).__name__}")
         for source in sources:
@@ -104,7 +104,7 @@ def _file_has_entries(path):
 
 def names_of(given, argument):
     """A name or several, as a list."""
-    if given is not None and not isinstance(given, Iterable):
+    if given is not None and not isinstance(given, collections.abc.Iterable):
         raise TypeError(f"{argument}: expected a name or several, got {type(given).__name__}")
     names = [] if given is None else [given] if isinstance(given, str) else list(given)
     for name in names:

@@ -216,7 +216,7 @@ def test_paths_and_objects_give_the_same_page():
         of_path, of_object = make_report(path), make_report(kind.from_file(path))
         cut = of_path.index("<nav")
         assert of_object[of_object.index("<nav"):] == of_path[cut:]
-    with pytest.raises(TypeError, match="expected a path or a calibration, got int"):
+    with pytest.raises(TypeError, match="expected a path, bytes, a dict or an object that holds a calibration, got int"):
         make_report(3)
 
 
@@ -303,3 +303,21 @@ def test_examples_in_the_parts_are_true(monkeypatch):
     results = [doctest.testmod(module) for module in modules]
     assert sum(result.failed for result in results) == 0
     assert sum(result.attempted for result in results) > 40
+
+
+def test_reports_take_what_reviews_take():
+    cameras = cp.CameraParametersSet()
+    for source in [cameras.to_bytes(), bytearray(cameras.to_bytes()), memoryview(cameras.to_bytes()), cameras.to_dict(),
+                   cameras.to_text().encode(), json.dumps(cameras.to_dict()).encode()]:
+        page = make_report(source)
+        assert "head_camera" in page and "navigation_camera" in page
+    page = make_report(cameras["head_camera"])
+    assert "head_camera" in page and "navigation_camera" not in page
+    with pytest.raises(TypeError, match="^expected a path, bytes, a dict or an object that holds a calibration, got int"):
+        make_report(3)
+
+
+def test_objects_of_different_kinds_are_told_apart():
+    with pytest.raises(cp.CalibrationError) as caught:
+        make_report(cp.CameraParametersSet(), cp.BaseCalibrationData())
+    assert caught.value.text == "second is of a mobile base, first of fixed cameras"

@@ -24,9 +24,9 @@ def summary_of(source):
 def make_report(first, second=None):
     """The page about a calibration as text in HTML, for a browser; with a second one also what that one changes.
 
-    `first` and `second` are paths, of files in binary, text or JSON format, or a `CameraParametersSet`, `PTZCameraModel`
-    or `BaseCalibrationData`. Raises CalibrationError where a file does not load or the two are of different kinds,
-    OSError where one cannot be read, TypeError for what is no calibration.
+    `first` and `second` are sources as of `validate`: paths, of files in binary, text or JSON format, their contents as
+    bytes, dicts by the JSON mapping, or objects that hold a calibration. Raises CalibrationError where one does not load
+    or the two are of different kinds, OSError where a file cannot be read, TypeError for what is no calibration.
 
     >>> import camera_parameters as cp
     >>> from camera_parameters.report import make_report
@@ -39,7 +39,8 @@ def make_report(first, second=None):
         return str(page.frame([(source, summary_of(source))], sections_of(source)))
     other = sources.open_source(second)
     if other.kind != source.kind:
-        raise CalibrationError(f"{other.name} is of {WORDS[other.kind]}, {source.name} of {WORDS[source.kind]}")
+        names = (source.name, other.name) if source.name != other.name else ("first", "second")
+        raise CalibrationError(f"{names[1]} is of {WORDS[other.kind]}, {names[0]} of {WORDS[source.kind]}")
     source, other = sources.apart(source, other)
     sections = sections_of(source, other)
     sections.append(("differences", "Differences", differences.section(source, other)))

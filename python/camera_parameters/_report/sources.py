@@ -5,6 +5,7 @@ import json
 import os
 
 import camera_parameters as cp
+from camera_parameters import _core
 
 KINDS = {"robot": cp.CameraParametersSet, "ptz": cp.PTZCameraModel, "base": cp.BaseCalibrationData}
 
@@ -40,14 +41,16 @@ def of_data(data, name, path=None):
 
 def of_object(model):
     """The source of an object of the library."""
+    if isinstance(model, cp.CameraParameters):
+        model = cp.CameraParametersSet.from_bytes(_core._robot_of(model))
     for kind, type_ in KINDS.items():
         if isinstance(model, type_):
             return Source("calibration", kind, model, model.to_dict(), list(cp.validate(model)))
-    raise TypeError(f"expected a path or a calibration, got {type(model).__name__}")
+    raise TypeError(f"expected a path, bytes, a dict or an object that holds a calibration, got {type(model).__name__}")
 
 
 def open_source(what):
-    """The source of a path or of an object.
+    """The source of a path, of data or of an object.
 
     >>> import camera_parameters as cp
     >>> from camera_parameters._report.sources import open_source
@@ -56,6 +59,10 @@ def open_source(what):
     """
     if isinstance(what, Source):
         return what
+    if isinstance(what, dict):
+        what = json.dumps(what).encode()
+    if isinstance(what, (bytes, bytearray, memoryview)):
+        return of_data(bytes(what), "calibration")
     if not isinstance(what, (str, os.PathLike)):
         return of_object(what)
     path = os.fsdecode(what)
