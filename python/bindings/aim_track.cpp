@@ -171,6 +171,10 @@ void bindTracking(py::module_& module) {
 >>> head = cp.PTZCameraModel.from_file("calibration/example_ptz_cal.txt")
 >>> head.track([(3, 1, 1.5), (3, 0.9, 1.5)], at=(500, 200, 2500))
 AimTrack(2 points, 2 reached)
+>>> for pan, tilt, zoom in head.track([(3, 1, 1.5), (3, 0.9, 1.5)], at=(500, 200, 2500)):
+...     print(pan, tilt, zoom)
+-662 150 2500
+-599 152 2500
 )")
       .def_readonly("motors", &AimTrack::motors, "Pan, tilt and zoom, steps: (N, 3), int32.")
       .def_property_readonly(
@@ -190,6 +194,19 @@ AimTrack(2 points, 2 reached)
       .def_property_readonly("reason", &reasonsOf, "Why it does not, as of Aim; else None: a list.")
       .def(py::pickle(&stateOfTrack, &trackOfState))
       .def("__len__", [](const AimTrack& t) { return t.count; })
+      .def(
+          "__getitem__",
+          [](const AimTrack& t, const py::object& index) {
+            return py::tuple(t.motors[py::int_(index)].attr("tolist")());
+          },
+          "Pan, tilt and zoom of a point, steps.", py::arg("index"))
+      .def(
+          "__iter__",
+          [](const AimTrack& t) {
+            const py::object tuple = py::type::of(py::tuple());
+            return py::module_::import("builtins").attr("map")(tuple, t.motors.attr("tolist")());
+          },
+          "Iterates over (pan, tilt, zoom) of the points, steps.")
       .def("__repr__", &describe);
   py::reinterpret_borrow<py::class_<Head>>(module.attr("PTZCameraModel"))
       .def("track", &trackOf, py::arg("points"), py::arg("at"), kTrackDoc);

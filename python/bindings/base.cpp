@@ -4,6 +4,7 @@
 #include "python/bindings/library_call.h"
 #include "python/bindings/loads.h"
 #include "python/bindings/messages.h"
+#include "python/bindings/names.h"
 
 namespace norv::python {
 namespace {
@@ -41,7 +42,7 @@ Base copyOf(const Base& base) {
 }
 
 void save(const Base& base, const py::object& path_like, bool binary) {
-  const std::string path = pathOf(path_like);
+  const std::string path = bytesOfNewPath(path_like);
   const auto format =
       binary ? calibration::CalibrationFormat::kBinary : calibration::CalibrationFormat::kText;
   const auto problem = base.lock->read([&] { return base.data->saveToFile(path, format); });

@@ -8,6 +8,7 @@
 #include "python/bindings/cameras.h"
 #include "python/bindings/messages.h"
 #include "python/bindings/names.h"
+#include "python/bindings/numbers.h"
 #include "python/bindings/point_functions.h"
 #include "python/bindings/views.h"
 
@@ -72,9 +73,9 @@ py::object dictOf(const Camera& camera) {
 
 constexpr const char* kClassDoc = R"doc(The calibration of one camera of a robot.
 
-Cameras come from a `CameraParametersSet`. Loads of that set leave them as they are;
-`adjust_using_base_calibration` moves
-them. They pickle by their bytes; a copy has the same values and stays where it is when the set is adjusted.
+Cameras come from a `CameraParametersSet`. Loads of that set leave them as they are; `adjust_using_base_calibration`
+moves them. They pickle and compare by their bytes, so that a camera that is looked up twice equals itself; a copy has
+the same values and stays where it is when the set is adjusted.
 
 >>> import camera_parameters as cp
 >>> cp.CameraParametersSet()["head_camera"]
@@ -84,9 +85,8 @@ CameraParameters('head_camera', model 'mk512h', 1280x960)
 constexpr const char* kIntrinsicsDoc =
     R"doc(Camera matrix and lens of images of `width` x `height` pixels, as `Intrinsics`.
 
-Those of `sizes` have their own; any other size gives the full frame's camera matrix scaled to it, x and y on
-their own,
-and a log record at info level on the channel "camera_parameters". Raises ValueError for sizes below 1.
+Those of `sizes` have their own; any other size gives the full frame's camera matrix scaled to it, x and y on their
+own, and a log record at info level on the channel "camera_parameters". Raises ValueError for sizes below 1.
 
 >>> import camera_parameters as cp
 >>> k = cp.CameraParametersSet()["head_camera"].intrinsics(1280, 960)
@@ -129,14 +129,26 @@ True
 constexpr const char* kDictDoc =
     R"doc(The camera's entry of a calibration file as a dict, with the pose that it has now.
 
-Protocol Buffers' JSON mapping under the fields' own names: 64-bit integers are strings, NaN is "NaN". Fields
-that this
-version does not know are left out. Raises CalibrationError where a string in it is no UTF-8.
+Protocol Buffers' JSON mapping under the fields' own names: 64-bit integers are strings, NaN is "NaN". Fields that
+this version does not know are left out. Raises CalibrationError where a string in it is no UTF-8.
 
 >>> import camera_parameters as cp
 >>> cp.CameraParametersSet()["head_camera"].to_dict()["model"]
 'mk512h'
 )doc";
+
+constexpr const char* kFieldsDoc =
+    R"doc(`FieldsOfView` of one of the sizes that the camera delivers, radians, by the lens.
+
+Raises ValueError for any other size.
+
+>>> import camera_parameters as cp, math
+>>> round(math.degrees(cp.CameraParametersSet()["head_camera"].fields_of_view(640, 480).horizontal), 1)
+89.3
+)doc";
+
+constexpr const char* kEqualDoc =
+    "Whether both have the same name and, to the last bit, the same calibration and pose.";
 
 void bindNumbers(py::class_<Camera>* camera) {
   camera
@@ -162,9 +174,22 @@ void bindCamera(py::module_& module) {
            py::kw_only(), py::arg("out") = py::none(), py::arg("status") = py::none())
       .def("rectify", &rectify, kRectifyDoc, py::arg("pixels"), py::arg("width"), py::arg("height"),
            py::kw_only(), py::arg("out") = py::none(), py::arg("status") = py::none())
+      .def(
+          "fields_of_view",
+          [](const Camera& of, const py::handle& width, const py::handle& height) {
+            const View view = viewOf(of, width, height);
+            return withoutLock([&] { return view.view.fieldsOfView(); });
+          },
+          py::arg("width"), py::arg("height"), kFieldsDoc)
       .def("view", &viewOf, py::arg("width"), py::arg("height"), kViewDoc)
       .def("to_bytes", &bytesOfCamera, kBytesDoc)
       .def("to_dict", &dictOf, kDictDoc)
+      .def(
+          "__eq__", [](const Camera& a, const Camera& b) { return areEqual(a, b); },
+          py::is_operator(), kEqualDoc)
+      .def(
+          "__hash__", [](const Camera& of) { return py::hash(nameOf(of.name)); },
+          "That of the name, which stays when the camera is moved.")
       .def("__repr__", &describe)
       .def(py::pickle(&stateOfCamera, &cameraFromState));
 }

@@ -65,6 +65,15 @@ py::bytes bytesOfCamera(const Camera& camera) {
   return toBytes(camera.lock->read([&] { return messageOf(*camera.parameters); }));
 }
 
+bool areEqual(const Camera& a, const Camera& b) {
+  if (a.name != b.name) return false;
+  return a.parameters == b.parameters || bytesOfCamera(a).equal(bytesOfCamera(b));
+}
+
+bool areEqual(const CameraSet& a, const CameraSet& b) {
+  return a.cameras == b.cameras || stateOfSet(a).equal(stateOfSet(b));
+}
+
 py::tuple stateOfCamera(const Camera& camera) {
   return py::make_tuple(py::bytes(camera.name), bytesOfCamera(camera));
 }

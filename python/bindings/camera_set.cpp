@@ -83,6 +83,16 @@ py::object requireCamera(const CameraSet& set, const py::handle& name) {
   throw py::error_already_set();
 }
 
+py::object getOr(const CameraSet& set, const py::handle& name, const py::object& otherwise) {
+  py::object camera = getCamera(set, name);
+  return camera.is_none() ? otherwise : camera;
+}
+
+/// What mappings give as their keys, values and items.
+py::object mappingView(const py::object& set, const char* kind) {
+  return py::module_::import("collections.abc").attr(kind)(set);
+}
+
 bool hasCamera(const CameraSet& set, const py::handle& name) {
   return PyUnicode_Check(name.ptr()) && !getCamera(set, name).is_none();
 }
@@ -99,7 +109,7 @@ calibration::RobotCalibration messageOf(const CameraSet& set) {
 }
 
 void save(const CameraSet& set, const py::object& path_like, bool binary) {
-  const std::string path = bytesOfPath(path_like);
+  const std::string path = bytesOfNewPath(path_like);
   const auto format =
       binary ? calibration::CalibrationFormat::kBinary : calibration::CalibrationFormat::kText;
   const auto problem = set.lock->read([&] { return set.cameras->saveToFile(path, format); });
@@ -117,6 +127,11 @@ void bindLoads(py::class_<CameraSet>* set) {
        const LibraryCall call;
        return CameraSet{std::make_shared<CameraParametersSet>()};
      }))
+      .def(py::init([](const py::object&) -> CameraSet {
+        throw py::type_error(
+            "CameraParametersSet() takes no arguments and gives the calibration that is compiled "
+            "in; from_file(path), from_bytes, from_text and from_dict make sets of others");
+      }))
       .def_static("from_file", &fromFile, docs::kFromFile, py::arg("path"))
       .def_static(
           "from_bytes", [](const py::object& data) { return fromString(takeBytes(data)); },
@@ -136,6 +151,18 @@ void bindContainer(py::class_<CameraSet>* set) {
   set->def_property_readonly("names", &listNames, docs::kNames)
       .def("get_camera", &getCamera, docs::kGetCamera, py::arg("name"))
       .def("__getitem__", &requireCamera, docs::kGetItem, py::arg("name"))
+      .def("get", &getOr, docs::kGet, py::arg("name"), py::arg("default") = py::none())
+      .def(
+          "keys", [](const py::object& self) { return mappingView(self, "KeysView"); }, docs::kKeys)
+      .def(
+          "values", [](const py::object& self) { return mappingView(self, "ValuesView"); },
+          docs::kValues)
+      .def(
+          "items", [](const py::object& self) { return mappingView(self, "ItemsView"); },
+          docs::kItems)
+      .def(
+          "__eq__", [](const CameraSet& a, const CameraSet& b) { return areEqual(a, b); },
+          py::is_operator(), "Whether both hold the same cameras, to the last bit.")
       .def("__contains__", &hasCamera, "Whether there is a camera of that name.", py::arg("name"))
       .def(
           "__len__", [](const CameraSet& self) { return namesOf(self).size(); },

@@ -57,10 +57,9 @@ True
 constexpr const char* kIntrinsicsDoc =
     R"doc(Camera matrix and lens at one image size. A value: it never changes, compares and hashes by its elements.
 
-`Intrinsics(width, height, matrix, distortion)` takes the size, pixels, the 3x3 camera matrix (fx, skew, cx),
-(0, fy, cy),
-(0, 0, 1), pixels from the image's corner, and the 8 coefficients k1, k2, p1, p2, k3, k4, k5, k6 of the lens, kept in
-single precision. Raises TypeError and ValueError for what is no such array.
+`Intrinsics(width, height, matrix, distortion)` takes the size, pixels, the 3x3 camera matrix (fx, skew, cx), (0, fy,
+cy), (0, 0, 1), pixels from the image's corner, and the 8 coefficients k1, k2, p1, p2, k3, k4, k5, k6 of the lens,
+kept in single precision. Raises TypeError and ValueError for what is no such array.
 
 >>> import camera_parameters as cp
 >>> cp.Intrinsics(640, 480, [[500, 0, 320], [0, 500, 240], [0, 0, 1]], [0] * 8)

@@ -68,6 +68,12 @@ void requireOpens(const std::string& path) {
   }
 }
 
+/// A brace is no name of a field: text does not begin with one, and JSON does.
+py::object hintFor(const std::string& text, int line, int column) {
+  if (line != 1 || column != 1 || text.empty() || text.back() != '{') return py::none();
+  return py::str("this is JSON, which from_dict(json.load(file)) reads");
+}
+
 }  // namespace
 
 py::str toText(const std::string& bytes) {
@@ -83,7 +89,8 @@ void throwLoadProblem(const calibration::LoadReport& report,
   const calibration::PlacedFinding placed = report.problem.value_or(calibration::PlacedFinding{});
   const py::object type = errorClass("CalibrationError");
   raise(type(toText(placed.finding.text), path ? py::object(pathOf(*path)) : py::none(),
-             orNone(placed.place.line), orNone(placed.place.column), orNone(placed.finding.field)));
+             orNone(placed.place.line), orNone(placed.place.column), orNone(placed.finding.field),
+             hintFor(placed.finding.text, placed.place.line, placed.place.column)));
 }
 
 void throwSaveProblem(const calibration::SaveProblem& problem, const std::string& path) {
@@ -96,7 +103,8 @@ void throwSaveProblem(const calibration::SaveProblem& problem, const std::string
 
 void throwTextError(const std::string& text, int line, int column) {
   const py::object type = errorClass("CalibrationError");
-  raise(type(toText(text), py::none(), orNone(line), orNone(column)));
+  raise(type(toText(text), py::none(), orNone(line), orNone(column), py::none(),
+             hintFor(text, line, column)));
 }
 
 void throwCalibrationError(const std::string& text, const std::string& field) {

@@ -7,6 +7,7 @@
 #include "python/bindings/heads.h"
 #include "python/bindings/library_call.h"
 #include "python/bindings/numbers.h"
+#include "python/bindings/pickling.h"
 
 namespace norv::python {
 namespace {
@@ -94,7 +95,17 @@ HeadGeometry(azimuth=0, elevation=0, axis_gap=0.002, tilt_axis_error=0)
           },
           "Lowest and highest elevation of the targets that are found, radians above the plane of "
           "pan.")
-      .def("__repr__", &describe);
+      .def("__repr__", &describe)
+      .def(py::pickle(
+          [](const HeadGeometry& g) {
+            return py::make_tuple(g.azimuth, g.elevation, g.axis_gap, g.tilt_axis_error);
+          },
+          [](const py::tuple& state) {
+            return HeadGeometry{takeNumber(stateAt(state, 0, 4), "azimuth"),
+                                takeNumber(stateAt(state, 1, 4), "elevation"),
+                                takeNumber(stateAt(state, 2, 4), "axis_gap"),
+                                takeNumber(stateAt(state, 3, 4), "tilt_axis_error")};
+          }));
 }
 
 void bindCones(py::module_& module) {
@@ -111,9 +122,15 @@ void bindCones(py::module_& module) {
                     "Half angle about the pan frame's z, radians; 0 for none.")
       .def_readonly("lower", &BlindCones::lower,
                     "Half angle about the opposite direction, radians; 0 for none.")
-      .def("__repr__", [](const BlindCones& c) {
-        return fmt::format("BlindCones(upper={:.6g}, lower={:.6g})", c.upper, c.lower);
-      });
+      .def("__repr__",
+           [](const BlindCones& c) {
+             return fmt::format("BlindCones(upper={:.6g}, lower={:.6g})", c.upper, c.lower);
+           })
+      .def(py::pickle([](const BlindCones& c) { return py::make_tuple(c.upper, c.lower); },
+                      [](const py::tuple& state) {
+                        return BlindCones{takeNumber(stateAt(state, 0, 2), "upper"),
+                                          takeNumber(stateAt(state, 1, 2), "lower")};
+                      }));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "python/bindings/cameras.h"
 #include "python/bindings/class_rules.h"
 #include "python/bindings/data.h"
+#include "python/bindings/functions.h"
 #include "python/bindings/heads.h"
 #include "python/bindings/library_call.h"
 #include "python/bindings/log_sink.h"
@@ -15,6 +16,9 @@
 
 PYBIND11_MODULE(_core, module) {
   namespace python = norv::python;
+  pybind11::options options;
+  options.disable_function_signatures();
+  module.attr("__version__") = CAMERA_PARAMETERS_VERSION;
   // pybind11 looks NumPy's functions up at their first use, which two threads must not do at once.
   pybind11::array_t<float>(1);
   python::bindForks(module);
@@ -42,4 +46,5 @@ PYBIND11_MODULE(_core, module) {
   python::bindImports(module);
   python::bindExports(module);
   python::finishClasses(module);
+  python::describeFunctions(module);
 }

@@ -34,4 +34,15 @@ std::string bytesOfPath(const py::handle& path) {
   return py::module_::import("os").attr("fsencode")(path).cast<std::string>();
 }
 
+std::string bytesOfNewPath(const py::handle& path_like) {
+  const std::string path = bytesOfPath(path_like);
+  const py::str lower = pathOf(path).attr("lower")();
+  if (lower.attr("endswith")(".json").cast<bool>()) {
+    throw py::value_error(
+        "path: ends in .json, and save writes text or binary; json.dump(x.to_dict(), file) writes "
+        "JSON");
+  }
+  return path;
+}
+
 }  // namespace norv::python

@@ -24,4 +24,8 @@ std::optional<std::string> bytesOfName(const pybind11::handle& name, const char*
 /// The bytes of a path: str, bytes or os.PathLike. Throws TypeError for all else.
 std::string bytesOfPath(const pybind11::handle& path);
 
+/// The same of a file that a calibration is saved to, as text or binary. Throws ValueError for a
+/// name that ends in .json, which would lie.
+std::string bytesOfNewPath(const pybind11::handle& path);
+
 }  // namespace norv::python

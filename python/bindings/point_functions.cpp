@@ -119,13 +119,11 @@ constexpr const char* kProjectDoc =
 
 `points` are in the pose's parent frame, the robot's, in metres; pixels are counted from the image's corner. The depth
 is not looked at: a point behind the camera gives the pixel of its mirror image, one in the plane of the optical
-centre
-infinity or NaN. `out` (float32) gets the pixels and is returned; `status` (uint8) gets a `PointStatus` for each
-point.
+centre infinity or NaN. `out` (float32) gets the pixels and is returned; `status` (uint8) gets a `PointStatus` for
+each point.
 
-Raises TypeError where `points` holds no real numbers, or `out` or `status` is no array, and ValueError where a
-shape or
-the type of `out` or `status` is wrong.
+Raises TypeError where `points` holds no real numbers, or `out` or `status` is no array, and ValueError where a shape
+or the type of `out` or `status` is wrong.
 
 >>> import camera_parameters as cp, numpy as np
 >>> k = cp.Intrinsics(640, 480, [[500, 0, 320], [0, 500, 240], [0, 0, 1]], np.zeros(8))
@@ -137,11 +135,9 @@ array([[320., 240.],
 constexpr const char* kRectifyDoc =
     R"doc(Undistorted points (x/z, y/z) of the rays that are imaged at pixels: (..., 2) in, (..., 2) out, float32.
 
-Pixels are counted from the image's corner; rays are in the camera's frame. NaN where no ray is imaged. The skew
-of the
-camera matrix is left out. `out` (float32) gets the rays and is returned; `status` (uint8) gets a `PointStatus`
-for each
-pixel, of the camera with its skew.
+Pixels are counted from the image's corner; rays are in the camera's frame. NaN where no ray is imaged. The skew of
+the camera matrix is left out. `out` (float32) gets the rays and is returned; `status` (uint8) gets a `PointStatus`
+for each pixel, of the camera with its skew.
 
 Raises what `project` raises.
 

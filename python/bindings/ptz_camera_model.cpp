@@ -7,6 +7,7 @@
 #include "python/bindings/heads.h"
 #include "python/bindings/library_call.h"
 #include "python/bindings/messages.h"
+#include "python/bindings/names.h"
 
 namespace norv::python {
 namespace {
@@ -29,10 +30,6 @@ Head made(const Load& load, const std::optional<std::string>& path = std::nullop
   return {std::move(model)};
 }
 
-std::string bytesOfPath(const py::object& path_like) {
-  return py::module_::import("os").attr("fsencode")(path_like).cast<std::string>();
-}
-
 Head fromFile(const py::object& path_like) {
   const std::string path = bytesOfPath(path_like);
   return made([&](LoadReport* report) { return PTZCameraModel::fromFile(path, report); }, path);
@@ -45,7 +42,7 @@ Head fromDict(const py::object& dict) {
 const PTZCameraParameters& messageOf(const Head& head) { return head.model->getParams(); }
 
 void save(const Head& head, const py::object& path_like, bool binary) {
-  const std::string path = bytesOfPath(path_like);
+  const std::string path = bytesOfNewPath(path_like);
   const auto format =
       binary ? calibration::CalibrationFormat::kBinary : calibration::CalibrationFormat::kText;
   std::optional<calibration::SaveProblem> problem;
@@ -71,8 +68,13 @@ std::string describe(const Head& head) {
 using Class = py::class_<Head>;
 
 void bindLoads(Class* head) {
-  head->def_static("from_file", &fromFile, py::arg("path"),
-                   R"(The calibration in a file, binary or text.
+  head->def(py::init([](const py::args&, const py::kwargs&) -> Head {
+        throw py::type_error(
+            "PTZCameraModel has no constructor, and none is compiled in: from_file(path), "
+            "from_bytes, from_text and from_dict make one");
+      }))
+      .def_static("from_file", &fromFile, py::arg("path"),
+                  R"(The calibration in a file, binary or text.
 
 Raises OSError where the file cannot be read and CalibrationError where it holds no such calibration.
 

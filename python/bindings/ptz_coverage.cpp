@@ -7,6 +7,7 @@
 #include "python/bindings/aiming.h"
 #include "python/bindings/arrays.h"
 #include "python/bindings/numbers.h"
+#include "python/bindings/pickling.h"
 
 namespace norv::python {
 namespace {
@@ -54,6 +55,18 @@ py::array_t<double> spansOf(const PtzCoverage& coverage) {
   return constantArray(spans);
 }
 
+PtzCoverage coverageOfState(const py::handle& centre, const py::handle& spans) {
+  PtzCoverage coverage;
+  coverage.centre =
+      Eigen::Map<const Eigen::Vector3d>(takeArray<double>(centre, "centre", {3}).data());
+  const Points<double> rows = takePoints<double>(spans, "spans", 3);
+  const double* row = rows.data();
+  for (std::size_t i = 0; i < rows.count; ++i, row += 3) {
+    coverage.spans.push_back({row[0], row[1], row[2]});
+  }
+  return coverage;
+}
+
 }  // namespace
 
 void bindPtzCoverage(py::module_& module) {
@@ -73,9 +86,14 @@ PtzCoverage(34 spans)
                              "Azimuth in [-pi, pi), lowest and highest elevation, radians: (spans, "
                              "3). An azimuth at which nothing is seen has none.")
       .def("__len__", [](const PtzCoverage& c) { return c.spans.size(); })
-      .def("__repr__", [](const PtzCoverage& c) {
-        return fmt::format("PtzCoverage({} spans)", c.spans.size());
-      });
+      .def(
+          "__repr__",
+          [](const PtzCoverage& c) { return fmt::format("PtzCoverage({} spans)", c.spans.size()); })
+      .def(py::pickle(
+          [](const PtzCoverage& c) { return py::make_tuple(constantArray(c.centre), spansOf(c)); },
+          [](const py::tuple& state) {
+            return coverageOfState(stateAt(state, 0, 2), stateAt(state, 1, 2));
+          }));
   py::reinterpret_borrow<py::class_<Head>>(module.attr("PTZCameraModel"))
       .def(
           "can_see", &canSee, py::arg("points"), py::arg("sight") = "in-picture",

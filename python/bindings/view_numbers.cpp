@@ -7,6 +7,7 @@
 
 #include "python/bindings/arrays.h"
 #include "python/bindings/numbers.h"
+#include "python/bindings/pickling.h"
 #include "python/bindings/views.h"
 
 namespace norv::python {
@@ -49,7 +50,7 @@ constexpr const char* kFieldsDoc =
 
 >>> import camera_parameters as cp
 >>> cp.CameraView(640, 480, [[320, 0, 320], [0, 320, 240], [0, 0, 1]]).fields_of_view
-FieldsOfView(horizontal=1.5708, vertical=1.2870, diagonal=1.7921)
+FieldsOfView(horizontal=1.5708 rad, vertical=1.2870 rad, diagonal=1.7921 rad)
 )";
 
 constexpr const char* kCoverageClassDoc = R"(How much of a picture the lens fills.
@@ -77,10 +78,21 @@ void bindFields(const py::handle& module) {
                     "From the middle of the upper border to that of the lower one, radians.")
       .def_readonly("diagonal", &FieldsOfView::diagonal,
                     "From the upper left corner to the lower right one, radians.")
-      .def("__repr__", [](const FieldsOfView& fields) {
-        return fmt::format("FieldsOfView(horizontal={:.4f}, vertical={:.4f}, diagonal={:.4f})",
-                           fields.horizontal, fields.vertical, fields.diagonal);
-      });
+      .def("__repr__",
+           [](const FieldsOfView& fields) {
+             return fmt::format(
+                 "FieldsOfView(horizontal={:.4f} rad, vertical={:.4f} rad, diagonal={:.4f} rad)",
+                 fields.horizontal, fields.vertical, fields.diagonal);
+           })
+      .def(py::pickle(
+          [](const FieldsOfView& of) {
+            return py::make_tuple(of.horizontal, of.vertical, of.diagonal);
+          },
+          [](const py::tuple& state) {
+            return FieldsOfView{takeNumber(stateAt(state, 0, 3), "horizontal"),
+                                takeNumber(stateAt(state, 1, 3), "vertical"),
+                                takeNumber(stateAt(state, 2, 3), "diagonal")};
+          }));
 }
 
 void bindCoverage(const py::handle& module) {
@@ -90,10 +102,17 @@ void bindCoverage(const py::handle& module) {
       .def_readonly("nearest_without_ray", &ImageCoverage::nearest_without_ray,
                     "Distance from the principal point, pixels, of the nearest pixel centre at "
                     "which none is; infinity if there is one at each.")
-      .def("__repr__", [](const ImageCoverage& coverage) {
-        return fmt::format("ImageCoverage(share={:.4g}, nearest_without_ray={:.4g})",
-                           coverage.share, coverage.nearest_without_ray);
-      });
+      .def("__repr__",
+           [](const ImageCoverage& coverage) {
+             return fmt::format("ImageCoverage(share={:.4g}, nearest_without_ray={:.4g})",
+                                coverage.share, coverage.nearest_without_ray);
+           })
+      .def(py::pickle(
+          [](const ImageCoverage& of) { return py::make_tuple(of.share, of.nearest_without_ray); },
+          [](const py::tuple& state) {
+            return ImageCoverage{takeNumber(stateAt(state, 0, 2), "share"),
+                                 takeNumber(stateAt(state, 1, 2), "nearest_without_ray")};
+          }));
 }
 
 void bindPlainNumbers(ViewClass* view) {
@@ -128,8 +147,9 @@ void bindViewNumbers(py::module_& module, ViewClass* view) {
   bindFields(module);
   bindCoverage(module);
   bindPlainNumbers(view);
-  view->def_property_readonly("fields_of_view", &fieldsOf,
-                              "`FieldsOfView` by the lens, and not by focal lengths alone.")
+  view->def_property_readonly(
+          "fields_of_view", &fieldsOf,
+          "`FieldsOfView`, radians, by the lens, and not by focal lengths alone.")
       .def_property_readonly(
           "valid_radius",
           [](const View& of) { return withoutLock([&] { return of.view.validRadius(); }); },

@@ -1,10 +1,14 @@
 // Points and rays of a view, and their derivatives.
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cstdint>
+#include <string>
 
 #include "python/bindings/arrays.h"
 #include "python/bindings/numbers.h"
+#include "python/bindings/pickling.h"
 #include "python/bindings/views.h"
 
 namespace norv::python {
@@ -39,10 +43,10 @@ constexpr const char* kProjectDoc =
     R"(Pixels (..., 2) at which the camera sees points (..., 3) of the parent frame, metres; float64.
 
 NaN where the status is neither OK nor OUTSIDE_IMAGE. `out` is filled instead of a new array; `status`, an array of
-uint8 of shape (...), with a `PointStatus` for each point. With `derivatives` the answer is a pair of the pixels and
-a `ViewJacobian`. `threads` compute at once, 0 meaning as many as the machine runs; no bit depends on it. float64
-points that are C-contiguous are used in place. The inverse is `ray_at`.
-Raises TypeError for what are no numbers and ValueError for wrong shapes.
+uint8 of shape (...), with a `PointStatus` for each point. With `derivatives` the answer is a pair of the pixels and a
+`ViewJacobian`. `threads` compute at once, 0 meaning as many as the machine runs; no bit depends on it. float64 points
+that are C-contiguous are used in place. The inverse is `ray_at`. Raises TypeError for what are no numbers and
+ValueError for wrong shapes.
 
 >>> import camera_parameters as cp
 >>> import numpy as np
@@ -60,8 +64,8 @@ constexpr const char* kRectifyDoc =
     R"(Undistorted points (x/z, y/z), camera frame, of the rays that are imaged at pixels: (..., 2), float64.
 
 `out`, `status` and `threads` are as for `project`; with `derivatives` the answer is a pair of the points and a
-`RectificationJacobian`. NaN where no ray is imaged, with the status BEYOND_LENS.
-Raises TypeError for what are no numbers and ValueError for wrong shapes.
+`RectificationJacobian`. NaN where no ray is imaged, with the status BEYOND_LENS. Raises TypeError for what are no
+numbers and ValueError for wrong shapes.
 
 >>> import camera_parameters as cp
 >>> view = cp.CameraView(640, 480, [[500, 0, 320], [0, 500, 240], [0, 0, 1]])
@@ -72,9 +76,9 @@ array([0.1, 0. ])
 constexpr const char* kRayDoc =
     R"(The rays that are imaged at pixels (..., 2), in the parent frame, as a `Ray`.
 
-`out`, (..., 3), is filled with the directions, and `status`, uint8 of shape (...), with a `PointStatus` for each.
-Of a pose that has no inverse the status is NOT_FINITE. The inverse is `project`.
-Raises TypeError for what are no numbers and ValueError for wrong shapes.
+`out`, (..., 3), is filled with the directions, and `status`, uint8 of shape (...), with a `PointStatus` for each. Of
+a pose that has no inverse the status is NOT_FINITE. The inverse is `project`. Raises TypeError for what are no
+numbers and ValueError for wrong shapes.
 
 >>> import camera_parameters as cp
 >>> ray = cp.CameraParametersSet()["head_camera"].view(640, 480).ray_at([[320, 400], [320, 450]])
@@ -111,6 +115,8 @@ constexpr const char* kRayClassDoc =
 
 >>> import camera_parameters as cp
 >>> ray = cp.CameraView(640, 480, [[500, 0, 320], [0, 500, 240], [0, 0, 1]]).ray_at([320, 240])
+>>> ray
+Ray(origin=(0, 0, 0), direction=(0, 0, 1))
 >>> ray.direction
 array([0., 0., 1.])
 )";
@@ -205,6 +211,20 @@ Rays rayAt(const View& of, const py::handle& pixels, const py::handle& out,
   return {constantArray(centre), directions};
 }
 
+/// One ray with its numbers, of several their count.
+std::string describe(const Rays& rays) {
+  const auto shown = [](const py::array_t<double>& of) {
+    const double* const at = of.data();
+    // Zeros without their sign.
+    return fmt::format("({:.6g}, {:.6g}, {:.6g})", at[0] + 0.0, at[1] + 0.0, at[2] + 0.0);
+  };
+  const auto origin = shown(rays.origin);
+  if (rays.direction.size() == 3) {
+    return fmt::format("Ray(origin={}, direction={})", origin, shown(rays.direction));
+  }
+  return fmt::format("Ray(origin={}, {} directions)", origin, rays.direction.size() / 3);
+}
+
 void bindDerivatives(const py::handle& module) {
   py::class_<PixelDerivatives>(module, "ViewJacobian", kViewJacobianDoc)
       .def_readonly("point", &PixelDerivatives::point,
@@ -213,15 +233,34 @@ void bindDerivatives(const py::handle& module) {
                     "(..., 2, 6): by the pose, metres and radians: translation, then rotation, "
                     "both in the camera frame, applied after the pose.")
       .def_readonly("intrinsics", &PixelDerivatives::intrinsics,
-                    "(..., 2, 13): by fx, fy, skew, cx, cy, k1, k2, p1, p2, k3, k4, k5, k6.");
+                    "(..., 2, 13): by fx, fy, skew, cx, cy, k1, k2, p1, p2, k3, k4, k5, k6.")
+      .def(py::pickle(
+          [](const PixelDerivatives& d) { return py::make_tuple(d.point, d.pose, d.intrinsics); },
+          [](const py::tuple& state) {
+            return PixelDerivatives{takeNumbers<double>(stateAt(state, 0, 3), "point"),
+                                    takeNumbers<double>(stateAt(state, 1, 3), "pose"),
+                                    takeNumbers<double>(stateAt(state, 2, 3), "intrinsics")};
+          }));
   py::class_<RayDerivatives>(module, "RectificationJacobian", kRectificationJacobianDoc)
       .def_readonly("pixel", &RayDerivatives::pixel, "(..., 2, 2): by the pixel.")
       .def_readonly("intrinsics", &RayDerivatives::intrinsics,
-                    "(..., 2, 13): by fx, fy, skew, cx, cy, k1, k2, p1, p2, k3, k4, k5, k6.");
+                    "(..., 2, 13): by fx, fy, skew, cx, cy, k1, k2, p1, p2, k3, k4, k5, k6.")
+      .def(py::pickle([](const RayDerivatives& d) { return py::make_tuple(d.pixel, d.intrinsics); },
+                      [](const py::tuple& state) {
+                        return RayDerivatives{
+                            takeNumbers<double>(stateAt(state, 0, 2), "pixel"),
+                            takeNumbers<double>(stateAt(state, 1, 2), "intrinsics")};
+                      }));
   py::class_<Rays>(module, "Ray", kRayClassDoc)
       .def_readonly("origin", &Rays::origin, "(3,): the optical centre, read-only.")
       .def_readonly("direction", &Rays::direction,
-                    "(..., 3): of length 1; NaN where the pixel has no ray.");
+                    "(..., 3): of length 1; NaN where the pixel has no ray.")
+      .def("__repr__", &describe)
+      .def(py::pickle([](const Rays& rays) { return py::make_tuple(rays.origin, rays.direction); },
+                      [](const py::tuple& state) {
+                        return Rays{takeArray<double>(stateAt(state, 0, 2), "origin", {3}),
+                                    takePoints<double>(stateAt(state, 1, 2), "direction", 3).array};
+                      }));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "python/bindings/arrays.h"
 #include "python/bindings/heads.h"
 #include "python/bindings/library_call.h"
+#include "python/bindings/pickling.h"
 
 namespace norv::python {
 namespace {
@@ -143,7 +144,11 @@ Raises ValueError for positions that are no whole steps.
 >>> lens.focal_lengths_at([0, 500, 11000])
 array([1480.  , 1669.65,     nan], dtype=float32)
 )")
-      .def("__repr__", &describe);
+      .def("__repr__", &describe)
+      .def(py::pickle([](const ZoomTable& zoom) { return py::make_tuple(Head{zoom.model}); },
+                      [](const py::tuple& state) {
+                        return ZoomTable{stateAt(state, 0, 1).cast<Head>().model};
+                      }));
 }
 
 }  // namespace norv::python

@@ -3,7 +3,13 @@
 Units are metres, radians and pixels from the image's corner; frames and formulas are those of docs/conventions.md.
 """
 
+from importlib.util import find_spec as _find_spec
+
+if _find_spec("numpy") is None:
+    raise ImportError("camera_parameters needs NumPy (Debian's python3-numpy, or numpy with pip)")
+
 from camera_parameters import _html, _html_heads
+from camera_parameters._core import __version__
 from camera_parameters._errors import CalibrationError, NoSolutionError
 from camera_parameters._core import CameraParameters, CameraParametersSet, Intrinsics, Pose, project, rectify
 from camera_parameters._core import CameraView, FieldsOfView, ImageCoverage, Ray, RectificationJacobian
@@ -77,6 +83,7 @@ __all__ = [
     "ValueChange",
     "ViewJacobian",
     "ZoomDifference",
+    "__version__",
     "adjust_calibration",
     "checks",
     "diff",
@@ -96,7 +103,8 @@ for _name in __all__:
     if callable(globals()[_name]):
         globals()[_name].__module__ = __name__
 _html.install({CameraParameters: _html.camera, CameraParametersSet: _html.camera_set, Intrinsics: _html.intrinsics,
-               Pose: _html.pose, BaseCalibrationData: _html.base, Aim: _html_heads.aim,
+               Pose: _html.pose, CameraView: _html.view, BaseCalibrationData: _html.base, Aim: _html_heads.aim,
                AimPosition: _html_heads.position, AimTrack: _html_heads.track, PTZCameraModel: _html_heads.camera,
-               PTZCameraModelConfiguration: _html_heads.configuration})
+               PTZCameraModelConfiguration: _html_heads.configuration, HeadGeometry: _html_heads.geometry,
+               PtzCoverage: _html_heads.coverage, PTZIntrinsicsTable: _html_heads.zoom_table})
 _install()

@@ -5,8 +5,9 @@ class CalibrationError(ValueError):
     """A calibration that does not load, cannot be written or makes no sense.
 
     Attributes: `path` of the file, `line` and `column` in it, counted from 1, `field` as a path from the top of the
-    message ("camera_calibration[0].intrinsics.radial"), and `text`, the sentence. Each is None where it is not known;
-    binary data has no lines. The error as a string is all of that in one line, as the command-line tool writes it.
+    message ("camera_calibration[0].intrinsics.radial"), `text`, the sentence, and `hint`, what to do instead. Each is
+    None where it is not known; binary data has no lines. The error as a string is all of that in one line, but for the
+    hint as the command-line tool writes it.
 
     >>> import camera_parameters as cp
     >>> try:
@@ -16,17 +17,18 @@ class CalibrationError(ValueError):
     (1, 28)
     """
 
-    def __init__(self, text, path=None, line=None, column=None, field=None):
+    def __init__(self, text, path=None, line=None, column=None, field=None, hint=None):
         self.text = text
         self.path = path
         self.line = line
         self.column = column
         self.field = field
+        self.hint = hint
         place = ":".join(str(part) for part in (path, line, column) if part is not None)
-        super().__init__(": ".join(part for part in (place, field, text) if part))
+        super().__init__(": ".join(part for part in (place, field, text) if part) + (f" ({hint})" if hint else ""))
 
     def __reduce__(self):
-        return type(self), (self.text, self.path, self.line, self.column, self.field)
+        return type(self), (self.text, self.path, self.line, self.column, self.field, self.hint)
 
 
 class NoSolutionError(CalibrationError):

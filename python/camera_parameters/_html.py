@@ -96,6 +96,17 @@ def intrinsics(k):
                     [[text(float(value)) for value in k.distortion]]))
 
 
+def view(one):
+    """A camera at one size, in one place."""
+    k = one.camera_matrix
+    fields = one.fields_of_view
+    degrees = ", ".join(text(math.degrees(angle), 4) for angle in (fields.horizontal, fields.vertical, fields.diagonal))
+    numbers = [text(float(k[place])) for place in ((0, 0), (1, 1), (0, 2), (1, 2))]
+    columns = [*_CAMERA_COLUMNS[1:-1], "fields of view, degrees", "centre, m"]
+    return table("CameraView", columns,
+                 [[size(one.size), *numbers, vector(one.distortion, 4), degrees, vector(one.pose.center)]])
+
+
 def pose(one):
     """A pose."""
     return table("Pose", ["camera_from_robot", "center, m"], [[matrix(one.camera_from_robot), vector(one.center)]])

@@ -1,5 +1,7 @@
 """Pan-tilt-zoom cameras and answers of aiming as small tables for notebooks."""
 
+import math
+
 from camera_parameters._html import intrinsics, pose, size, table, text, vector
 
 _POSITION_COLUMNS = ["pan", "tilt", "zoom", "lands", "miss, px", "travel", "bound", "whole", "inside", "upright"]
@@ -52,3 +54,35 @@ def _range(ends):
     if ends is None:
         return "none"
     return " to ".join("any" if end is None else text(end) for end in ends)
+
+
+def geometry(one):
+    """A head, measured."""
+    rows = [["azimuth, degrees", _degrees(one.azimuth), _yes(one.azimuth_is_supported)],
+            ["elevation, degrees", _degrees(one.elevation), _yes(one.elevation_is_supported)],
+            ["axis gap, m", text(one.axis_gap), _yes(one.reaches_the_pan_axis)],
+            ["tilt axis error, degrees", _degrees(one.tilt_axis_error), _yes(one.tilt_axis_is_supported)],
+            ["findable elevations, degrees", ", ".join(map(_degrees, one.findable_elevations)), ""]]
+    return table("HeadGeometry", ["", "", "supported"], rows)
+
+
+def coverage(one):
+    """What a head sees, by azimuth."""
+    rows = [[_degrees(float(angle)) for angle in span] for span in one.spans]
+    return table(f"PtzCoverage, {len(rows)} spans", ["azimuth, degrees", "lowest", "highest"], rows)
+
+
+def zoom_table(one):
+    """A lens at the samples of its zoom."""
+    columns = (one.zoom, one.focal_length, *one.principal_point.T, one.k1, one.k4, one.p1, one.p2)
+    rows = [[text(float(value)) for value in row] for row in zip(*columns)]
+    return table(f"PTZIntrinsicsTable, {one.image_width}x{one.image_height}",
+                 ["zoom", "focal length, px", "cx", "cy", "k1", "k4", "p1", "p2"], rows)
+
+
+def _degrees(radians):
+    return text(math.degrees(radians), 4)
+
+
+def _yes(flag):
+    return "yes" if flag else "no"

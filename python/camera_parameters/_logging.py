@@ -21,15 +21,19 @@ def emit(level, channel, path, function, line, text):
 
 
 def set_log_level(channel, level):
-    """Enables records of `channel` from `level` on, in the library and at the Python logger.
+    """Enables records of all channels, or of one, from `level` on, in the library and at the Python logger.
 
-    `channel` is a name such as "camera_parameters" or "ptz_camera_model", or None for all of them. `level` is one of
-    "off", "fatal", "error", "warning", "info" and "debug", or a level of the module `logging`. Below it the library builds
-    no text, so that levels set at Python's loggers alone cost what the records cost. Thread-safe.
+    `channel` is None for all, or one of "camera_parameters" (in spite of its name that of fixed cameras and their
+    sets alone), "ptz_camera_model", "pan_tilt_model" (what pointing computes), "base_calibration_data", "check" (what
+    would end a C++ program) and "logging". `level` is one of "off", "fatal", "error", "warning", "info" and "debug", or
+    a level of the module `logging`. Below it the library builds no text, so that levels set at Python's loggers alone
+    cost what the records cost. Thread-safe.
 
     >>> import logging, camera_parameters as cp
-    >>> cp.set_log_level("ptz_camera_model", "info")
+    >>> cp.set_log_level(None, "info")  # everything
+    >>> cp.set_log_level("ptz_camera_model", "debug")  # one channel
     >>> cp.set_log_level("ptz_camera_model", logging.WARNING)
+    >>> cp.set_log_level(None, "warning")
     """
     if channel is not None and not isinstance(channel, str):
         raise TypeError(f"channel: expected a name or None, got {type(channel).__name__}")

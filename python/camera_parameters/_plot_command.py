@@ -145,7 +145,7 @@ _PLOTS = {
 
 def _parser():
     parser = argparse.ArgumentParser(prog=_PROGRAM, description="Draws calibrations.")
-    parser.add_argument("--version", action="version", version=getattr(cp, "__version__", "unknown"))
+    parser.add_argument("--version", action="version", version=cp.__version__)
     plots = parser.add_subparsers(dest="plot", required=True, metavar="PLOT")
     for name, (_, files, text) in _PLOTS.items():
         one = plots.add_parser(name, help=text, description=text.capitalize() + ".")

@@ -4,6 +4,7 @@ import html.parser
 import re
 
 import camera_parameters as cp
+import numpy as np
 import pytest
 
 from calibrations import BASE, HEAD, PTZ
@@ -110,3 +111,16 @@ def test_configurations_and_tracks_are_shown_with_their_numbers():
     assert {"500", "200", "2500", f"{now.intrinsics.fx:.6g}", f"{now.intrinsics.cy:.6g}"} <= set(read(now))
     track = head.track([(3, 1, 1.5), (3, 1.1, 1.5)], at=(500, 200, 2500))
     assert f"AimTrack, {len(track)} positions" in read(track) and str(track.pan[1]) in read(track)
+
+
+def test_views_and_parts_of_heads_are_shown_with_their_numbers():
+    view = cp.CameraParametersSet()["head_camera"].view(1280, 960)
+    shown = read(view)
+    assert {f"{view.camera_matrix[0, 0]:.6g}", "1280\N{MULTIPLICATION SIGN}960"} <= set(shown)
+    assert f"{np.degrees(view.fields_of_view.diagonal):.4g}" in "".join(shown)
+    head = cp.PTZCameraModel.from_file(PTZ)
+    assert f"{head.geometry.axis_gap:.6g}" in read(head.geometry)
+    assert f"{head.intrinsics.focal_length[3]:.6g}" in read(head.intrinsics)
+    coverage = head.coverage(5, azimuths=36)
+    assert f"PtzCoverage, {len(coverage)} spans" in read(coverage)
+    assert f"{np.degrees(coverage.spans[3, 0]):.4g}" in read(coverage)

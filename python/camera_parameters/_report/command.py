@@ -7,9 +7,8 @@ import os
 import sys
 import tempfile
 
-import camera_parameters
 from camera_parameters._errors import CalibrationError
-from camera_parameters._core import BaseCalibrationData, CameraParametersSet
+from camera_parameters._core import BaseCalibrationData, CameraParametersSet, __version__
 from camera_parameters._report import sources
 from camera_parameters._report.build import make_report
 
@@ -34,7 +33,7 @@ def parser():
     """The options."""
     result = _Parser(prog=VERB, description="Write a page about a calibration, for a browser: cameras in a 3-D view, "
                      "sizes, lenses, numbers, findings, and with a second file what that one changes.")
-    result.add_argument("--version", action="version", version=getattr(camera_parameters, "__version__", "unknown"))
+    result.add_argument("--version", action="version", version=__version__)
     result.add_argument("file", metavar="FILE", help="calibration of cameras, of a pan-tilt-zoom camera or of a base; - is "
                         "standard input, default the compiled-in calibration of the fixed cameras")
     result.add_argument("file2", metavar="FILE2", nargs="?", help="calibration that is compared with it")
