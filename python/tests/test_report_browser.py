@@ -257,6 +257,55 @@ def test_a_phone_needs_no_sideways_scrolling(open_page, name):
     assert wide == []
 
 
+@pytest.mark.parametrize("name", ["head", "ptz", "base", "diff"])
+def test_buttons_keep_to_their_lines_on_a_phone(open_page, name):
+    driver = open_page(name, width=360)
+    heights = driver.execute_script("return Array.from(document.querySelectorAll('.copy')).map(e => e.offsetHeight)")
+    assert heights and max(heights) <= 33  # one line
+    tops = driver.execute_script("return Array.from(document.querySelectorAll('.buttons button')).map(e => e.offsetTop)")
+    assert len(set(tops)) <= 1
+
+
+@pytest.mark.parametrize("name, cell", [("head", "#camera-0-sizes td:nth-child(4)"), ("head", "#overview td:nth-child(6)"),
+                                        ("ptz", "#head-geometry td"), ("head", "#camera-0-matrix td:last-child")])
+def test_a_phone_shows_the_numbers_that_matter_without_scrolling(open_page, name, cell):
+    driver = open_page(name, width=360)
+    hidden = driver.execute_script("""
+        return Array.from(document.querySelectorAll(arguments[0])).filter(e =>
+          e.getBoundingClientRect().right > e.closest('.scroll').getBoundingClientRect().right + 1).length;""", cell)
+    assert driver.find_elements(By.CSS_SELECTOR, cell) and hidden == 0
+
+
+@pytest.mark.parametrize("width", [360, 1200])
+@pytest.mark.parametrize("name", ["head", "ptz"])
+def test_names_in_the_drawing_do_not_cover_each_other(open_page, name, width):
+    driver = open_page(name, width=width)
+    boxes = driver.execute_script("""
+        return Array.from(document.querySelectorAll('#scene text')).map(e => {
+          const b = e.getBoundingClientRect(); return [e.textContent, b.left, b.top, b.right, b.bottom]; });""")
+    assert len(boxes) >= 5
+    for index, (_text, left, top, right, bottom) in enumerate(boxes):
+        for other in boxes[:index]:
+            # Boxes of text are higher than its letters.
+            wide, high = min(right, other[3]) - max(left, other[1]), min(bottom, other[4]) - max(top, other[2])
+            assert wide < 0 or high < 4, (boxes[index], other)
+
+
+def test_letters_are_equally_large_in_the_figures_of_a_head(open_page):
+    driver = open_page("ptz")
+    widths = driver.execute_script(
+        "return Array.from(document.querySelectorAll('#reach svg.plot, #zoom svg.plot')).map(e => e.clientWidth)")
+    assert len(widths) == 5 and max(widths) - min(widths) <= 2
+
+
+@pytest.mark.parametrize("name", ["head", "ptz", "diff"])
+def test_no_figure_of_a_camera_stands_alone(open_page, name):
+    driver = open_page(name)
+    alone = driver.execute_script("""
+        return Array.from(document.querySelectorAll('.camera > .figures')).filter(e => e.children.length % 2).length;""")
+    assert alone == 0
+
+
 @pytest.mark.parametrize("name", ["head", "ptz", "diff"])
 def test_paper_has_the_drawings_and_no_controls(open_page, name):
     driver = open_page(name, theme="dark")

@@ -97,6 +97,25 @@ def test_the_map_of_reach_ends_where_the_motors_do(ptz_page):
     assert elevations.min() == pytest.approx(-30, abs=0.4) and elevations.max() == pytest.approx(90, abs=0.4)
 
 
+def test_the_map_of_reach_has_the_left_on_its_left(ptz_page):
+    left, _y = head_figures.map_place(math.radians(90), 0)
+    assert left < head_figures.map_place(0, 0)[0] < head_figures.map_place(math.radians(-90), 0)[0]
+    assert "azimuth, positive to the left" in ptz_page
+    texts = re.findall(r'class="axis-text mid" x="([0-9.]+)"[^>]*>(\u2212?\d+)\u00b0<', ptz_page)
+    assert [text for _x, text in sorted((float(x), text) for x, text in texts)] == [
+        "180", "90", "0", "\u221290", "\u2212180"]
+
+
+def test_a_home_that_is_not_stated_is_not_called_one(ptz_page):
+    assert "the optical axis at zero pan and tilt (no home stated)" in ptz_page and "axis at home" not in ptz_page
+    message = cp.PTZCameraModel.from_file(PTZ).to_dict()
+    message["pan_tilt"].update(home_pan=10, home_tilt=20)
+    assert "\u25cb the optical axis at home<" in make_report(cp.PTZCameraModel.from_dict(message))
+    message["pan_tilt"] = {**cp.PTZCameraModel.from_file(PTZ).to_dict()["pan_tilt"], "min_tilt": 30}
+    page = make_report(cp.PTZCameraModel.from_dict(message))
+    assert "the optical axis at pan 0, tilt 30 (no home stated)" in page
+
+
 def turned_head(generator):
     """The example's head in a base frame that is turned at random, and with a tilt axis that is not square."""
     message = cp.PTZCameraModel.from_file(PTZ).to_dict()

@@ -144,7 +144,7 @@ def build(head, pan_tilt):
         if len(points) and np.isfinite(points).all():
             scene.lines.append(Line(points, "sweep", 1 + motor))
     scene.lines += blind(head, frames[0], 0.5 * reach)
-    return scenes.finish(scene, reach, ("x", "y", "z"))
+    return scenes.finish(scene, reach, ("x", "y", "z"), scenes.AT_END)
 
 
 def blind(head, pan, length):

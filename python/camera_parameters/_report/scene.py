@@ -96,6 +96,14 @@ def is_drawable(pose, intrinsics):
     return bool(np.isfinite(border_rays(intrinsics)).all(axis=1).sum() >= 3)
 
 
+def lower_middle(pose, intrinsics, length):
+    """The middle of a pyramid's lower border, below which a camera's name covers neither it nor the axes; the tip where
+    it has none."""
+    inverse = np.asarray(pose.robot_from_camera, float)
+    ray = border_rays(intrinsics)[5 * POINTS_PER_SIDE // 2]
+    return inverse[:3, 3] + (length * (inverse[:3, :3] @ ray) if np.isfinite(ray).all() else 0)
+
+
 def frustum(pose, intrinsics, length, camera):
     """The pyramid of what a camera sees, its rays `length` metres long: border, edges and the line to the ground."""
     inverse = np.asarray(pose.robot_from_camera, float)
@@ -113,13 +121,19 @@ def frustum(pose, intrinsics, length, camera):
     yield Line(np.stack([centre, centre * [1, 1, 0]]), "drop", camera)
 
 
-def axes(length, names=("x ahead", "y left", "z up")):
+# Where the axes' names stand: how far out, in lengths of the axis, and beside it, units of the drawing. Beside the axes
+# of the robot, since cameras before it are drawn where the axes end; and at the ends of those that are a letter.
+BESIDE = ((0.55, (-12, 20)), (0.75, (2, -9)), (1.12, (0, 0)))
+AT_END = ((1.12, (0, 0)),) * 3
+
+
+def axes(length, names, places):
     """The axes of the frame with their names."""
-    for index, name in enumerate(names):
+    for index, (name, (out, offset)) in enumerate(zip(names, places)):
         end = np.zeros(3)
         end[index] = length
         yield Line(np.stack([np.zeros(3), end]), f"axis axis-{'xyz'[index]}"), Label(
-            end * 1.12, name, f"axis-name axis-{'xyz'[index]}")
+            end * out, name, f"axis-name axis-{'xyz'[index]}", offset=offset)
 
 
 def ground(reach):
@@ -178,15 +192,15 @@ def build(cameras):
     centres = [np.asarray(pose.robot_from_camera, float)[:3, 3] for _name, pose, _k, _index in drawn]
     reach = max([float(np.linalg.norm(centre)) for centre in centres] + [0.0])
     reach = reach if reach > 1e-3 else 1.0
-    for (name, pose, intrinsics, index), centre in zip(drawn, centres):
+    for name, pose, intrinsics, index in drawn:
         scene.lines += frustum(pose, intrinsics, 0.42 * reach, index)
-        scene.labels.append(Label(centre, name, "camera-name", index, (0, -10)))
-    return finish(scene, reach)
+        scene.labels.append(Label(lower_middle(pose, intrinsics, 0.42 * reach), name, "camera-name", index, (0, 28)))
+    return finish(scene, reach, ("x ahead", "y left", "z up"), BESIDE)
 
 
-def finish(scene, reach, names=("x ahead", "y left", "z up")):
+def finish(scene, reach, names, places):
     """Adds axes and ground to what stands up to `reach` metres from the origin, and fits all into the drawing."""
-    for line, label in axes(0.32 * reach, names):
+    for line, label in axes(0.24 * reach, names, places):
         scene.lines.append(line)
         scene.labels.append(label)
     scene.reach = reach
