@@ -9,6 +9,7 @@ from matplotlib.figure import Figure  # type: ignore[import]
 
 import camera_parameters as cp
 from camera_parameters import plot
+from camera_parameters._report.command import open_named, overwritten
 
 _PROGRAM = "python3 -m camera_parameters.plot"
 _SIDE = 6.4  # inches
@@ -21,14 +22,10 @@ class InputError(Exception):
 
 def _load(path):
     """The fixed cameras or the head that a file holds."""
-    problems = []
-    for kind in (cp.CameraParametersSet, cp.PTZCameraModel):
-        try:
-            return kind.from_file(path)
-        except cp.CalibrationError as error:
-            problems.append(str(error))
-    # Text that is of neither kind is the better understood, the farther it was read.
-    raise InputError(problems[0] if problems[0] == problems[1] else "; ".join(problems))
+    source = open_named([path])[0]
+    if source.kind == "base":
+        raise InputError(f"{path}: holds a mobile base, which has no camera")
+    return source.model
 
 
 def _cameras_of(loaded, path, chosen):
@@ -149,7 +146,8 @@ def _parser():
     plots = parser.add_subparsers(dest="plot", required=True, metavar="PLOT")
     for name, (_, files, text) in _PLOTS.items():
         one = plots.add_parser(name, help=text, description=text.capitalize() + ".")
-        one.add_argument("files", nargs=files, metavar="FILE", help="calibration, binary or text")
+        one.add_argument("files", nargs=files, metavar="FILE", help="calibration, binary, text or JSON; - is standard "
+                         "input, default the compiled-in calibration of the fixed cameras")
         one.add_argument("-o", "--output", required=True, metavar="PICTURE", help="written here: .png, .svg or .pdf")
         one.set_defaults(camera=None, size=None, zoom=None)
         if name != "zoom":
@@ -164,7 +162,11 @@ def run(words):
     """Draws what the command line says; 0, or 1 for bad input. Usage that is wrong exits with 2."""
     # What is wrong is said once, by the command itself.
     logging.getLogger("camera_parameters").addHandler(logging.NullHandler())
-    arguments = _parser().parse_args(words)
+    parser = _parser()
+    arguments = parser.parse_args(words)
+    read = overwritten(arguments.output, arguments.files)
+    if read is not None:
+        parser.error(f"--output is the file that is read as {read}")
     try:
         figure = _PLOTS[arguments.plot][0](arguments)
         # Titles and legends are kept whole, however far they reach beyond the figure.

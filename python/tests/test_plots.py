@@ -1,5 +1,6 @@
 """Plots: what they show are the library's numbers, and files come out of them without a display."""
 
+import json
 import os
 import pathlib
 import subprocess
@@ -222,11 +223,11 @@ def test_odd_cameras_are_drawn_too(name, tmp_path):
             assert drawn(axes, tmp_path / f"plot{suffix}").startswith(start)
 
 
-def command(*words):
+def command(*words, **options):
     # No display and no backend of the caller's; whatever warns, fails.
     kept = {name: os.environ[name] for name in os.environ if name not in ("DISPLAY", "MPLBACKEND", "WAYLAND_DISPLAY")}
     return subprocess.run([sys.executable, "-W", "error", "-m", "camera_parameters.plot", *map(str, words)],
-                          env=kept, capture_output=True, text=True)
+                          env=kept, capture_output=True, text=True, **options)
 
 
 @pytest.mark.parametrize("suffix", ["png", "svg"])
@@ -307,7 +308,35 @@ def test_bad_input_is_one_line_and_exits_with_1(words, text, tmp_path):
 
 def test_what_is_no_calibration_of_cameras_is_bad_input(tmp_path):
     ran = command("sizes", BASE, "-o", tmp_path / "picture.png")
-    assert ran.returncode == 1 and str(BASE) in ran.stderr and ran.stderr.count("\n") == 1
+    assert (ran.returncode, ran.stderr) == (
+        1, f"python3 -m camera_parameters.plot: {BASE}: holds a mobile base, which has no camera\n")
+    bad = tmp_path / "bad.txt"
+    bad.write_text("camera_calibration { name: 3 }\n")
+    ran = command("sizes", bad, "-o", tmp_path / "picture.png")
+    assert ran.returncode == 1 and ran.stderr.count(f"{bad}:1:28: ") == 1 and ran.stderr.count("\n") == 1
+    assert "PTZ" not in ran.stderr
+
+
+def test_files_are_named_and_written_as_by_the_other_commands(tmp_path):
+    fields = tmp_path / "head.json"
+    fields.write_text(json.dumps(cp.PTZCameraModel.from_file(PTZ).to_dict()))
+    drawings = {"text": (PTZ,), "json": (fields,), "-": ("-",)}
+    for name, words in drawings.items():
+        ran = command("zoom", *words, "-o", tmp_path / f"{name}.png", input=PTZ.read_text())
+        assert (ran.returncode, ran.stderr) == (0, "")
+        assert (tmp_path / f"{name}.png").read_bytes().startswith(b"\x89PNG")
+    assert command("sizes", "default", "-o", tmp_path / "default.png").stderr == ""
+    assert (tmp_path / "default.png").read_bytes().startswith(b"\x89PNG")
+
+
+def test_a_calibration_that_is_read_is_not_drawn_over(tmp_path):
+    old, new = tmp_path / "old.png", tmp_path / "new.png"  # as if it were a picture
+    old.write_bytes(HEAD.read_bytes())
+    new.symlink_to(old)
+    for words in (("sizes", old), ("diff", HEAD, old)):
+        ran = command(*words, "-o", new)
+        assert ran.returncode == 2 and f"--output is the file that is read as {old}" in ran.stderr
+    assert old.read_bytes() == HEAD.read_bytes() and new.is_symlink()
 
 
 @pytest.mark.parametrize("words", [(), ("distortion",), ("map", HEAD), ("distortion", HEAD),

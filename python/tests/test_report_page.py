@@ -252,6 +252,42 @@ def test_a_written_page_has_the_rights_of_a_new_file(tmp_path):
     assert stat.S_IMODE(page.stat().st_mode) == 0o640
 
 
+def test_a_page_that_is_replaced_keeps_its_rights_and_the_links_to_it(tmp_path):
+    page, link = tmp_path / "report.html", tmp_path / "link.html"
+    page.write_text("before")
+    page.chmod(0o604)
+    link.symlink_to("report.html")
+    assert run(BASE, "-o", link).returncode == 0
+    assert link.is_symlink() and page.read_text(encoding="utf-8") == make_report(BASE)
+    assert stat.S_IMODE(page.stat().st_mode) == 0o604
+
+
+def test_what_is_no_file_is_not_replaced(tmp_path):
+    pipe = tmp_path / "pipe"
+    os.mkfifo(pipe)
+    result = run(BASE, "-o", pipe)
+    assert (result.returncode, result.stderr) == (
+        1, f"camera-parameters: {pipe}: cannot be written: not a regular file\n")
+    assert stat.S_ISFIFO(pipe.stat().st_mode) and len(list(tmp_path.iterdir())) == 1
+
+
+def test_a_calibration_that_is_read_is_not_written_over(tmp_path):
+    contents = HEAD.read_bytes()
+    old, new, link, hard = (tmp_path / name for name in ("old.txt", "new.txt", "link.txt", "hard.txt"))
+    old.write_bytes(contents)
+    new.write_bytes(contents)
+    link.symlink_to(new)
+    os.link(new, hard)
+    for output in (new, link, hard, tmp_path / "." / "new.txt"):
+        for words in ((new,), (old, new), ("default", new)):
+            result = run(*words, "-o", output)
+            assert result.returncode == 2
+            assert result.stderr.startswith(f"camera-parameters: --output is the file that is read as {new}\n")
+    with open(new, "rb") as file:
+        assert run("-", "-o", new, stdin=file).returncode == 2
+    assert new.read_bytes() == contents and link.is_symlink() and len(list(tmp_path.iterdir())) == 4
+
+
 def test_bad_input_is_one_line_and_leaves_the_page_as_it_was(tmp_path):
     bad, page = tmp_path / "bad.txt", tmp_path / "report.html"
     bad.write_text("camera_calibration {\n  name: 3\n}\n")
@@ -271,7 +307,7 @@ def test_a_page_that_cannot_be_written_is_an_error(tmp_path):
     assert result.stderr == (f"camera-parameters: {tmp_path}/none/report.html: cannot be written: "
                              "No such file or directory\n")
     (tmp_path / "folder").mkdir()
-    assert run(BASE, "-o", tmp_path / "folder").stderr.endswith(": Is a directory\n")
+    assert run(BASE, "-o", tmp_path / "folder").stderr.endswith(": not a regular file\n")
     assert [entry.name for entry in tmp_path.iterdir()] == ["folder"]
     with open("/dev/full", "w") as full:
         result = subprocess.run([sys.executable, "-m", "camera_parameters.report", str(BASE), "-o", "-"], stdout=full,

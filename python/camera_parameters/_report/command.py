@@ -5,8 +5,8 @@ import dataclasses
 import logging
 import os
 import sys
-import tempfile
 
+from camera_parameters import _core
 from camera_parameters._errors import CalibrationError
 from camera_parameters._core import BaseCalibrationData, CameraParametersSet, __version__
 from camera_parameters._report import sources
@@ -61,22 +61,20 @@ def open_named(names):
     return [compiled_in(other) if source is None else source for source in opened]
 
 
-def write(path, text):
-    """Writes a file in one step: whole, or not at all."""
-    folder, name = os.path.split(path)
-    handle, temporary = tempfile.mkstemp(prefix=f".{name[:40]}.", dir=folder or ".")
-    try:
-        with os.fdopen(handle, "w", encoding="utf-8", newline="\n") as file:
-            file.write(text)
-            file.flush()
-            os.fsync(file.fileno())
-        mask = os.umask(0)
-        os.umask(mask)
-        os.chmod(temporary, 0o666 & ~mask)
-        os.replace(temporary, path)
-    except BaseException:
-        os.unlink(temporary)
-        raise
+def overwritten(output, names):
+    """The word of the command line for a file that is read and that writing `output` would destroy, or None.
+
+    >>> from camera_parameters._report.command import overwritten
+    >>> overwritten("calibration/example_ptz_cal.txt", ["default", "./calibration/example_ptz_cal.txt"])
+    './calibration/example_ptz_cal.txt'
+    """
+    for name in names if output != "-" else ():
+        try:
+            if name != "default" and os.path.samefile(output, sys.stdin.fileno() if name == "-" else name):
+                return name
+        except (OSError, ValueError, AttributeError):
+            pass  # One of them is not there, or standard input is closed.
+    return None
 
 
 def explain(error):
@@ -102,9 +100,13 @@ def fail(message):
 def main(arguments):
     """Makes the page; the exit status is 0, 1 for bad input or a page that cannot be written, 2 for bad usage."""
     options = parser().parse_args(arguments)
+    names = [name for name in (options.file, options.file2) if name is not None]
+    read = overwritten(options.output, names)
+    if read is not None:
+        parser().error(f"--output is the file that is read as {read}")
     quiet()
     try:
-        text = make_report(*open_named([name for name in (options.file, options.file2) if name is not None]))
+        text = make_report(*open_named(names))
     except CalibrationError as error:
         return fail(str(error))
     except OSError as error:
@@ -114,9 +116,11 @@ def main(arguments):
             sys.stdout.buffer.write(text.encode("utf-8"))
             sys.stdout.buffer.flush()
         else:
-            write(options.output, text)
+            _core._write_file(options.output, text.encode("utf-8"))
     except OSError as error:
         if options.output == "-":
             return fail("cannot write to standard output")
-        return fail(f"{options.output}: cannot be written: {error.strerror or error}")
+        # A refusal of the library's own has no number of the system's, and the path in its text.
+        why = error.strerror or str(error).replace(f"{options.output}: ", "", 1)
+        return fail(f"{options.output}: cannot be written: {why}")
     return 0
