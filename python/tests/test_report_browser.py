@@ -306,6 +306,14 @@ def test_no_figure_of_a_camera_stands_alone(open_page, name):
     assert alone == 0
 
 
+@pytest.mark.parametrize("width", [900, 1040, 1200])
+def test_a_table_beside_a_figure_is_not_cut(open_page, width):
+    driver = open_page("head", width=width)
+    cut = driver.execute_script("return Array.from(document.querySelectorAll('.camera > .figures > .table .scroll')).map("
+                                "e => e.scrollWidth - e.clientWidth)")
+    assert cut and max(cut) <= 0
+
+
 @pytest.mark.parametrize("name", ["head", "ptz", "diff"])
 def test_paper_has_the_drawings_and_no_controls(open_page, name):
     driver = open_page(name, theme="dark")
