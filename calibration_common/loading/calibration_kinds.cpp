@@ -42,8 +42,9 @@ std::size_t countUnknownBytes(const Message& message) {
   visitMessages(message, &path, [&count](const VisitedMessage& visited) {
     const auto* reflection = visited.message.GetReflection();
     const auto& fields = reflection->GetUnknownFields(visited.message);
+    if (fields.empty()) return;
     std::string bytes;
-    if (!fields.empty() && fields.SerializeToString(&bytes)) count += bytes.size();
+    if (fields.SerializeToString(&bytes)) count += bytes.size();
   });
   return count;
 }
